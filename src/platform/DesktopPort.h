@@ -1,0 +1,20 @@
+/// @file
+/// Port: the desktop and the debugger.
+#pragma once
+
+#include "platform/WinTypes.h"
+
+namespace vlm {
+
+/// Debugger output.  Message boxes, sessions and windows join this port with the classes that use them.
+/// Threads: any.  Nothing throws.
+class DesktopPort {
+public:
+    virtual ~DesktopPort() = default;
+
+    /// Sends a zero-terminated text to an attached debugger (host: drops it, or records it in tests).
+    virtual void DebuggerOutput(const XCHAR* pszText) noexcept = 0;
+    virtual bool IsDebuggerPresent() noexcept = 0;
+};
+
+}  // namespace vlm

@@ -1,0 +1,13 @@
+/// @file
+/// Marks what the library exports.  Everything that does not carry `VLM_API` stays hidden in the module.
+#pragma once
+
+#ifdef _WIN32
+#ifdef VLM_BUILDING
+#define VLM_API __declspec(dllexport)
+#else
+#define VLM_API __declspec(dllimport)
+#endif
+#else
+#define VLM_API __attribute__((visibility("default")))
+#endif

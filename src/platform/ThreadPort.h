@@ -1,0 +1,57 @@
+/// @file
+/// Port: threads, per-thread slots and locks.
+#pragma once
+
+#include "platform/WinTypes.h"
+
+namespace vlm {
+
+/// Thread-local slots and thread identity.
+/// Threads: any.  Failure: by status; nothing throws.
+class ThreadPort {
+public:
+    /// Answer of AllocSlot when no slot is left.
+    static constexpr DWORD OUT_OF_SLOTS = 0xFFFFFFFF;
+
+    virtual ~ThreadPort() = default;
+
+    /// Reserves a slot that holds null in every thread.
+    /// @param pfnThreadEnd called with the slot's value when a thread ends while it is not null.  On Windows the
+    ///        library's entry point does that instead, and the argument is not used.
+    virtual DWORD AllocSlot(void (*pfnThreadEnd)(void*)) noexcept = 0;
+    virtual Status FreeSlot(DWORD dwSlot) noexcept = 0;
+
+    /// Reads the calling thread's value.  `rStatus` tells a stored null from a failure.
+    virtual void* GetSlot(DWORD dwSlot, Status& rStatus) noexcept = 0;
+    virtual Status SetSlot(DWORD dwSlot, void* pValue) noexcept = 0;
+
+    /// Zeroed memory from the system's own heap, for objects that must outlive the library's clean-ups; null when there is none.
+    virtual void* LocalAllocate(std::size_t cBytes) noexcept = 0;
+    virtual void LocalRelease(void* pMemory) noexcept = 0;
+
+    virtual DWORD CurrentThreadId() noexcept = 0;
+};
+
+/// The one pointer per thread that the memory pools live behind: a plain read of the fastest kind that the system has.
+/// Not a port call, because every string allocation makes it.
+void* LoadPoolPointer() noexcept;
+/// Sets it; `pfnThreadEnd` is called with the value when the thread ends (on Windows by the entry point).
+/// @return false when the system has no slot left; the pools then take every block from the shared reserve.
+bool StorePoolPointer(void* pValue, void (*pfnThreadEnd)(void*)) noexcept;
+
+/// A recursive lock of the process: the system's critical section, or its equal.
+class SystemLock {
+public:
+    SystemLock() noexcept;
+    ~SystemLock();
+    SystemLock(const SystemLock&) = delete;
+    SystemLock& operator=(const SystemLock&) = delete;
+    void Enter() noexcept;
+    bool TryEnter() noexcept;
+    void Leave() noexcept;
+
+private:
+    alignas(16) unsigned char m_abyStorage[64];
+};
+
+}  // namespace vlm
