@@ -1,0 +1,40 @@
+# The product: q9util073.dll with its import library, on the host libq9util073.so.
+file(GLOB_RECURSE Q9_PUBLIC_HEADERS CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/*.h")
+file(GLOB_RECURSE Q9_PUBLIC_INCLUDES CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/*.inc")
+foreach(list Q9_PUBLIC_HEADERS Q9_PUBLIC_INCLUDES)
+    list(FILTER ${list} EXCLUDE REGEX "(Impl\\.(h|inc)|/detail/.*|/src/platform/(host|win32)/.*|/src/portmonitor/.*)$")
+endforeach()
+
+if(NOT Q9_FLOOR_OBJECTS_8)
+    message(STATUS "q9util073: no sources yet, the shared library is left out")
+    return()
+endif()
+
+file(GLOB_RECURSE resources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/*.rc")
+if(NOT WIN32)
+    set(resources "")
+endif()
+add_library(q9util073 SHARED ${resources})
+add_library(q9util::q9util ALIAS q9util073)
+q9_link_floors(q9util073 ${Q9_FLOOR_OBJECTS_8})
+if(TARGET q9_monitor AND NOT WIN32)
+    q9_link_floors(q9util073 q9_monitor)
+endif()
+target_sources(q9util073 PUBLIC FILE_SET HEADERS
+    BASE_DIRS "${PROJECT_SOURCE_DIR}/src" "${Q9_GENERATED_DIR}"
+    FILES ${Q9_PUBLIC_HEADERS} "${Q9_GENERATED_DIR}/q9version.h")
+target_compile_features(q9util073 PUBLIC cxx_std_20)
+set_target_properties(q9util073 PROPERTIES
+    EXPORT_NAME q9util
+    OUTPUT_NAME q9util073
+    LINKER_LANGUAGE CXX
+    VERIFY_INTERFACE_HEADER_SETS ON)
+if(WIN32)
+    # Nothing is exported but what Export.h marks.
+    set_target_properties(q9util073 PROPERTIES PREFIX "" IMPORT_PREFIX "lib" IMPORT_SUFFIX ".dll.a")
+    target_link_options(q9util073 PRIVATE LINKER:--exclude-all-symbols)
+    q9_add_version_resource(q9util073 q9util073.dll "${PROJECT_DESCRIPTION}")
+else()
+    set_target_properties(q9util073 PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    target_link_options(q9util073 PRIVATE $<$<NOT:$<BOOL:${Q9_SANITIZE}>>:LINKER:--no-undefined>)
+endif()

@@ -1,0 +1,24 @@
+# q9diag: public headers and the shared library only.  Its two header-only libraries are staged in a folder of their
+# own, because the system's include folder must never be on the path of the cross build.
+file(GLOB q9diag_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tools/q9diag/*.cpp")
+if(NOT Q9_BUILD_TOOLS OR NOT q9diag_sources OR NOT TARGET q9util073)
+    return()
+endif()
+
+set(staged "${CMAKE_BINARY_DIR}/staged-include")
+file(MAKE_DIRECTORY "${staged}")
+foreach(library nlohmann CLI)
+    if(NOT EXISTS "/usr/include/${library}")
+        message(FATAL_ERROR "/usr/include/${library} is missing: run ./dev, or install nlohmann-json3-dev and libcli11-dev")
+    endif()
+    file(CREATE_LINK "/usr/include/${library}" "${staged}/${library}" SYMBOLIC)
+endforeach()
+
+add_executable(q9diag ${q9diag_sources})
+target_include_directories(q9diag SYSTEM PRIVATE "${staged}")
+target_include_directories(q9diag PRIVATE "${PROJECT_SOURCE_DIR}/tools/q9diag")
+target_link_libraries(q9diag PRIVATE q9util073 q9_options q9_link_options Threads::Threads)
+if(WIN32)
+    set_target_properties(q9diag PROPERTIES OUTPUT_NAME q9diag073)
+    q9_add_version_resource(q9diag q9diag073.exe "Diagnostic tool of the utility library")
+endif()

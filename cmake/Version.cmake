@@ -1,0 +1,27 @@
+# q9version.h for the code and, on Windows, one version resource per binary; both from the project's version line.
+set(Q9_GENERATED_DIR "${CMAKE_BINARY_DIR}/generated")
+configure_file(cmake/q9version.h.in "${Q9_GENERATED_DIR}/q9version.h" @ONLY)
+
+if(WIN32)
+    enable_language(RC)
+endif()
+
+# Adds the version resource to a Windows DLL or program.  DESCRIPTION is what the file's properties show.
+function(q9_add_version_resource target file_name description)
+    if(NOT WIN32)
+        return()
+    endif()
+    get_target_property(type ${target} TYPE)
+    if(type STREQUAL "EXECUTABLE")
+        set(Q9_RC_FILETYPE VFT_APP)
+    else()
+        set(Q9_RC_FILETYPE VFT_DLL)
+    endif()
+    set(Q9_RC_FILENAME "${file_name}")
+    set(Q9_RC_INTERNALNAME "${target}")
+    set(Q9_RC_DESCRIPTION "${description}")
+    set(rc "${CMAKE_BINARY_DIR}/generated/${target}_version.rc")
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/version.rc.in" "${rc}" @ONLY)
+    target_sources(${target} PRIVATE "${rc}")
+    set_property(SOURCE "${rc}" PROPERTY COMPILE_DEFINITIONS $<$<CONFIG:Debug>:Q9_DEBUG_BUILD>)
+endfunction()
