@@ -83,6 +83,12 @@ endforeach()
 # The monitor's request server stands beside the tower and sees floors 0 to 5.
 q9_add_floor(q9_monitor ${q9_sources_monitor})
 
+# Everything there is, in the order of the floors.
+set(Q9_ALL_OBJECTS ${Q9_FLOOR_OBJECTS_8})
+if(TARGET q9_monitor)
+    list(APPEND Q9_ALL_OBJECTS q9_monitor)
+endif()
+
 # Links object libraries into a target, and what their platform adapter needs.
 function(q9_link_floors target)
     foreach(objects IN LISTS ARGN)

@@ -5,8 +5,8 @@ foreach(list Q9_PUBLIC_HEADERS Q9_PUBLIC_INCLUDES)
     list(FILTER ${list} EXCLUDE REGEX "(Impl\\.(h|inc)|/detail/.*|/src/platform/(host|win32)/.*|/src/portmonitor/.*)$")
 endforeach()
 
-if(NOT Q9_FLOOR_OBJECTS_8)
-    message(STATUS "q9util073: no sources yet, the shared library is left out")
+if(NOT TARGET q9_platform)
+    message(STATUS "q9util073: no platform adapter yet, the shared library is left out")
     return()
 endif()
 
@@ -16,9 +16,11 @@ if(NOT WIN32)
 endif()
 add_library(q9util073 SHARED ${resources})
 add_library(q9util::q9util ALIAS q9util073)
-q9_link_floors(q9util073 ${Q9_FLOOR_OBJECTS_8})
-if(TARGET q9_monitor AND NOT WIN32)
-    q9_link_floors(q9util073 q9_monitor)
+if(WIN32)
+    q9_link_floors(q9util073 ${Q9_FLOOR_OBJECTS_8})
+else()
+    # The embedded spooler of the host answers monitor requests itself, with the monitor's own server.
+    q9_link_floors(q9util073 ${Q9_ALL_OBJECTS})
 endif()
 target_sources(q9util073 PUBLIC FILE_SET HEADERS
     BASE_DIRS "${PROJECT_SOURCE_DIR}/src" "${Q9_GENERATED_DIR}"

@@ -1,5 +1,5 @@
-# One test program per folder below tests/, linked with the objects of its floor and below (never with the DLL),
-# GoogleTest from its Debian source package and the support library.
+# One test program per folder below tests/, linked with the objects of its floor and below (never with the DLL, but
+# for tests/dll and tests/package), GoogleTest from its Debian source package, and the support library.
 include(GoogleTest)
 set(Q9_GOOGLETEST_DIR "/usr/src/googletest" CACHE PATH "Sources of GoogleTest")
 if(NOT EXISTS "${Q9_GOOGLETEST_DIR}/CMakeLists.txt")
@@ -9,6 +9,9 @@ set(INSTALL_GTEST OFF)
 add_subdirectory("${Q9_GOOGLETEST_DIR}" googletest EXCLUDE_FROM_ALL SYSTEM)
 
 set(Q9_TEST_TIMEOUT 60)
+if(Q9_SANITIZE)
+    set(Q9_TEST_TIMEOUT 180)
+endif()
 set(Q9_TEST_ROOT "")
 if(WIN32)
     set(Q9_TEST_ROOT "Z:")    # how a program under Wine sees the machine's root folder
@@ -19,16 +22,22 @@ target_include_directories(q9_test_options INTERFACE
     "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}/tests" "${Q9_GENERATED_DIR}")
 target_compile_definitions(q9_test_options INTERFACE
     "Q9_TEST_DATA_DIR=\"${Q9_TEST_ROOT}${PROJECT_SOURCE_DIR}/tests/data\"")
-target_link_libraries(q9_test_options INTERFACE q9_options q9_link_options)
+target_link_libraries(q9_test_options INTERFACE q9_options q9_link_options Threads::Threads)
 
 file(GLOB support_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/support/*.cpp")
 if(support_sources)
-    add_library(q9_test_support STATIC ${support_sources})
+    add_library(q9_test_support STATIC EXCLUDE_FROM_ALL ${support_sources})
     target_compile_definitions(q9_test_support PRIVATE VLM_BUILDING)
     target_link_libraries(q9_test_support PRIVATE q9_test_options gmock)
 endif()
 
-# q9_add_test_program(<folder> <objects>...): test_<folder> from tests/<folder>/*.cpp, if there are any.
+# Registers each test of a program with CTest, under the prefix "<folder>.".
+function(q9_register_tests target folder)
+    gtest_discover_tests(${target} TEST_PREFIX "${folder}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+        PROPERTIES TIMEOUT ${Q9_TEST_TIMEOUT} LABELS ${folder})
+endfunction()
+
+# q9_add_test_program(<folder> <objects>...): test_<folder> from tests/<folder>/, if there are sources.
 function(q9_add_test_program folder)
     file(GLOB_RECURSE test_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${folder}/*.cpp")
     if(NOT test_sources)
@@ -43,8 +52,7 @@ function(q9_add_test_program folder)
         target_link_libraries(${target} PRIVATE q9_test_support)
     endif()
     target_link_libraries(${target} PRIVATE gmock_main)
-    gtest_discover_tests(${target} TEST_PREFIX "${folder}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-        PROPERTIES TIMEOUT ${Q9_TEST_TIMEOUT} LABELS ${folder})
+    q9_register_tests(${target} ${folder})
 endfunction()
 
 q9_add_test_program(platform ${Q9_FLOOR_OBJECTS_0})
@@ -53,3 +61,56 @@ foreach(folder text failure values formats access diagnostics printing)
     math(EXPR floor "${floor} + 1")
     q9_add_test_program(${folder} ${Q9_FLOOR_OBJECTS_${floor}})
 endforeach()
+
+# The monitor's server sees floors 0 to 5; its tests join it to the client of floor 5.
+if(TARGET q9_monitor)
+    q9_add_test_program(portmonitor ${Q9_FLOOR_OBJECTS_5} q9_monitor)
+endif()
+
+# Whole-program tests of q9diag: the test starts the program named by Q9_DIAG_PROGRAM.
+if(TARGET q9diag)
+    q9_add_test_program(tool ${Q9_ALL_OBJECTS})
+    if(TARGET test_tool)
+        add_dependencies(test_tool q9diag)
+        target_include_directories(test_tool SYSTEM PRIVATE "${Q9_STAGED_INCLUDE_DIR}")
+        target_compile_definitions(test_tool PRIVATE "Q9_DIAG_PROGRAM=\"${Q9_TEST_ROOT}$<TARGET_FILE:q9diag>\"")
+    endif()
+endif()
+
+# The library as its users see it: public headers, import library, the loaded module.
+file(GLOB dll_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/dll/*.cpp")
+if(dll_sources AND TARGET q9util073)
+    add_executable(test_dll ${dll_sources})
+    target_link_libraries(test_dll PRIVATE q9util073 q9_options q9_link_options gmock_main Threads::Threads ${CMAKE_DL_LIBS})
+    target_include_directories(test_dll PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+    target_compile_definitions(test_dll PRIVATE "Q9_LIBRARY_FILE=\"${Q9_TEST_ROOT}$<TARGET_FILE:q9util073>\"")
+    q9_register_tests(test_dll dll)
+endif()
+
+# Checks of the sources, the same on both systems.
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+function(q9_add_lint_test name)
+    add_test(NAME lint.${name} COMMAND "${Python3_EXECUTABLE}" ${ARGN} WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}")
+    set_tests_properties(lint.${name} PROPERTIES TIMEOUT ${Q9_TEST_TIMEOUT} LABELS lint)
+endfunction()
+q9_add_lint_test(floors tools/lint/check_floors.py)
+q9_add_lint_test(text tools/lint/check_text.py)
+q9_add_lint_test(self tools/lint/lint_test.py)
+
+# The names that the module exports against the reviewed list; only the plain builds export what users get.
+if(TARGET q9util073 AND NOT Q9_SANITIZE)
+    if(WIN32)
+        q9_add_lint_test(exports abi/check_exports.py "$<TARGET_FILE:q9util073>" abi/q9util073.exports)
+    endif()
+endif()
+
+# A consumer's project, configured and built against the installed tree.
+if(TARGET q9util073 AND NOT Q9_SANITIZE)
+    add_test(NAME package.consumer COMMAND "${CMAKE_COMMAND}"
+        "-DBUILD_DIR=${CMAKE_BINARY_DIR}" "-DWORK_DIR=${CMAKE_BINARY_DIR}/package-test"
+        "-DSOURCE_DIR=${PROJECT_SOURCE_DIR}" "-DTOOLCHAIN_FILE=${CMAKE_TOOLCHAIN_FILE}"
+        "-DCOMPILER=${CMAKE_CXX_COMPILER}" "-DEMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR}"
+        "-DBUILD_TYPE=${CMAKE_BUILD_TYPE}" "-DVERSION=${PROJECT_VERSION}"
+        -P "${PROJECT_SOURCE_DIR}/tests/package/run.cmake")
+    set_tests_properties(package.consumer PROPERTIES TIMEOUT 300 LABELS package)
+endif()
