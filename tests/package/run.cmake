@@ -15,10 +15,11 @@ run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${WORK_DIR}/installed"
 file(RENAME "${WORK_DIR}/installed" "${WORK_DIR}/moved")
 set(prefix "${WORK_DIR}/moved")
 
-set(common -G Ninja "-DCMAKE_BUILD_TYPE=${BUILD_TYPE}" "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_FIND_ROOT_PATH=${prefix}"
+set(common -G Ninja "-DCMAKE_BUILD_TYPE=${BUILD_TYPE}" "-DCMAKE_PREFIX_PATH=${prefix}"
     "-DCMAKE_BUILD_RPATH=${prefix}/lib")
 if(TOOLCHAIN_FILE)
-    list(APPEND common "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE}")
+    list(APPEND common "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE}"
+        "-DCMAKE_FIND_ROOT_PATH=${prefix}\\;/usr/x86_64-w64-mingw32")
 else()
     list(APPEND common "-DCMAKE_CXX_COMPILER=${COMPILER}")
 endif()

@@ -1,0 +1,79 @@
+#!/usr/bin/env python3
+"""Compares what the DLL exports, and the order of virtual functions, with the reviewed lists in this folder.
+
+  check_exports.py [--update] DLL LIST                    names: demangled, sorted, each once
+  check_exports.py --vtables [--update] LIST COMPILER...  slots: COMPILER with its options compiles src/q9util.h
+
+An added name wants the list edited, with the change that adds it; a removed or changed one, or a changed slot, is a new
+major version.  --update writes the list anew.
+"""
+
+import difflib
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+# The compiler exports the type information of the runtime classes that it emits next to ours; nobody links to it.
+RUNTIME = re.compile(r"(?:typeinfo(?: name)?|vtable) for (?:std|__gnu_cxx|__cxxabiv1)::|(?:std|__gnu_cxx)::")
+
+
+def run(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
+def exported_names(dll):
+    """The demangled names of the export table, sorted, each once."""
+    table = run("x86_64-w64-mingw32-objdump", "-p", dll)
+    start = table.index("[Ordinal/Name Pointer] Table")
+    mangled = re.findall(r"^\s*(?:\[\s*\d+\]|\S+\s+\S+)\s+(?:\+base\[\s*\d+\]\s+)?(?:[0-9a-f]+\s+)?(\S+)$",
+                         table[start:].split("\n\n", 1)[0].split("\n", 1)[1], re.MULTILINE)
+    names = subprocess.run(["x86_64-w64-mingw32-c++filt", "-n"], input="\n".join(mangled), check=True,
+                           capture_output=True, text=True).stdout.splitlines()
+    return sorted({name for name in names if not RUNTIME.match(name)})
+
+
+def virtual_slots(compiler):
+    """One line per slot, class by class: "Class[2] Class::Function"."""
+    root = pathlib.Path(__file__).resolve().parents[1]
+    with tempfile.TemporaryDirectory() as folder:
+        dump = pathlib.Path(folder) / "classes"
+        run(*compiler, "-std=c++20", f"-I{root / 'src'}", "-fsyntax-only", "-x", "c++", f"-fdump-lang-class={dump}",
+            str(root / "src/q9util.h"))
+        text = dump.read_text()
+    lines = []
+    for block in re.split(r"\n\n+", text):
+        match = re.match(r"Vtable for (\S[^\n]*)\n", block)
+        if not match or RUNTIME.match(match.group(1)) or match.group(1).startswith("std::"):
+            continue
+        slots = re.findall(r"^\d+\s+\(int \(\*\)\(\.\.\.\)\)(.*)$", block, re.MULTILINE)
+        lines += [f"{match.group(1)}[{n}] {slot.strip()}" for n, slot in enumerate(slots)]
+    return sorted(lines, key=lambda line: (line.split("[")[0], int(re.search(r"\[(\d+)\] ", line).group(1))))
+
+
+def main(arguments):
+    vtables = "--vtables" in arguments
+    update = "--update" in arguments
+    arguments = [a for a in arguments if a not in ("--vtables", "--update")]
+    if len(arguments) < 2:
+        print(__doc__)
+        return 2
+    if vtables:
+        reviewed, found = pathlib.Path(arguments[0]), virtual_slots(arguments[1:])
+    else:
+        reviewed, found = pathlib.Path(arguments[1]), exported_names(arguments[0])
+    if update:
+        reviewed.write_text("".join(line + "\n" for line in found), encoding="utf-8")
+        print(f"{reviewed.name}: {len(found)} lines written")
+        return 0
+    expected = reviewed.read_text(encoding="utf-8").splitlines() if reviewed.exists() else []
+    difference = [line for line in difflib.unified_diff(expected, found, f"abi/{reviewed.name}", "built", n=0, lineterm="")]
+    for line in difference:
+        print(line)
+    print(f"{reviewed.name}: {len(found)} lines, " + ("differs: review, then ./dev abi --update" if difference else "as reviewed"))
+    return 1 if difference else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
