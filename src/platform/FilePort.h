@@ -6,9 +6,12 @@
 
 namespace vlm {
 
-/// Files by path and by handle.  Paths are zero-terminated UTF-16; longer than 260 units is fine.
-/// Sharing and attributes follow the Windows rules on every platform.
-/// Threads: any; one handle by one thread at a time.  Failure: by status; nothing throws.
+/// Files by path and by handle.  Paths are zero-terminated UTF-16; longer than 260 units is fine; "\\" and "/" both
+/// separate components.  A null or empty path answers PathNotFound.
+/// Sharing and attributes follow the Windows rules on every platform; on the host among users of this port only.
+/// Ownership: a handle belongs to the caller until Close, whose success or failure ends it either way.
+/// Threads: any; one handle by one thread at a time.  Failure: by status; nothing throws; output arguments other than
+/// counts keep their values after a failure.
 class FilePort {
 public:
     enum class Access : DWORD { Read, ReadWrite };
@@ -24,27 +27,46 @@ public:
         DWORD dwShare = ShareRead;
         /// Nothing of a client's identity beyond its name is lent to whatever answers at the path (named pipes).
         bool fIdentificationOnly = true;
+        /// Asks for the right to delete by handle.  Counts as a use that other opens must share with ShareDelete.
+        bool fDeleteAccess = false;
     };
 
     virtual ~FilePort() = default;
 
+    /// Opens or creates a file.  CreateAlways empties an existing file only once the open is certain to succeed.
+    /// @return FileNotFound (missing file), PathNotFound (missing folder on the way), AccessDenied (a folder, no rights, a
+    ///         read-only file opened for writing), FileExists (CreateNew), SharingViolation, DiskFull, WriteProtect,
+    ///         TooManyOpenFiles, InvalidName.
     virtual Status Open(const XCHAR* pszPath, const OpenOptions& rOptions, HANDLE& rhFile) noexcept = 0;
+    /// @return InvalidHandle for a handle that is not open; any other failure still closes.
     virtual Status Close(HANDLE hFile) noexcept = 0;
+    /// Size in bytes.
     virtual Status Size(HANDLE hFile, ULONGLONG& rullSize) noexcept = 0;
-    /// Reads up to `dwBytes` at the file position; fewer only at the end of the file.
+    /// Reads up to `dwBytes` at the file position and moves it; fewer only at the end of the file (0 with Success there).
+    /// `rdwRead` is set in every case.
     virtual Status Read(HANDLE hFile, void* pTarget, DWORD dwBytes, DWORD& rdwRead) noexcept = 0;
+    /// Writes at the file position and moves it.  `rdwWritten` is set in every case; fewer than asked only with a failure.
+    /// @return AccessDenied on a handle opened for reading, DiskFull.
     virtual Status Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept = 0;
+    /// Sets the file position, in bytes from the start; beyond the end is allowed (a write there leaves zeros between).
     virtual Status Seek(HANDLE hFile, ULONGLONG ullOffset) noexcept = 0;
-    /// Cuts or extends the file at its position.
+    /// Cuts or extends (with zeros) the file at its position.
     virtual Status SetEnd(HANDLE hFile) noexcept = 0;
+    /// Returns when what was written is on the medium.
     virtual Status Flush(HANDLE hFile) noexcept = 0;
+    /// ReadOnly and Directory are kept on every system; other bits are what the system makes of them, never 0.
     virtual Status GetAttributes(const XCHAR* pszPath, DWORD& rdwAttributes) noexcept = 0;
     virtual Status SetAttributes(const XCHAR* pszPath, DWORD dwAttributes) noexcept = 0;
+    /// @return AccessDenied for a folder or a read-only file, SharingViolation while somebody holds it without ShareDelete.
     virtual Status Delete(const XCHAR* pszPath) noexcept = 0;
-    /// Deletes the file behind an open handle, whatever its path leads to by now.
+    /// Deletes the file behind an open handle, whatever its path leads to by now; the name is gone at the latest when the
+    /// last handle closes.  @return AccessDenied when the handle was opened without `fDeleteAccess`.
     virtual Status DeleteByHandle(HANDLE hFile) noexcept = 0;
     /// Renames within one volume in one step; `fReplace` allows an existing target.
+    /// @return AlreadyExists (without `fReplace`), SharingViolation (source held without ShareDelete), AccessDenied (target
+    ///         is a folder or held), NotSameDevice.
     virtual Status Move(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplace) noexcept = 0;
+    /// @return AlreadyExists, PathNotFound when the parent is missing.
     virtual Status CreateDirectoryAt(const XCHAR* pszPath) noexcept = 0;
 };
 

@@ -1,0 +1,60 @@
+/// @file
+/// Names of the process and its modules on the host.
+#include "platform/host/HostProcessPort.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+#include "platform/host/HostNames.h"
+
+namespace vlm::host {
+
+namespace {
+
+std::size_t CopyTerminated(std::string_view svBytes, XCHAR* pTarget, std::size_t cCapacity) {
+    const std::basic_string<XCHAR> units = UnitsFromBytes(svBytes);
+    if (pTarget == nullptr || units.size() >= cCapacity) return 0;
+    *std::copy(units.begin(), units.end(), pTarget) = 0;
+    return units.size();
+}
+
+}  // namespace
+
+std::size_t HostProcessPort::ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept try {
+    if (hModule != nullptr) {
+        Dl_info oInfo{};
+        if (dladdr(hModule, &oInfo) == 0 || oInfo.dli_fname == nullptr) return 0;
+        // The loader keeps the name that it was asked for, which may be relative.
+        const std::unique_ptr<char, decltype(&std::free)> apszFull(realpath(oInfo.dli_fname, nullptr), &std::free);
+        return CopyTerminated(apszFull ? apszFull.get() : oInfo.dli_fname, pTarget, cCapacity);
+    }
+    std::string path(256, '\0');
+    for (;;) {
+        const ssize_t cBytes = readlink("/proc/self/exe", path.data(), path.size());
+        if (cBytes <= 0) return 0;
+        if (static_cast<std::size_t>(cBytes) < path.size()) {
+            return CopyTerminated({path.data(), static_cast<std::size_t>(cBytes)}, pTarget, cCapacity);
+        }
+        path.resize(path.size() * 2);
+    }
+} catch (const std::bad_alloc&) {
+    return 0;
+}
+
+DWORD HostProcessPort::CurrentProcessId() noexcept { return static_cast<DWORD>(getpid()); }
+
+std::size_t HostProcessPort::EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept try {
+    std::string name;
+    if (pszName == nullptr || !BytesFromUnits(pszName, name)) return 0;
+    const char* pszValue = std::getenv(name.c_str());
+    return pszValue ? CopyTerminated(pszValue, pTarget, cCapacity) : 0;
+} catch (const std::bad_alloc&) {
+    return 0;
+}
+
+}  // namespace vlm::host
