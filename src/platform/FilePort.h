@@ -34,7 +34,8 @@ public:
     virtual ~FilePort() = default;
 
     /// Opens or creates a file.  CreateAlways empties an existing file only once the open is certain to succeed.
-    /// @return FileNotFound (missing file), PathNotFound (missing folder on the way), AccessDenied (a folder, no rights, a
+    /// @return FileNotFound (missing file), PathNotFound (missing folder on the way), AccessDenied (a folder, no
+    /// rights, a
     ///         read-only file opened for writing), FileExists (CreateNew), SharingViolation, DiskFull, WriteProtect,
     ///         TooManyOpenFiles, InvalidName.
     virtual Status Open(const XCHAR* pszPath, const OpenOptions& rOptions, HANDLE& rhFile) noexcept = 0;
@@ -42,10 +43,11 @@ public:
     virtual Status Close(HANDLE hFile) noexcept = 0;
     /// Size in bytes.
     virtual Status Size(HANDLE hFile, ULONGLONG& rullSize) noexcept = 0;
-    /// Reads up to `dwBytes` at the file position and moves it; fewer only at the end of the file (0 with Success there).
-    /// `rdwRead` is set in every case.
+    /// Reads up to `dwBytes` at the file position and moves it; fewer only at the end of the file (0 with Success
+    /// there). `rdwRead` is set in every case.
     virtual Status Read(HANDLE hFile, void* pTarget, DWORD dwBytes, DWORD& rdwRead) noexcept = 0;
-    /// Writes at the file position and moves it.  `rdwWritten` is set in every case; fewer than asked only with a failure.
+    /// Writes at the file position and moves it.  `rdwWritten` is set in every case; fewer than asked only with a
+    /// failure.
     /// @return AccessDenied on a handle opened for reading, DiskFull.
     virtual Status Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept = 0;
     /// Sets the file position, in bytes from the start; beyond the end is allowed (a write there leaves zeros between).
@@ -57,13 +59,15 @@ public:
     /// ReadOnly and Directory are kept on every system; other bits are what the system makes of them, never 0.
     virtual Status GetAttributes(const XCHAR* pszPath, DWORD& rdwAttributes) noexcept = 0;
     virtual Status SetAttributes(const XCHAR* pszPath, DWORD dwAttributes) noexcept = 0;
-    /// @return AccessDenied for a folder or a read-only file, SharingViolation while somebody holds it without ShareDelete.
+    /// @return AccessDenied for a folder or a read-only file, SharingViolation while somebody holds it without
+    /// ShareDelete.
     virtual Status Delete(const XCHAR* pszPath) noexcept = 0;
-    /// Deletes the file behind an open handle, whatever its path leads to by now; the name is gone at the latest when the
-    /// last handle closes.  @return AccessDenied when the handle was opened without `fDeleteAccess`.
+    /// Deletes the file behind an open handle, whatever its path leads to by now; the name is gone at the latest when
+    /// the last handle closes.  @return AccessDenied when the handle was opened without `fDeleteAccess`.
     virtual Status DeleteByHandle(HANDLE hFile) noexcept = 0;
     /// Renames within one volume in one step; `fReplace` allows an existing target.
-    /// @return AlreadyExists (without `fReplace`), SharingViolation (source held without ShareDelete), AccessDenied (target
+    /// @return AlreadyExists (without `fReplace`), SharingViolation (source held without ShareDelete), AccessDenied
+    /// (target
     ///         is a folder or held), NotSameDevice.
     virtual Status Move(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplace) noexcept = 0;
     /// @return AlreadyExists, PathNotFound when the parent is missing.

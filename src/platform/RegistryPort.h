@@ -6,14 +6,13 @@
 
 namespace vlm {
 
-/// Keys and values, with the system's status numbers.  On the host one SQLite file holds the tree; several processes may
-/// share it, and a killed process loses nothing that a call had confirmed.
-/// Names compare without case (ASCII), keep the case they were created with, and use "\" between components; doubled and
-/// trailing ones are ignored, a leading one answers BadPathName, and "." and ".." are names like any other.
-/// A key handle outlives its key: every call on it then answers KeyDeleted, except Close.  Rights are those asked for at
-/// Open or Create, checked at each call (AccessDenied); opening and deleting sub-keys needs none of the parent's handle.
-/// InvalidHandle: a null or closed handle, in every call.
-/// Threads: any; one key handle by one thread at a time.  Failure: by status; nothing throws.
+/// Keys and values, with the system's status numbers.  On the host one SQLite file holds the tree; several processes
+/// may share it, and a killed process loses nothing that a call had confirmed. Names compare without case (ASCII), keep
+/// the case they were created with, and use "\" between components; doubled and trailing ones are ignored, a leading
+/// one answers BadPathName, and "." and ".." are names like any other. A key handle outlives its key: every call on it
+/// then answers KeyDeleted, except Close.  Rights are those asked for at Open or Create, checked at each call
+/// (AccessDenied); opening and deleting sub-keys needs none of the parent's handle. InvalidHandle: a null or closed
+/// handle, in every call. Threads: any; one key handle by one thread at a time.  Failure: by status; nothing throws.
 class RegistryPort {
 public:
     /// Rights, as the system numbers them.
@@ -23,8 +22,8 @@ public:
     /// Longest name of one key component and of a value, in code units without the terminator.
     static constexpr std::size_t MAX_KEY_NAME = 255, MAX_VALUE_NAME = 16383;
     /// Value types, as the system numbers them.
-    static constexpr DWORD TYPE_NONE = 0, TYPE_SZ = 1, TYPE_EXPAND_SZ = 2, TYPE_BINARY = 3, TYPE_DWORD = 4, TYPE_LINK = 6,
-                           TYPE_MULTI_SZ = 7, TYPE_QWORD = 11;
+    static constexpr DWORD TYPE_NONE = 0, TYPE_SZ = 1, TYPE_EXPAND_SZ = 2, TYPE_BINARY = 3, TYPE_DWORD = 4,
+                           TYPE_LINK = 6, TYPE_MULTI_SZ = 7, TYPE_QWORD = 11;
     /// The predefined roots, as the system numbers them (sign-extended to the handle's width).
     enum class Root : DWORD {
         ClassesRoot = 0x80000000,
@@ -58,29 +57,34 @@ public:
 
     /// Reads a value, bytes as they were stored; a text stored without terminator may come back with one added.
     /// @param pszName null or empty: the key's default value.
-    /// @param rcbData room before, size after.  `pTarget` null asks for the size (Success); a short buffer answers MoreData
+    /// @param rcbData room before, size after.  `pTarget` null asks for the size (Success); a short buffer answers
+    /// MoreData
     ///        with the size, and its contents are then undefined.
     /// @return FileNotFound when there is no such value.
-    virtual Status QueryValue(HKEY hKey, const XCHAR* pszName, DWORD& rdwType, void* pTarget, DWORD& rcbData) noexcept = 0;
-    /// Reads several values at once, packed in the order asked (members may be unaligned); they belong together: no other
-    /// process's write falls between them.  Fails as a whole with FileNotFound when one is absent.
+    virtual Status QueryValue(HKEY hKey, const XCHAR* pszName, DWORD& rdwType, void* pTarget,
+                              DWORD& rcbData) noexcept = 0;
+    /// Reads several values at once, packed in the order asked (members may be unaligned); they belong together: no
+    /// other process's write falls between them.  Fails as a whole with FileNotFound when one is absent.
     /// @param rcbData room before, size needed after (Success and MoreData).  A null `pTarget` answers MoreData.
     virtual Status QueryMultipleValues(HKEY hKey, ValueQuery* pQueries, DWORD cQueries, void* pTarget,
                                        DWORD& rcbData) noexcept = 0;
     /// Creates or replaces a value in one step; an existing name keeps its case.
     /// @return InvalidParameter for a name that is too long, NoAccess for null data with a size, AccessDenied.
-    virtual Status SetValue(HKEY hKey, const XCHAR* pszName, DWORD dwType, const void* pData, DWORD cbData) noexcept = 0;
+    virtual Status SetValue(HKEY hKey, const XCHAR* pszName, DWORD dwType, const void* pData,
+                            DWORD cbData) noexcept = 0;
     virtual Status DeleteValue(HKEY hKey, const XCHAR* pszName) noexcept = 0;
     /// Deletes a key that has no sub-keys, with its values.
     /// @return FileNotFound, AccessDenied when it has sub-keys or is a root, InvalidParameter for a null name.
     virtual Status DeleteKey(HKEY hParent, const XCHAR* pszSubKey) noexcept = 0;
     /// The `dwIndex`-th name in the system's order, which is stable while nothing changes; each name once.
-    /// `rcName`: room before (with terminator), units after (without) on success; not part of the contract after MoreData.
+    /// `rcName`: room before (with terminator), units after (without) on success; not part of the contract after
+    /// MoreData.
     /// @return NoMoreItems at the end, MoreData when the name does not fit.
     virtual Status EnumerateKey(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept = 0;
-    /// The same for values.  `pTarget` null asks for the size; a short buffer answers MoreData with the size in `rcbData`.
-    virtual Status EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName, DWORD& rdwType, void* pTarget,
-                                  DWORD& rcbData) noexcept = 0;
+    /// The same for values.  `pTarget` null asks for the size; a short buffer answers MoreData with the size in
+    /// `rcbData`.
+    virtual Status EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName, DWORD& rdwType,
+                                  void* pTarget, DWORD& rcbData) noexcept = 0;
     /// The hive of the user that the calling thread impersonates, or of the process.
     virtual Status OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept = 0;
 };

@@ -13,8 +13,8 @@ public:
     virtual ~TextPort() = default;
 
     /// Converts from `dwCodePage` (0: the ANSI code page, 1252 on the host; 65001: UTF-8) to UTF-16.
-    /// Malformed UTF-8 becomes U+FFFD, at least one for each malformed run; how many for one run is the system's choice.
-    /// The five bytes that 1252 leaves open become U+0081, U+008D, U+008F, U+0090 and U+009D, and back.
+    /// Malformed UTF-8 becomes U+FFFD, at least one for each malformed run; how many for one run is the system's
+    /// choice. The five bytes that 1252 leaves open become U+0081, U+008D, U+008F, U+0090 and U+009D, and back.
     /// @param pSource `cBytes` bytes; not terminated, zero bytes are converted like any other.
     /// @param pTarget receives no terminator; may be null with a capacity of 0, to ask for the size needed.
     /// @return code units written or needed; 0 when nothing was converted: no bytes, lack of room (nothing useful is
@@ -32,8 +32,9 @@ public:
     /// @return units written (cut to fit, no terminator), 0: unknown.
     virtual std::size_t SystemErrorText(DWORD dwError, XCHAR* pTarget, std::size_t cCapacity) noexcept = 0;
 
-    /// Expands a message text as the system's message formatter does: "%1" to "%99" are inserts (one that is not given is
-    /// empty), "%1!s!" is the same as "%1", "%n" and every kind of line end in the text become CR LF, "%r" CR, "%t" a tab,
+    /// Expands a message text as the system's message formatter does: "%1" to "%99" are inserts (one that is not given
+    /// is empty), "%1!s!" is the same as "%1", "%n" and every kind of line end in the text become CR LF, "%r" CR, "%t"
+    /// a tab,
     /// "%0" ends the text, and "%" before any other unit stands for that unit ("%%").
     /// Other "!...!" formats are not part of the contract.
     /// @param ppszInserts borrowed zero-terminated texts, `cInserts` of them (at most 99); null ones are empty.

@@ -17,19 +17,20 @@ public:
 
     /// Reserves a slot that holds null in every thread.
     /// @param pfnThreadEnd called with the slot's value when a thread ends while it is not null; the slot reads as null
-    ///        during the call, and a value set again is handed over again a few times at most.  May be null.  On Windows
-    ///        the library's entry point does that instead, and the argument is not used.
+    ///        during the call, and a value set again is handed over again a few times at most.  May be null.  On
+    ///        Windows the library's entry point does that instead, and the argument is not used.
     virtual DWORD AllocSlot(void (*pfnThreadEnd)(void*)) noexcept = 0;
     /// Gives a slot back; values still stored are forgotten, not handed over.
     /// @return InvalidParameter for a number that cannot be a slot.
     virtual Status FreeSlot(DWORD dwSlot) noexcept = 0;
 
-    /// Reads the calling thread's value.  `rStatus` tells a stored null from a failure (InvalidParameter for a number that
-    /// cannot be a slot, OUT_OF_SLOTS included; what a freed slot answers is not part of the contract).
+    /// Reads the calling thread's value.  `rStatus` tells a stored null from a failure (InvalidParameter for a number
+    /// that cannot be a slot, OUT_OF_SLOTS included; what a freed slot answers is not part of the contract).
     virtual void* GetSlot(DWORD dwSlot, Status& rStatus) noexcept = 0;
     virtual Status SetSlot(DWORD dwSlot, void* pValue) noexcept = 0;
 
-    /// Zeroed memory from the system's own heap, for objects that must outlive the library's clean-ups; null when there is none.
+    /// Zeroed memory from the system's own heap, for objects that must outlive the library's clean-ups; null when there
+    /// is none.
     virtual void* LocalAllocate(std::size_t cBytes) noexcept = 0;
     virtual void LocalRelease(void* pMemory) noexcept = 0;
 
@@ -45,8 +46,8 @@ void* LoadPoolPointer() noexcept;
 /// @return false when the system has no slot left; the pools then take every block from the shared reserve.
 /// LoadPoolPointer answers null during that call.  The first `pfnThreadEnd` of the process stays in force.
 bool StorePoolPointer(void* pValue, void (*pfnThreadEnd)(void*)) noexcept;
-/// Gives the system's slot back: the entry point's last act before the library is unloaded.  From then on LoadPoolPointer
-/// answers null and StorePoolPointer false.  Nothing to do on the host.
+/// Gives the system's slot back: the entry point's last act before the library is unloaded.  From then on
+/// LoadPoolPointer answers null and StorePoolPointer false.  Nothing to do on the host.
 void ReleasePoolPointerSlot() noexcept;
 
 /// A recursive lock of the process: the system's critical section, or its equal.

@@ -90,6 +90,8 @@ enum class Status : DWORD {
 };
 
 /// The plain number of a status, for messages.
-constexpr DWORD ToDword(Status status) noexcept { return static_cast<DWORD>(status); }
+constexpr DWORD ToDword(Status status) noexcept {
+    return static_cast<DWORD>(status);
+}
 
 }  // namespace vlm

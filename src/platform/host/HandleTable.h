@@ -9,16 +9,17 @@
 
 namespace vlm::host {
 
-/// Maps handles to small values.  A handle is the entry's place and a count of its uses, so that a closed one is refused
-/// even when its place is taken again.
-/// Threads: any.  Failure: Add throws std::bad_alloc; the table is unchanged then.
+/// Maps handles to small values.  A handle is the entry's place and a count of its uses, so that a closed one is
+/// refused even when its place is taken again. Threads: any.  Failure: Add throws std::bad_alloc; the table is
+/// unchanged then.
 template <typename T>
 class HandleTable {
 public:
     std::uintptr_t Add(const T& rValue) {
         const std::lock_guard oLock(m_oMutex);
         std::size_t i = 0;
-        while (i < m_vEntries.size() && m_vEntries[i].oValue) ++i;
+        while (i < m_vEntries.size() && m_vEntries[i].oValue)
+            ++i;
         if (i == m_vEntries.size()) m_vEntries.push_back({});
         m_vEntries[i].oValue = rValue;
         m_vEntries[i].uiUse = (m_vEntries[i].uiUse + 1) & USE_MASK;

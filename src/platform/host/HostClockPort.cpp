@@ -23,11 +23,17 @@ LONGLONG HostClockPort::PerformanceCounter() noexcept {
     return oNow.tv_sec * NANOSECONDS_PER_SECOND + oNow.tv_nsec;
 }
 
-LONGLONG HostClockPort::PerformanceFrequency() noexcept { return NANOSECONDS_PER_SECOND; }
+LONGLONG HostClockPort::PerformanceFrequency() noexcept {
+    return NANOSECONDS_PER_SECOND;
+}
 
-DWORD HostClockPort::TickCount() noexcept { return static_cast<DWORD>(PerformanceCounter() / 1'000'000); }
+DWORD HostClockPort::TickCount() noexcept {
+    return static_cast<DWORD>(PerformanceCounter() / 1'000'000);
+}
 
-LONGLONG HostClockPort::UtcSeconds() noexcept { return Now(CLOCK_REALTIME).tv_sec; }
+LONGLONG HostClockPort::UtcSeconds() noexcept {
+    return Now(CLOCK_REALTIME).tv_sec;
+}
 
 CalendarTime HostClockPort::LocalTime() noexcept {
     const timespec oNow = Now(CLOCK_REALTIME);

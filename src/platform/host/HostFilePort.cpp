@@ -40,7 +40,9 @@ private:
     int m_iFile;
 };
 
-std::uintptr_t NumberOf(HANDLE hFile) noexcept { return reinterpret_cast<std::uintptr_t>(hFile); }
+std::uintptr_t NumberOf(HANDLE hFile) noexcept {
+    return reinterpret_cast<std::uintptr_t>(hFile);
+}
 
 /// The folder part of a path, "." without one.
 std::string FolderOf(const std::string& rPath) {
@@ -54,12 +56,14 @@ std::string FolderOf(const std::string& rPath) {
 /// A missing file and a missing folder on the way are different answers.
 Status StatusForPath(int iError, const std::string& rPath) {
     if (iError != ENOENT) return StatusFromErrno(iError);
-    struct stat oStat{};
+    struct stat oStat {};
     return stat(FolderOf(rPath).c_str(), &oStat) == 0 && S_ISDIR(oStat.st_mode) ? Status::FileNotFound
                                                                                 : Status::PathNotFound;
 }
 
-bool IsReadOnly(const struct stat& rStat) noexcept { return S_ISREG(rStat.st_mode) && (rStat.st_mode & S_IWUSR) == 0; }
+bool IsReadOnly(const struct stat& rStat) noexcept {
+    return S_ISREG(rStat.st_mode) && (rStat.st_mode & S_IWUSR) == 0;
+}
 
 /// Opens, and tells folders from files.  Never waits for the other end of a pipe.
 int OpenDescriptor(const std::string& rPath, int iFlags) noexcept {
@@ -68,8 +72,8 @@ int OpenDescriptor(const std::string& rPath, int iFlags) noexcept {
     return iFile;
 }
 
-/// Whether nobody's sharing stands against deleting or renaming the file.  A file that cannot be opened for reading cannot
-/// be held by another user of the port either.
+/// Whether nobody's sharing stands against deleting or renaming the file.  A file that cannot be opened for reading
+/// cannot be held by another user of the port either.
 Status MayDelete(const std::string& rPath) noexcept {
     const Descriptor oFile(OpenDescriptor(rPath, O_RDONLY | O_NOFOLLOW));
     return oFile.Get() < 0 ? Status::Success : PlaceShareMarks(oFile.Get(), FilePort::ShareDelete, 0);
@@ -99,7 +103,7 @@ Status HostFilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HAN
         if (iError == ENXIO) return Status::FileNotFound;
         return StatusForPath(iError, path);
     }
-    struct stat oStat{};
+    struct stat oStat {};
     if (fstat(oFile.Get(), &oStat) != 0) return StatusFromErrno(errno);
     if (S_ISDIR(oStat.st_mode)) return Status::AccessDenied;
     if ((fWritable || fCreateAlways) && IsReadOnly(oStat)) return Status::AccessDenied;
@@ -129,7 +133,7 @@ Status HostFilePort::Close(HANDLE hFile) noexcept {
 Status HostFilePort::Size(HANDLE hFile, ULONGLONG& rullSize) noexcept {
     const std::optional<OpenFile> oFile = m_oFiles.Find(NumberOf(hFile));
     if (!oFile) return Status::InvalidHandle;
-    struct stat oStat{};
+    struct stat oStat {};
     if (fstat(oFile->iFile, &oStat) != 0) return StatusFromErrno(errno);
     rullSize = static_cast<ULONGLONG>(oStat.st_size);
     return Status::Success;
@@ -157,7 +161,8 @@ Status HostFilePort::Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWO
     if (!oFile) return Status::InvalidHandle;
     if (!oFile->fWritable) return Status::AccessDenied;
     while (rdwWritten < dwBytes) {
-        const ssize_t cBytes = write(oFile->iFile, static_cast<const char*>(pSource) + rdwWritten, dwBytes - rdwWritten);
+        const ssize_t cBytes =
+            write(oFile->iFile, static_cast<const char*>(pSource) + rdwWritten, dwBytes - rdwWritten);
         if (cBytes >= 0) {
             rdwWritten += static_cast<DWORD>(cBytes);
         } else if (errno != EINTR) {
@@ -193,7 +198,7 @@ Status HostFilePort::Flush(HANDLE hFile) noexcept {
 Status HostFilePort::GetAttributes(const XCHAR* pszPath, DWORD& rdwAttributes) noexcept try {
     std::string path;
     if (const Status eStatus = PathFromUnits(pszPath, path); eStatus != Status::Success) return eStatus;
-    struct stat oStat{};
+    struct stat oStat {};
     if (stat(path.c_str(), &oStat) != 0) return StatusForPath(errno, path);
     DWORD dwAttributes = S_ISDIR(oStat.st_mode) ? ATTRIBUTE_DIRECTORY : 0;
     if (IsReadOnly(oStat)) dwAttributes |= ATTRIBUTE_READONLY;
@@ -206,7 +211,7 @@ Status HostFilePort::GetAttributes(const XCHAR* pszPath, DWORD& rdwAttributes) n
 Status HostFilePort::SetAttributes(const XCHAR* pszPath, DWORD dwAttributes) noexcept try {
     std::string path;
     if (const Status eStatus = PathFromUnits(pszPath, path); eStatus != Status::Success) return eStatus;
-    struct stat oStat{};
+    struct stat oStat {};
     if (stat(path.c_str(), &oStat) != 0) return StatusForPath(errno, path);
     const bool fReadOnly = (dwAttributes & ATTRIBUTE_READONLY) != 0;
     // On a folder the attribute has no meaning, as on Windows.
@@ -221,7 +226,7 @@ Status HostFilePort::SetAttributes(const XCHAR* pszPath, DWORD dwAttributes) noe
 Status HostFilePort::Delete(const XCHAR* pszPath) noexcept try {
     std::string path;
     if (const Status eStatus = PathFromUnits(pszPath, path); eStatus != Status::Success) return eStatus;
-    struct stat oStat{};
+    struct stat oStat {};
     if (lstat(path.c_str(), &oStat) != 0) return StatusForPath(errno, path);
     if (S_ISDIR(oStat.st_mode) || IsReadOnly(oStat)) return Status::AccessDenied;
     if (S_ISREG(oStat.st_mode)) {
@@ -236,7 +241,7 @@ Status HostFilePort::DeleteByHandle(HANDLE hFile) noexcept try {
     const std::optional<OpenFile> oFile = m_oFiles.Find(NumberOf(hFile));
     if (!oFile) return Status::InvalidHandle;
     if (!oFile->fDeletable) return Status::AccessDenied;
-    struct stat oStat{};
+    struct stat oStat {};
     if (fstat(oFile->iFile, &oStat) != 0) return StatusFromErrno(errno);
     if (IsReadOnly(oStat)) return Status::AccessDenied;
     if (oStat.st_nlink == 0) return Status::Success;
@@ -250,7 +255,7 @@ Status HostFilePort::DeleteByHandle(HANDLE hFile) noexcept try {
     const Descriptor oFolder(open(FolderOf(path).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (oFolder.Get() < 0) return StatusForPath(errno, path);
     const std::string name = path.substr(path.rfind('/') + 1);
-    struct stat oNamed{};
+    struct stat oNamed {};
     if (fstatat(oFolder.Get(), name.c_str(), &oNamed, AT_SYMLINK_NOFOLLOW) != 0) return StatusFromErrno(errno);
     if (oNamed.st_dev != oStat.st_dev || oNamed.st_ino != oStat.st_ino) return Status::FileNotFound;
     return unlinkat(oFolder.Get(), name.c_str(), 0) == 0 ? Status::Success : StatusFromErrno(errno);
@@ -262,7 +267,8 @@ Status HostFilePort::Move(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplac
     std::string from, to;
     if (const Status eStatus = PathFromUnits(pszFrom, from); eStatus != Status::Success) return eStatus;
     if (const Status eStatus = PathFromUnits(pszTo, to); eStatus != Status::Success) return eStatus;
-    struct stat oFrom{}, oTo{};
+    struct stat oFrom {
+    }, oTo{};
     if (lstat(from.c_str(), &oFrom) != 0) return StatusForPath(errno, from);
     if (S_ISREG(oFrom.st_mode)) {
         if (const Status eStatus = MayDelete(from); eStatus != Status::Success) return eStatus;

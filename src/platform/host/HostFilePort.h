@@ -7,8 +7,8 @@
 
 namespace vlm::host {
 
-/// POSIX files under the Windows rules: sharing by marks that all users of this port honour, the read-only attribute as the
-/// owner's missing right to write (checked for the superuser, too), status numbers of Windows.
+/// POSIX files under the Windows rules: sharing by marks that all users of this port honour, the read-only attribute as
+/// the owner's missing right to write (checked for the superuser, too), status numbers of Windows.
 class HostFilePort final : public FilePort {
 public:
     Status Open(const XCHAR* pszPath, const OpenOptions& rOptions, HANDLE& rhFile) noexcept override;

@@ -39,7 +39,8 @@ Utf8Step DecodeUtf8(std::string_view svBytes, bool fSurrogates) noexcept {
     const auto at = [&](std::size_t i) { return static_cast<unsigned char>(svBytes[i]); };
     const unsigned uiLead = at(0);
     if (uiLead < 0x80) return {uiLead, 1, 0};
-    // The second byte's range depends on the lead: it keeps out over-long forms, surrogates and what is beyond U+10FFFF.
+    // The second byte's range depends on the lead: it keeps out over-long forms, surrogates and what is beyond
+    // U+10FFFF.
     unsigned cLength = 0, uiLow = 0x80, uiHigh = 0xBF;
     std::uint32_t uiCodePoint = 0;
     if (uiLead >= 0xC2 && uiLead <= 0xDF) {

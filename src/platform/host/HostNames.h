@@ -9,8 +9,8 @@
 
 namespace vlm::host {
 
-/// Code units for the bytes of a name.  UTF-8 is decoded; a byte that is no part of UTF-8 becomes U+DC00 plus the byte, so
-/// that every name of the host can be told apart and opened again.
+/// Code units for the bytes of a name.  UTF-8 is decoded; a byte that is no part of UTF-8 becomes U+DC00 plus the byte,
+/// so that every name of the host can be told apart and opened again.
 /// @throws std::bad_alloc
 std::basic_string<XCHAR> UnitsFromBytes(std::string_view svBytes);
 
@@ -40,8 +40,12 @@ Utf8Step DecodeUtf8(std::string_view svBytes, bool fSurrogates) noexcept;
 /// Appends the UTF-8 form of a code point (surrogates in their three-byte form).
 unsigned EncodeUtf8(std::uint32_t uiCodePoint, char (&rBytes)[4]) noexcept;
 
-constexpr bool IsHighSurrogate(std::uint32_t ui) noexcept { return ui >= 0xD800 && ui <= 0xDBFF; }
-constexpr bool IsLowSurrogate(std::uint32_t ui) noexcept { return ui >= 0xDC00 && ui <= 0xDFFF; }
+constexpr bool IsHighSurrogate(std::uint32_t ui) noexcept {
+    return ui >= 0xD800 && ui <= 0xDBFF;
+}
+constexpr bool IsLowSurrogate(std::uint32_t ui) noexcept {
+    return ui >= 0xDC00 && ui <= 0xDFFF;
+}
 constexpr std::uint32_t JoinSurrogates(std::uint32_t uiHigh, std::uint32_t uiLow) noexcept {
     return 0x10000 + ((uiHigh - 0xD800) << 10) + (uiLow - 0xDC00);
 }

@@ -46,9 +46,12 @@ std::size_t HostProcessPort::ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::
     return 0;
 }
 
-DWORD HostProcessPort::CurrentProcessId() noexcept { return static_cast<DWORD>(getpid()); }
+DWORD HostProcessPort::CurrentProcessId() noexcept {
+    return static_cast<DWORD>(getpid());
+}
 
-std::size_t HostProcessPort::EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept try {
+std::size_t HostProcessPort::EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept
+    try {
     std::string name;
     if (pszName == nullptr || !BytesFromUnits(pszName, name)) return 0;
     const char* pszValue = std::getenv(name.c_str());

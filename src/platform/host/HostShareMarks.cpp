@@ -18,7 +18,7 @@ constexpr unsigned cWays = 3;
 constexpr off_t USE_OFFSET = 0, DENY_OFFSET = cWays;
 
 struct flock LockOf(short sType, off_t oOffset) noexcept {
-    struct flock oLock{};
+    struct flock oLock {};
     oLock.l_type = sType;
     oLock.l_whence = SEEK_SET;
     oLock.l_start = FIRST_MARK + oOffset;

@@ -6,8 +6,8 @@
 
 namespace vlm::host {
 
-/// Every open file description that follows the rules leaves marks on its file: read locks on single bytes far beyond any
-/// data, one byte for each way that it uses the file and one for each way that it denies to others.  Open file
+/// Every open file description that follows the rules leaves marks on its file: read locks on single bytes far beyond
+/// any data, one byte for each way that it uses the file and one for each way that it denies to others.  Open file
 /// description locks meet even within one process, and the kernel takes them away with the last close, a kill included.
 /// @param dwUses,dwDenies combinations of FilePort::ShareRead, ShareWrite and ShareDelete.
 /// @return SharingViolation when somebody's marks forbid it (none are left then); Success also where the file system

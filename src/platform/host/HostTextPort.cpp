@@ -19,8 +19,9 @@ constexpr DWORD CODE_PAGE_ANSI = 0, CODE_PAGE_1252 = 1252, CODE_PAGE_UTF8 = 6500
 
 // Bytes 0x80 to 0x9F of code page 1252; all others are the code point of the same number.
 constexpr XCHAR HIGH_1252[32] = {
-    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
-    0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
 };
 
 /// Writes to a target of fixed room, or only counts when there is none.
@@ -33,7 +34,8 @@ public:
         ++m_cUsed;
     }
     void Put(std::basic_string_view<Unit> svText) noexcept {
-        for (const Unit unit : svText) Put(unit);
+        for (const Unit unit : svText)
+            Put(unit);
     }
     /// Units written or needed; 0 when there was a target and it was too small.
     std::size_t Result() const noexcept { return m_pTarget != nullptr && m_cUsed > m_cCapacity ? 0 : m_cUsed; }
@@ -90,7 +92,8 @@ std::size_t HostTextPort::ToNarrow(DWORD dwCodePage, const XCHAR* pSource, std::
     if (pSource == nullptr || cUnits > INT_MAX) return 0;
     Writer<char> oWriter(pTarget, pTarget ? cCapacity : 0);
     if (dwCodePage == CODE_PAGE_ANSI || dwCodePage == CODE_PAGE_1252) {
-        for (std::size_t i = 0; i < cUnits; ++i) oWriter.Put(Narrow1252(pSource[i]));
+        for (std::size_t i = 0; i < cUnits; ++i)
+            oWriter.Put(Narrow1252(pSource[i]));
         return oWriter.Result();
     }
     if (dwCodePage != CODE_PAGE_UTF8) return 0;
@@ -111,8 +114,8 @@ std::size_t HostTextPort::SystemErrorText(DWORD dwError, XCHAR* pTarget, std::si
     return CopyCut(ErrorText(dwError), pTarget, cCapacity);
 }
 
-std::size_t HostTextPort::FormatMessageText(const XCHAR* pszFormat, const XCHAR* const* ppszInserts, std::size_t cInserts,
-                                            XCHAR* pTarget, std::size_t cCapacity) noexcept {
+std::size_t HostTextPort::FormatMessageText(const XCHAR* pszFormat, const XCHAR* const* ppszInserts,
+                                            std::size_t cInserts, XCHAR* pTarget, std::size_t cCapacity) noexcept {
     if (pszFormat == nullptr || pTarget == nullptr) return 0;
     Writer<XCHAR> oWriter(pTarget, cCapacity);
     const auto isDigit = [](XCHAR unit) { return unit >= VTEXT('0') && unit <= VTEXT('9'); };

@@ -1,5 +1,6 @@
 /// @file
-/// Text on the host: code page 1252 and UTF-8, error texts of our own wording, tables in memory for resources and windows.
+/// Text on the host: code page 1252 and UTF-8, error texts of our own wording, tables in memory for resources and
+/// windows.
 #pragma once
 
 #include "platform/TextPort.h"

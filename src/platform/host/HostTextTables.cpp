@@ -30,11 +30,14 @@ Tables& TheTables() {
     return soTables.object;
 }
 
-std::uintptr_t NumberOf(HWND hwnd) noexcept { return reinterpret_cast<std::uintptr_t>(hwnd); }
+std::uintptr_t NumberOf(HWND hwnd) noexcept {
+    return reinterpret_cast<std::uintptr_t>(hwnd);
+}
 
 }  // namespace
 
-bool RegisterStringResources(HINSTANCE hModule, const StringResourceEntry* pEntries, std::size_t cEntries) noexcept try {
+bool RegisterStringResources(HINSTANCE hModule, const StringResourceEntry* pEntries, std::size_t cEntries) noexcept
+    try {
     Tables& rTables = TheTables();
     const std::lock_guard oLock(rTables.oMutex);
     if (cEntries == 0) {

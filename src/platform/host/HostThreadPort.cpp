@@ -51,17 +51,25 @@ Status HostThreadPort::SetSlot(DWORD dwSlot, void* pValue) noexcept {
     return dwSlot < PTHREAD_KEYS_MAX ? StatusFromErrno(pthread_setspecific(dwSlot, pValue)) : Status::InvalidParameter;
 }
 
-void* HostThreadPort::LocalAllocate(std::size_t cBytes) noexcept { return std::calloc(1, cBytes ? cBytes : 1); }
+void* HostThreadPort::LocalAllocate(std::size_t cBytes) noexcept {
+    return std::calloc(1, cBytes ? cBytes : 1);
+}
 
-void HostThreadPort::LocalRelease(void* pMemory) noexcept { std::free(pMemory); }
+void HostThreadPort::LocalRelease(void* pMemory) noexcept {
+    std::free(pMemory);
+}
 
-DWORD HostThreadPort::CurrentThreadId() noexcept { return static_cast<DWORD>(gettid()); }
+DWORD HostThreadPort::CurrentThreadId() noexcept {
+    return static_cast<DWORD>(gettid());
+}
 
 }  // namespace vlm::host
 
 namespace vlm {
 
-void* LoadPoolPointer() noexcept { return host::tpPool; }
+void* LoadPoolPointer() noexcept {
+    return host::tpPool;
+}
 
 bool StorePoolPointer(void* pValue, void (*pfnThreadEnd)(void*)) noexcept {
     std::call_once(host::goPoolKeyOnce, [&] {
@@ -92,12 +100,20 @@ SystemLock::SystemLock() noexcept {
     pthread_mutexattr_destroy(&oAttributes);
 }
 
-SystemLock::~SystemLock() { pthread_mutex_destroy(MutexIn(m_abyStorage)); }
+SystemLock::~SystemLock() {
+    pthread_mutex_destroy(MutexIn(m_abyStorage));
+}
 
-void SystemLock::Enter() noexcept { pthread_mutex_lock(MutexIn(m_abyStorage)); }
+void SystemLock::Enter() noexcept {
+    pthread_mutex_lock(MutexIn(m_abyStorage));
+}
 
-bool SystemLock::TryEnter() noexcept { return pthread_mutex_trylock(MutexIn(m_abyStorage)) == 0; }
+bool SystemLock::TryEnter() noexcept {
+    return pthread_mutex_trylock(MutexIn(m_abyStorage)) == 0;
+}
 
-void SystemLock::Leave() noexcept { pthread_mutex_unlock(MutexIn(m_abyStorage)); }
+void SystemLock::Leave() noexcept {
+    pthread_mutex_unlock(MutexIn(m_abyStorage));
+}
 
 }  // namespace vlm

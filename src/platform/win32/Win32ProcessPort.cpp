@@ -1,0 +1,37 @@
+/// @file
+/// Names of the process and its modules over kernel32.
+#include "platform/win32/Win32ProcessPort.h"
+
+#include <algorithm>
+#include <climits>
+
+#include "platform/win32/System.h"
+
+namespace vlm::win32 {
+
+namespace {
+DWORD Room(std::size_t cCapacity) noexcept {
+    return static_cast<DWORD>(std::min<std::size_t>(cCapacity, INT_MAX));
+}
+}  // namespace
+
+std::size_t Win32ProcessPort::ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    if (pTarget == nullptr || cCapacity == 0) return 0;
+    const DWORD dwRoom = Room(cCapacity);
+    const DWORD dwUnits = GetModuleFileNameW(hModule, pTarget, dwRoom);
+    return dwUnits < dwRoom ? dwUnits : 0;  // a path that was cut fills the room
+}
+
+DWORD Win32ProcessPort::CurrentProcessId() noexcept {
+    return GetCurrentProcessId();
+}
+
+std::size_t Win32ProcessPort::EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget,
+                                                  std::size_t cCapacity) noexcept {
+    if (pszName == nullptr || pTarget == nullptr || cCapacity == 0) return 0;
+    const DWORD dwRoom = Room(cCapacity);
+    const DWORD dwUnits = GetEnvironmentVariableW(pszName, pTarget, dwRoom);
+    return dwUnits < dwRoom ? dwUnits : 0;  // otherwise it is the room needed
+}
+
+}  // namespace vlm::win32

@@ -1,0 +1,16 @@
+/// @file
+/// The process on Windows.
+#pragma once
+
+#include "platform/ProcessPort.h"
+
+namespace vlm::win32 {
+
+class Win32ProcessPort final : public ProcessPort {
+public:
+    std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    DWORD CurrentProcessId() noexcept override;
+    std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+};
+
+}  // namespace vlm::win32

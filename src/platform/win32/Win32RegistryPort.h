@@ -1,0 +1,28 @@
+/// @file
+/// The registry of the system.
+#pragma once
+
+#include "platform/RegistryPort.h"
+
+namespace vlm::win32 {
+
+class Win32RegistryPort final : public RegistryPort {
+public:
+    HKEY RootKey(Root eRoot) noexcept override;
+    Status Open(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey) noexcept override;
+    Status Create(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, bool fVolatile, HKEY& rhKey,
+                  bool& rfCreated) noexcept override;
+    Status Close(HKEY hKey) noexcept override;
+    Status QueryValue(HKEY hKey, const XCHAR* pszName, DWORD& rdwType, void* pTarget, DWORD& rcbData) noexcept override;
+    Status QueryMultipleValues(HKEY hKey, ValueQuery* pQueries, DWORD cQueries, void* pTarget,
+                               DWORD& rcbData) noexcept override;
+    Status SetValue(HKEY hKey, const XCHAR* pszName, DWORD dwType, const void* pData, DWORD cbData) noexcept override;
+    Status DeleteValue(HKEY hKey, const XCHAR* pszName) noexcept override;
+    Status DeleteKey(HKEY hParent, const XCHAR* pszSubKey) noexcept override;
+    Status EnumerateKey(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept override;
+    Status EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName, DWORD& rdwType, void* pTarget,
+                          DWORD& rcbData) noexcept override;
+    Status OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept override;
+};
+
+}  // namespace vlm::win32

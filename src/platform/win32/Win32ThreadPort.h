@@ -1,0 +1,20 @@
+/// @file
+/// Thread slots of the system.
+#pragma once
+
+#include "platform/ThreadPort.h"
+
+namespace vlm::win32 {
+
+class Win32ThreadPort final : public ThreadPort {
+public:
+    DWORD AllocSlot(void (*pfnThreadEnd)(void*)) noexcept override;
+    Status FreeSlot(DWORD dwSlot) noexcept override;
+    void* GetSlot(DWORD dwSlot, Status& rStatus) noexcept override;
+    Status SetSlot(DWORD dwSlot, void* pValue) noexcept override;
+    void* LocalAllocate(std::size_t cBytes) noexcept override;
+    void LocalRelease(void* pMemory) noexcept override;
+    DWORD CurrentThreadId() noexcept override;
+};
+
+}  // namespace vlm::win32
