@@ -2,6 +2,7 @@
 # Runs one Windows program under Wine and answers with its exit code.
 #   run-wine.sh PROGRAM.exe [ARGUMENTS...]      run it
 #   run-wine.sh --warm-up | --stop              start or end the Wine server beforehand (tests do not need it)
+#   Q9_WINE_DIRECT=1 run-wine.sh ...            the same, with the caller's own streams (for people, not for pipes)
 #
 # - The Wine prefix is build/wine of this source tree, or Q9_WINEPREFIX; it is made when it is missing.
 # - Output goes through a file: Wine's helper processes inherit the first program's output and would keep the
@@ -54,10 +55,11 @@ warm_up() {
 case ${1:-} in
     --warm-up) warm_up; exit 0 ;;
     --stop) wineserver -k >/dev/null 2>&1; wineserver -w >/dev/null 2>&1; exit 0 ;;
-    '') sed -n '2,5p' "${BASH_SOURCE[0]}" >&2; exit 2 ;;
+    '') sed -n '2,6p' "${BASH_SOURCE[0]}" >&2; exit 2 ;;
 esac
 
 server_runs || warm_up
+[ -z "${Q9_WINE_DIRECT:-}" ] || exec wine "$@"
 output=$(mktemp)
 trap 'rm -f "$output"' EXIT
 wine "$@" >"$output" 2>&1 </dev/null
