@@ -58,6 +58,7 @@ public:
     ~CXString() { Release(Data()); }
 
     CXString& operator=(const CXString& kcsOther) {
+        if (IsLocked()) return AssignText(kcsOther);
         if (m_pchData != kcsOther.m_pchData) CXString(kcsOther).swap(*this);
         return *this;
     }
@@ -71,7 +72,10 @@ public:
     CXString& operator=(XCHAR ch) { return AssignText(XStringView(&ch, 1)); }
 
     /// Makes the string empty and gives its block back.
-    void Empty() noexcept { CXString().swap(*this); }
+    void Empty() noexcept {
+        if (IsLocked()) return SetOwnLength(0);
+        CXString().swap(*this);
+    }
     void swap(CXString& rcsOther) noexcept {
         XCHAR* const pchData = m_pchData;
         m_pchData = rcsOther.m_pchData;
@@ -314,18 +318,29 @@ protected:
     }
 
 private:
-    friend struct CXStringAccess;
-
     /// What every empty string points to.
     static const CXStringEmptyBlock m_soEmptyBlock;
     static XCHAR* EmptyText() noexcept { return const_cast<XCHAR*>(&m_soEmptyBlock.m_chEnd); }
 
     CXStringData* Data() const noexcept { return CXStringData::FromText(m_pchData); }
+    bool IsLocked() const noexcept { return Data()->m_lRefs.load(std::memory_order_relaxed) == CXStringData::LOCKED; }
+    /// True when no other string can see a change of the block.
+    bool IsOwn() const noexcept;
+    /// Replaces the block by a new one, keeping a lock.
+    void TakeBlock(CXStringData* pData) noexcept;
+    /// Shortens (or, within the capacity, lengthens) the text of an own block.
+    void SetOwnLength(std::size_t cUnits) noexcept;
     void CopyOfLocked(const CXString& kcsOther);
     CXString& AssignText(XStringArg text) {
         AssignCopy(text.size(), text.data());
         return *this;
     }
+    /// Takes a result over; a locked string gets a copy, so that its buffer stays its own.
+    void AssignResult(CXString& rcsResult);
+    template <class Unwanted>
+    CXString& TrimLeftIf(Unwanted unwanted);
+    template <class Unwanted>
+    CXString& TrimRightIf(Unwanted unwanted);
     bool FormatMessageCore(const XCHAR* pszFormat, const vlm::FormatArg* poArgs, std::size_t cArgs);
 
     XCHAR* m_pchData;

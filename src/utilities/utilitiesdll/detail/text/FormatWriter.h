@@ -1,0 +1,63 @@
+/// @file
+/// Where a formatting writes: the caller's memory first, then the heap, never beyond a bound.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/XChar.h"
+#include "utilities/utilitiesdll/detail/text/CXStringImpl.h"
+
+namespace vlm::format {
+
+/// Appends code units.  Beyond its bound it drops what comes, without parting the halves of a character.
+class FormatWriter {
+public:
+    /// @param cCapacity units that fit into `pchFirst`.
+    /// @param cLimit units that may be produced in all; above `cCapacity` the heap is used.
+    FormatWriter(XCHAR* pchFirst, std::size_t cCapacity, std::size_t cLimit) noexcept
+        : m_pchText(pchFirst), m_cEnd(std::min(cCapacity, cLimit)), m_cLimit(cLimit) {}
+    ~FormatWriter();
+    FormatWriter(const FormatWriter&) = delete;
+    FormatWriter& operator=(const FormatWriter&) = delete;
+
+    const XCHAR* Text() const noexcept { return m_pchText; }
+    std::size_t Count() const noexcept { return m_cUnits; }
+    /// FMTF_TRUNCATED and FMTF_OUT_OF_MEMORY.
+    std::uint32_t Flags() const noexcept { return m_dwFlags; }
+
+    void Append(const XCHAR* pchText, std::size_t cUnits) noexcept {
+        if (cUnits > m_cEnd - m_cUnits && !Grow(cUnits)) return AppendCut(pchText, cUnits);
+        text::CopyUnits(m_pchText + m_cUnits, pchText, cUnits);
+        m_cUnits += cUnits;
+    }
+    void Append(XStringView text) noexcept { Append(text.data(), text.size()); }
+    void Fill(XCHAR ch, std::size_t cUnits) noexcept {
+        if (cUnits > m_cEnd - m_cUnits && !Grow(cUnits)) cUnits = m_cEnd - m_cUnits;
+        std::fill_n(m_pchText + m_cUnits, cUnits, ch);
+        m_cUnits += cUnits;
+    }
+    /// Room for `cUnits` at the end, to be filled and then counted with Advance; null when that many do not fit, and
+    /// then the text ends here.
+    XCHAR* Reserve(std::size_t cUnits) noexcept {
+        if (cUnits <= m_cEnd - m_cUnits || Grow(cUnits)) return m_pchText + m_cUnits;
+        m_cEnd = m_cUnits;
+        return nullptr;
+    }
+    void Advance(std::size_t cUnits) noexcept { m_cUnits += cUnits; }
+
+private:
+    /// Makes room for `cMore` units, or as many as there may be; false, with a flag set, when they do not all fit.
+    bool Grow(std::size_t cMore) noexcept;
+    void AppendCut(const XCHAR* pchText, std::size_t cUnits) noexcept;
+
+    XCHAR* m_pchText;
+    std::size_t m_cUnits = 0;
+    std::size_t m_cEnd;  ///< units that fit; after a cut nothing more does
+    std::size_t m_cLimit;
+    std::size_t m_cHeapUnits = 0;  ///< size of the heap's memory, 0 while the text is in the caller's
+    std::uint32_t m_dwFlags = 0;
+};
+
+}  // namespace vlm::format
