@@ -30,14 +30,17 @@ CXString FromNarrow(const char* pchText, std::size_t cBytes) {
     return csResult;
 }
 
-/// The system's formatter takes texts alone, so a format behind an insert may only say "a text".
-bool HasTextInsertsOnly(const XCHAR* pszFormat) noexcept {
+/// The system's formatter takes texts alone and does not know how many it was given: an insert without an argument, and
+/// a format behind an insert that says anything but "a text", would make it read what is not there.
+bool HasFittingInserts(const XCHAR* pszFormat, std::size_t cInserts) noexcept {
     for (const XCHAR* pch = pszFormat; *pch; ++pch) {
         if (*pch != XCHAR('%')) continue;
         ++pch;
         if (!*pch) return false;
         if (!vlm::text::IsDigit(*pch) || *pch == XCHAR('0')) continue;
-        if (vlm::text::IsDigit(pch[1])) ++pch;
+        std::size_t uInsert = static_cast<std::size_t>(*pch - XCHAR('0'));
+        if (vlm::text::IsDigit(pch[1])) uInsert = uInsert * 10 + static_cast<std::size_t>(*++pch - XCHAR('0'));
+        if (uInsert > cInserts) return false;
         if (pch[1] != XCHAR('!')) continue;
         if (pch[2] != XCHAR('s') || pch[3] != XCHAR('!')) return false;
         pch += 3;
@@ -125,7 +128,7 @@ bool CXString::SetWindowTextW(HWND hwnd) const {
 }
 
 bool CXString::FormatMessageCore(const XCHAR* pszFormat, const vlm::FormatArg* poArgs, std::size_t cArgs) {
-    if (!pszFormat || cArgs > MAX_INSERTS || !HasTextInsertsOnly(pszFormat)) return false;
+    if (!pszFormat || cArgs > MAX_INSERTS || !HasFittingInserts(pszFormat, cArgs)) return false;
     std::vector<CXString> vcsInserts(cArgs);
     std::vector<const XCHAR*> vpszInserts(cArgs);
     std::size_t cRoom = 64 + ClampCount(SafeStrlen(pszFormat));

@@ -233,6 +233,10 @@ void MemoryPool::Release(void* pBlock, std::size_t cBytes) noexcept {
     ReleaseToClass(ClassOf(cBytes), pBlock);
 }
 
+void MemoryPool::CleanUpDueToThreadDetach() noexcept {
+    if (void* const pValue = vlm::LoadPoolPointer()) EndOfThread(pValue);
+}
+
 std::int64_t MemoryPool::GetOutstandingBlocks() noexcept {
     return gReserve.m_oReserve.Outstanding() + gllLargeBlocks.load(std::memory_order_relaxed);
 }

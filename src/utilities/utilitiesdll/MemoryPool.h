@@ -31,6 +31,11 @@ public:
     /// Blocks handed out and not yet released, of all threads; exact while no other thread allocates or releases.
     static std::int64_t GetOutstandingBlocks() noexcept;
 
+    /// Hands the calling thread's free lists to the reserve.  The system calls it at a thread's end on its own where it
+    /// can; on Windows the entry point does, at thread detach.  Harmless without lists; they are made anew when needed
+    /// again.
+    static void CleanUpDueToThreadDetach() noexcept;
+
     /// The function that memory comes from (default: the C heap's `malloc`); for tests that make memory run out.
     using RawAllocator = void* (*)(std::size_t cBytes) noexcept;
     /// Puts another one in force (null: the default) and returns the former; memory always goes back to `free`.
