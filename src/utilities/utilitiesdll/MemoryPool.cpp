@@ -157,7 +157,7 @@ private:
 /// Keeps the destructor of its content from running.
 union ReserveHolder {
     constexpr ReserveHolder() noexcept : m_oReserve() {}
-    constexpr ~ReserveHolder() {}
+    ~ReserveHolder() {}
     Reserve m_oReserve;
 };
 constinit ReserveHolder gReserve;
