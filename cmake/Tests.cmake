@@ -70,6 +70,7 @@ function(q9_add_lint_test name)
 endfunction()
 q9_add_lint_test(floors tools/lint/check_floors.py)
 q9_add_lint_test(text tools/lint/check_text.py)
+q9_add_lint_test(packaging tools/lint/check_packaging.py)
 q9_add_lint_test(self tools/lint/lint_test.py)
 
 # What the DLL exports and the order of its virtual functions, against the reviewed lists.
