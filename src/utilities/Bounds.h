@@ -16,4 +16,18 @@ inline constexpr std::size_t MAX_RECORD_TEXT_UNITS = 0xFFFF;
 /// Most bytes in a blob, a list or a state: what the 32-bit counts can say.
 inline constexpr std::uint64_t MAX_COUNTED_BYTES = 0xFFFFFFFF;
 
+/// Most bytes that a compressed state kept in memory, a device mode or a registry value may claim to expand to; the
+/// default of every compressed buffer.
+inline constexpr std::uint32_t MAX_STATE_ORIGINAL_BYTES = 64 * 1024 * 1024;
+
+/// The same for a file of the family, unless its caller asks for more.
+inline constexpr std::uint32_t MAX_FILE_ORIGINAL_BYTES = 256 * 1024 * 1024;
+
+/// Most bytes that `cCompressed` bytes of deflate can stand for: it reaches 1,032 to one, and short data has room to
+/// spare.  A larger claim is false.
+constexpr std::uint64_t MaxOriginalBytes(std::uint64_t cCompressed) noexcept { return 1100 * cCompressed + 32 * 1024; }
+
+/// Most bytes of working memory that a cabinet library gets for one operation; it needs about half a megabyte.
+inline constexpr std::size_t MAX_CABINET_WORK_BYTES = 16 * 1024 * 1024;
+
 }  // namespace vlm::bounds
