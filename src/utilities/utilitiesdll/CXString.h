@@ -2,6 +2,7 @@
 /// The library's string: UTF-16 with value semantics, shared blocks and copy-on-write.
 #pragma once
 
+#include <compare>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -140,7 +141,7 @@ public:
     CXString& operator+=(XStringArg text);
     CXString& operator+=(XCHAR ch) { return *this += XStringView(&ch, 1); }
 
-    // ---- comparison; see also the relational operators in CXStringOperators.h ----
+    // ---- comparison ----
 
     /// Ordinal, code unit by code unit: the difference of the first units that differ, 0 when equal.  A text that ends
     /// first has the terminator, 0, there.
@@ -149,6 +150,29 @@ public:
     int CompareNoCase(XStringArg text) const noexcept;
     /// The same as Compare, under the standard string's name.
     int compare(XStringArg text) const noexcept { return Compare(text); }
+
+    // All six relations, built on Compare, with strings, views and zero-terminated texts on either side.  They are
+    // hidden friends so that they take part only where a string does: a view and a literal are compared by the
+    // standard's operators.
+    friend bool operator==(const CXString& kcsLeft, const CXString& kcsRight) noexcept {
+        return kcsLeft.m_pchData == kcsRight.m_pchData ||
+               (kcsLeft.GetLength() == kcsRight.GetLength() && kcsLeft.Compare(kcsRight) == 0);
+    }
+    friend bool operator==(const CXString& kcsLeft, XStringView right) noexcept {
+        return kcsLeft.View().size() == right.size() && kcsLeft.Compare(right) == 0;
+    }
+    friend bool operator==(const CXString& kcsLeft, const XCHAR* pszRight) noexcept {
+        return kcsLeft.Compare(pszRight) == 0;
+    }
+    friend std::strong_ordering operator<=>(const CXString& kcsLeft, const CXString& kcsRight) noexcept {
+        return kcsLeft.Compare(kcsRight) <=> 0;
+    }
+    friend std::strong_ordering operator<=>(const CXString& kcsLeft, XStringView right) noexcept {
+        return kcsLeft.Compare(right) <=> 0;
+    }
+    friend std::strong_ordering operator<=>(const CXString& kcsLeft, const XCHAR* pszRight) noexcept {
+        return kcsLeft.Compare(pszRight) <=> 0;
+    }
 
     // ---- search: an index, or −1 when absent ----
 

@@ -2,7 +2,6 @@
 /// Operators and standard-library views of the string.  Included by CXString.h.
 #pragma once
 
-#include <compare>
 #include <functional>
 #include <utility>
 #include <version>
@@ -34,30 +33,6 @@ inline CXString operator+(CXString&& rcsLeft, XStringView right) {
 }
 inline CXString operator+(CXString&& rcsLeft, XCHAR chRight) {
     return std::move(rcsLeft += chRight);
-}
-/// @}
-
-/// @name Order
-/// All six relations, built on CXString::Compare, with strings, views and zero-terminated texts on either side.
-/// @{
-inline bool operator==(const CXString& kcsLeft, const CXString& kcsRight) noexcept {
-    return kcsLeft.GetLpcwstr() == kcsRight.GetLpcwstr() ||
-           (kcsLeft.GetLength() == kcsRight.GetLength() && kcsLeft.Compare(kcsRight) == 0);
-}
-inline bool operator==(const CXString& kcsLeft, XStringView right) noexcept {
-    return kcsLeft.View() == right;
-}
-inline bool operator==(const CXString& kcsLeft, const XCHAR* pszRight) noexcept {
-    return kcsLeft.Compare(pszRight) == 0;
-}
-inline std::strong_ordering operator<=>(const CXString& kcsLeft, const CXString& kcsRight) noexcept {
-    return kcsLeft.Compare(kcsRight) <=> 0;
-}
-inline std::strong_ordering operator<=>(const CXString& kcsLeft, XStringView right) noexcept {
-    return kcsLeft.Compare(right) <=> 0;
-}
-inline std::strong_ordering operator<=>(const CXString& kcsLeft, const XCHAR* pszRight) noexcept {
-    return kcsLeft.Compare(pszRight) <=> 0;
 }
 /// @}
 
