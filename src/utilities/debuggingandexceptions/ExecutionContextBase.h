@@ -56,7 +56,7 @@ public:
     static CXString GetDebugDisplayString(ExecutionContextIdType eContext, bool fWithNumber);
 
     /// Is the id one of the fixed ones?  Reports it when it is not.
-    static bool AssertValidContextIdType(ExecutionContextIdType eContext);
+    static bool AssertValidContextIdType(ExecutionContextIdType eContext) noexcept;
 
 protected:
     ExecutionContextBase(ExecutionContextIdType eContext, const CXString& kcsFile, const CXString& kcsFunction,
@@ -71,6 +71,7 @@ protected:
     std::strong_ordering CompareFields(const ExecutionContextBase& rOther) const noexcept;
 
 private:
+    static ExecutionContextIdType CheckedId(ExecutionContextIdType eContext) noexcept;
     static void PopulateStringMapForExecutionContextIdType();
 
     static CriticalResource m_soStringMapResource;

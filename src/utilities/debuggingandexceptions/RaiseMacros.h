@@ -47,37 +47,20 @@ VLM_API void FailAssertion(const XCHAR* pszCondition, const SourcePosition& rPos
 
 }  // namespace vlm
 
-/// Formats into a `vlm::MessageText` named vlmText.  A detail of the macros below.
-#define VLM_FORMAT_MESSAGE(...)                      \
-    ::vlm::MessageText vlmText(VTEXT(#__VA_ARGS__)); \
-    try {                                            \
-        vlmText.Format(__VA_ARGS__);                 \
-    } catch (...) {                                  \
-        vlmText.NoteFailedArguments();               \
-    }
-
-#define VLM_REPORT_AS(fError, categories, ...)                                  \
-    do {                                                                        \
-        const DebugMessageCategories vlmCategories = (categories);              \
-        if (::vlm::ReportsAllowed(vlmCategories)) {                             \
-            VLM_FORMAT_MESSAGE(__VA_ARGS__)                                     \
-            ::vlm::WriteReport(fError, vlmCategories, VLM_HERE, vlmText.Get()); \
-        }                                                                       \
-    } while (false)
+// The macros below the line "Details" turn their arguments into text before anything in them is expanded, so that a
+// message shows what stands in the source, on every platform alike.
 
 /// Writes a message: VLM_REPORT(categories, format, arguments...).
-#define VLM_REPORT(categories, ...) VLM_REPORT_AS(false, categories, __VA_ARGS__)
+#define VLM_REPORT(categories, ...) VLM_REPORT_DETAIL(false, categories, #__VA_ARGS__, __VA_ARGS__)
 
 /// Writes a message that is an error; "errors" is added to the categories.
-#define VLM_REPORT_ERROR(categories, ...) VLM_REPORT_AS(true, DebugCategory::Errors | (categories), __VA_ARGS__)
+#define VLM_REPORT_ERROR(categories, ...) \
+    VLM_REPORT_DETAIL(true, DebugCategory::Errors | (categories), #__VA_ARGS__, __VA_ARGS__)
 
 /// Reports and throws: VLM_THROW(class, format, arguments...), the class by its full name.
 #define VLM_THROW(Class, ...)                                                                  \
     do {                                                                                       \
-        const ::vlm::SourcePosition& vlmRaisedAt = VLM_HERE;                                   \
-        VLM_FORMAT_MESSAGE(__VA_ARGS__)                                                        \
-        ::vlm::ReportThrowing(vlmRaisedAt, VTEXT(#Class), vlmText.Get());                      \
-        const ::vlm::PositionText vlmPlace(vlmRaisedAt);                                       \
+        VLM_RAISE_DETAIL(#Class, #__VA_ARGS__, __VA_ARGS__)                                    \
         throw ::Get##Class(vlmText.Get(), vlmPlace.File(), vlmPlace.Line(), vlmPlace.Method(), \
                            ::vlm::GetStackForException());                                     \
     } while (false)
@@ -85,24 +68,50 @@ VLM_API void FailAssertion(const XCHAR* pszCondition, const SourcePosition& rPos
 /// As VLM_THROW, for the two classes that carry more: VLM_THROW_WITH(class, extra argument, format, arguments...).
 #define VLM_THROW_WITH(Class, extra, ...)                                                      \
     do {                                                                                       \
-        const ::vlm::SourcePosition& vlmRaisedAt = VLM_HERE;                                   \
         const auto vlmExtra = (extra);                                                         \
-        VLM_FORMAT_MESSAGE(__VA_ARGS__)                                                        \
-        ::vlm::ReportThrowing(vlmRaisedAt, VTEXT(#Class), vlmText.Get());                      \
-        const ::vlm::PositionText vlmPlace(vlmRaisedAt);                                       \
+        VLM_RAISE_DETAIL(#Class, #__VA_ARGS__, __VA_ARGS__)                                    \
         throw ::Get##Class(vlmText.Get(), vlmPlace.File(), vlmPlace.Line(), vlmPlace.Method(), \
                            ::vlm::GetStackForException(), vlmExtra);                           \
     } while (false)
 
 /// Reports a condition that does not hold, with its source text, under "errors"; execution goes on, so the next line
 /// gives the safe default.  The message (format, arguments...) may be left out.
-#define VLM_ASSERT(condition, ...) VLM_ASSERT_IN(DebugCategory::Errors, condition __VA_OPT__(, ) __VA_ARGS__)
+#define VLM_ASSERT(condition, ...) \
+    VLM_ASSERT_DETAIL(DebugCategory::Errors, condition, #condition, #__VA_ARGS__ __VA_OPT__(, ) __VA_ARGS__)
 
 /// As VLM_ASSERT, under categories of one's own.
-#define VLM_ASSERT_IN(categories, condition, ...)                                                   \
-    do {                                                                                            \
-        if (!(condition)) [[unlikely]] {                                                            \
-            VLM_FORMAT_MESSAGE(__VA_ARGS__)                                                         \
-            ::vlm::FailAssertion(VTEXT("(" #condition ")"), VLM_HERE, vlmText.Get(), (categories)); \
-        }                                                                                           \
+#define VLM_ASSERT_IN(categories, condition, ...) \
+    VLM_ASSERT_DETAIL(categories, condition, #condition, #__VA_ARGS__ __VA_OPT__(, ) __VA_ARGS__)
+
+// ---- Details: not for use elsewhere ----
+
+#define VLM_FORMAT_DETAIL(source, ...)         \
+    ::vlm::MessageText vlmText(VTEXT(source)); \
+    try {                                      \
+        vlmText.Format(__VA_ARGS__);           \
+    } catch (...) {                            \
+        vlmText.NoteFailedArguments();         \
+    }
+
+#define VLM_REPORT_DETAIL(fError, categories, source, ...)                      \
+    do {                                                                        \
+        const DebugMessageCategories vlmCategories = (categories);              \
+        if (::vlm::ReportsAllowed(vlmCategories)) {                             \
+            VLM_FORMAT_DETAIL(source, __VA_ARGS__)                              \
+            ::vlm::WriteReport(fError, vlmCategories, VLM_HERE, vlmText.Get()); \
+        }                                                                       \
+    } while (false)
+
+#define VLM_RAISE_DETAIL(name, source, ...)                                              \
+    const ::vlm::SourcePosition& vlmRaisedAt = VLM_HERE;                                 \
+    VLM_FORMAT_DETAIL(source, __VA_ARGS__)                                               \
+    ::vlm::ReportThrowing(vlmRaisedAt, VTEXT("*Throwing* " name ": %s"), vlmText.Get()); \
+    const ::vlm::PositionText vlmPlace(vlmRaisedAt);
+
+#define VLM_ASSERT_DETAIL(categories, condition, conditionSource, source, ...)                           \
+    do {                                                                                                 \
+        if (!(condition)) [[unlikely]] {                                                                 \
+            VLM_FORMAT_DETAIL(source, __VA_ARGS__)                                                       \
+            ::vlm::FailAssertion(VTEXT("(" conditionSource ")"), VLM_HERE, vlmText.Get(), (categories)); \
+        }                                                                                                \
     } while (false)

@@ -25,7 +25,7 @@ public:
     /// Does the sink want messages of these categories?  Asked only when the report mask lets them through.
     virtual bool Allows(DebugMessageCategories categories) const noexcept = 0;
 
-    /// Takes one message.  Called for what `Allows` has agreed to, and for failed assertions whatever it would say.
+    /// Takes one message that `Allows` has agreed to.
     virtual void Write(bool fError, DebugMessageCategories categories, const VelomDebugMessage& rMessage) noexcept = 0;
 
     /// Shows a box and waits for the answer.

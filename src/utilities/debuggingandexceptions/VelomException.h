@@ -63,7 +63,7 @@ public:
                                                      DWORD dwLine, const CXString& kcsFunctionName,
                                                      const ExecutionContextStack* pExecutionContextStack);
 
-    /// Reports a failed assertion as an error of the given categories, whatever the filter says about them.
+    /// Reports a failed assertion as an error of the given categories, if the sink allows them.
     /// An assertion that fails while another one of the same thread is being reported is dropped.
     /// @param kcsCondition the condition as it stands in the source, in parentheses.
     /// @return whether execution should break into a debugger: false, unless a sink made for developers asks for it.
