@@ -3,6 +3,7 @@
 
   check_exports.py [--update] DLL LIST                    names: demangled, sorted, each once
   check_exports.py --vtables [--update] LIST COMPILER...  slots: COMPILER with its options compiles src/q9util.h
+  check_exports.py --imports DLL                          the DLL needs nothing but the system
 
 An added name wants the list edited, with the change that adds it; a removed or changed one, or a changed slot, is a new
 major version.  --update writes the list anew.
@@ -17,6 +18,10 @@ import tempfile
 
 # The compiler exports the type information of the runtime classes that it emits next to ours; nobody links to it.
 RUNTIME = re.compile(r"(?:typeinfo(?: name)?|vtable) for (?:std|__gnu_cxx|__cxxabiv1)::|(?:std|__gnu_cxx)::")
+
+# What every Windows has.  A C++ run-time DLL in this list would have to be shipped, and found by the spooler.
+SYSTEM = {"kernel32.dll", "msvcrt.dll", "user32.dll", "advapi32.dll", "shlwapi.dll", "cabinet.dll", "winspool.drv",
+          "crypt32.dll", "wtsapi32.dll"}
 
 
 def run(*command):
@@ -52,7 +57,17 @@ def virtual_slots(compiler):
     return sorted(lines, key=lambda line: (line.split("[")[0], int(re.search(r"\[(\d+)\] ", line).group(1))))
 
 
+def check_imports(dll):
+    needed = {name.lower() for name in re.findall(r"DLL Name: (\S+)", run("x86_64-w64-mingw32-objdump", "-p", dll))}
+    for name in sorted(needed - SYSTEM):
+        print(f"needs {name}")
+    print(f"{pathlib.Path(dll).name} needs {len(needed)} modules" + (", not all of the system" if needed - SYSTEM else ""))
+    return 1 if needed - SYSTEM or not needed else 0
+
+
 def main(arguments):
+    if len(arguments) == 2 and arguments[0] == "--imports":
+        return check_imports(arguments[1])
     vtables = "--vtables" in arguments
     update = "--update" in arguments
     arguments = [a for a in arguments if a not in ("--vtables", "--update")]

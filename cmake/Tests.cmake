@@ -56,6 +56,16 @@ if(dll_sources AND TARGET q9util073)
     target_compile_definitions(test_dll PRIVATE "Q9_LIBRARY_FILE=\"${Q9_TEST_ROOT}$<TARGET_FILE:q9util073>\"")
     q9_register_tests(test_dll dll)
 endif()
+file(GLOB loader_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/dll/loader/*.cpp")
+if(loader_sources AND TARGET q9util073)
+    add_executable(test_loader ${loader_sources})
+    add_dependencies(test_loader q9util073)
+    target_link_libraries(test_loader PRIVATE q9_options q9_link_options gmock_main Threads::Threads ${CMAKE_DL_LIBS}
+        $<$<PLATFORM_ID:Windows>:version>)
+    target_include_directories(test_loader PRIVATE "${PROJECT_SOURCE_DIR}/tests" "${Q9_GENERATED_DIR}")
+    target_compile_definitions(test_loader PRIVATE "Q9_LIBRARY_FILE=\"${Q9_TEST_ROOT}$<TARGET_FILE:q9util073>\"")
+    q9_register_tests(test_loader loader)
+endif()
 
 # What does not depend on the sanitizers is checked in the plain builds.
 if(Q9_SANITIZE)
@@ -76,6 +86,9 @@ q9_add_lint_test(self tools/lint/lint_test.py)
 # What the DLL exports and the order of its virtual functions, against the reviewed lists.
 if(TARGET q9util073 AND WIN32 AND EXISTS "${PROJECT_SOURCE_DIR}/abi/q9util073.exports")
     q9_add_lint_test(exports abi/check_exports.py "$<TARGET_FILE:q9util073>" abi/q9util073.exports)
+endif()
+if(TARGET q9util073 AND WIN32)
+    q9_add_lint_test(imports abi/check_exports.py --imports "$<TARGET_FILE:q9util073>")
 endif()
 if(TARGET q9util073 AND WIN32 AND EXISTS "${PROJECT_SOURCE_DIR}/abi/q9util073.vtables")
     q9_add_lint_test(vtables abi/check_exports.py --vtables abi/q9util073.vtables
