@@ -2,7 +2,7 @@
 """Compares what the DLL exports, and the order of virtual functions, with the reviewed lists in this folder.
 
   check_exports.py [--update] DLL LIST                    names: demangled, sorted, each once
-  check_exports.py --vtables [--update] LIST COMPILER...  slots: COMPILER with its options compiles src/q9util.h
+  check_exports.py --vtables [--update] LIST COMPILER...  slots: COMPILER with its options compiles q9util.h
   check_exports.py --imports DLL                          the DLL needs nothing but the system
 
 An added name wants the list edited, with the change that adds it; a removed or changed one, or a changed slot, is a new
@@ -44,8 +44,9 @@ def virtual_slots(compiler):
     root = pathlib.Path(__file__).resolve().parents[1]
     with tempfile.TemporaryDirectory() as folder:
         dump = pathlib.Path(folder) / "classes"
-        run(*compiler, "-std=c++20", f"-I{root / 'src'}", "-fsyntax-only", "-x", "c++", f"-fdump-lang-class={dump}",
-            str(root / "src/q9util.h"))
+        everything = pathlib.Path(folder) / "everything.cpp"
+        everything.write_text('#include "q9util.h"\n')
+        run(*compiler, "-std=c++20", f"-I{root / 'src'}", "-fsyntax-only", f"-fdump-lang-class={dump}", str(everything))
         text = dump.read_text()
     lines = []
     for block in re.split(r"\n\n+", text):

@@ -16,6 +16,11 @@ target_compile_options(q9_options INTERFACE
 target_compile_options(q9_options INTERFACE
     "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=" "-ffile-prefix-map=${CMAKE_BINARY_DIR}/=build/" "-ffile-prefix-map=../../=")
 
+# Unique symbols would keep the host's module in a process for ever after dlclose.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT WIN32)
+    target_compile_options(q9_options INTERFACE -fno-gnu-unique)
+endif()
+
 # Hardening that costs next to nothing.  Not on Windows: the guard's start-up code in libssp asks CryptoAPI for
 # random bytes from a constructor, which would load a library under the loader lock of the spooler.
 if(NOT WIN32)

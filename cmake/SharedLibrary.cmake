@@ -5,6 +5,15 @@ foreach(list Q9_PUBLIC_HEADERS Q9_PUBLIC_INCLUDES)
     list(FILTER ${list} EXCLUDE REGEX "(Impl\\.(h|inc)|/detail/.*|/src/platform/(host|win32)/.*|/src/portmonitor/.*)$")
 endforeach()
 
+# q9util.h includes every public header, in the order of their paths.
+set(umbrella "// Everything that the library offers, in one include.\n#pragma once\n\n")
+foreach(header IN LISTS Q9_PUBLIC_HEADERS)
+    cmake_path(RELATIVE_PATH header BASE_DIRECTORY "${PROJECT_SOURCE_DIR}/src" OUTPUT_VARIABLE relative)
+    string(APPEND umbrella "#include \"${relative}\"\n")
+endforeach()
+string(APPEND umbrella "#include \"q9version.h\"\n")
+file(CONFIGURE OUTPUT "${Q9_GENERATED_DIR}/q9util.h" CONTENT "${umbrella}" @ONLY)
+
 if(NOT TARGET q9_platform)
     message(STATUS "q9util073: no platform adapter yet, the shared library is left out")
     return()
@@ -24,7 +33,7 @@ else()
 endif()
 target_sources(q9util073 PUBLIC FILE_SET HEADERS
     BASE_DIRS "${PROJECT_SOURCE_DIR}/src" "${Q9_GENERATED_DIR}"
-    FILES ${Q9_PUBLIC_HEADERS} "${Q9_GENERATED_DIR}/q9version.h")
+    FILES ${Q9_PUBLIC_HEADERS} "${Q9_GENERATED_DIR}/q9util.h" "${Q9_GENERATED_DIR}/q9version.h")
 target_compile_features(q9util073 PUBLIC cxx_std_20)
 set_target_properties(q9util073 PROPERTIES
     EXPORT_NAME q9util
