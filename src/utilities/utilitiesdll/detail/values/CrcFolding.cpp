@@ -1,0 +1,109 @@
+/// @file
+/// CRC-32 by folding with carry-less multiplication (V. Gopal et al., "Fast CRC Computation for Generic Polynomials
+/// Using PCLMULQDQ Instruction", 2009), in the reflected form.
+///
+/// A piece of the message may be replaced by anything that leaves the same remainder.  So 128 bits are multiplied by
+/// x^D mod P and added (XOR) to the 128 bits that stand D bits behind them, until 128 bits are left; these go through
+/// the tables like any message of 16 bytes.
+#include <immintrin.h>
+
+#include "utilities/utilitiesdll/detail/values/CrcKernels.h"
+#include "utilities/utilitiesdll/detail/values/CrcTables.h"
+
+#define VLM_CLMUL __attribute__((target("sse4.1,pclmul")))
+#define VLM_CLMUL_512 __attribute__((target("sse4.1,pclmul,avx512f,vpclmulqdq")))
+
+namespace vlm {
+namespace {
+
+// The published constants of the method, as a check of our arithmetic.
+static_assert(crc::FoldBy(512).llLow == 0x154442BD4 && crc::FoldBy(512).llHigh == 0x1C6E41596);
+static_assert(crc::FoldBy(128).llLow == 0x1751997D0 && crc::FoldBy(128).llHigh == 0x0CCAA009E);
+
+VLM_CLMUL inline __m128i Load(const BYTE* pbyData) noexcept {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(pbyData));
+}
+
+/// Moves 128 bits further up by the distance that the factors stand for.
+VLM_CLMUL inline __m128i Fold(__m128i piece, crc::FoldFactors factors) noexcept {
+    const __m128i k = _mm_set_epi64x(factors.llHigh, factors.llLow);
+    return _mm_xor_si128(_mm_clmulepi64_si128(piece, k, 0x00), _mm_clmulepi64_si128(piece, k, 0x11));
+}
+
+/// Folds what is left of the message onto `piece`, and that into the register.
+VLM_CLMUL inline DWORD Finish(__m128i piece, const BYTE* pbyData, std::size_t cBytes) noexcept {
+    constexpr crc::FoldFactors BY_128 = crc::FoldBy(128);
+    for (; cBytes >= 16; cBytes -= 16, pbyData += 16)
+        piece = _mm_xor_si128(Fold(piece, BY_128), Load(pbyData));
+    BYTE abyPiece[16];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(abyPiece), piece);
+    return UpdateCrcSliced(UpdateCrcSliced(0, abyPiece, sizeof abyPiece), pbyData, cBytes);
+}
+
+/// Folds four neighbouring pieces, the earliest first, onto the last.
+VLM_CLMUL inline __m128i Gather(__m128i x0, __m128i x1, __m128i x2, __m128i x3) noexcept {
+    const __m128i left = _mm_xor_si128(Fold(x0, crc::FoldBy(384)), Fold(x1, crc::FoldBy(256)));
+    return _mm_xor_si128(_mm_xor_si128(left, Fold(x2, crc::FoldBy(128))), x3);
+}
+
+}  // namespace
+
+VLM_CLMUL DWORD UpdateCrcFolded(DWORD dwRegister, const BYTE* pbyData, std::size_t cBytes) noexcept {
+    const __m128i start = _mm_cvtsi32_si128(static_cast<int>(dwRegister));
+    __m128i x0 = _mm_xor_si128(Load(pbyData), start);
+    if (cBytes < 64) return Finish(x0, pbyData + 16, cBytes - 16);
+
+    __m128i x1 = Load(pbyData + 16);
+    __m128i x2 = Load(pbyData + 32);
+    __m128i x3 = Load(pbyData + 48);
+    constexpr crc::FoldFactors BY_512 = crc::FoldBy(512);
+    for (pbyData += 64, cBytes -= 64; cBytes >= 64; pbyData += 64, cBytes -= 64) {
+        x0 = _mm_xor_si128(Fold(x0, BY_512), Load(pbyData));
+        x1 = _mm_xor_si128(Fold(x1, BY_512), Load(pbyData + 16));
+        x2 = _mm_xor_si128(Fold(x2, BY_512), Load(pbyData + 32));
+        x3 = _mm_xor_si128(Fold(x3, BY_512), Load(pbyData + 48));
+    }
+    return Finish(Gather(x0, x1, x2, x3), pbyData, cBytes);
+}
+
+namespace {
+
+VLM_CLMUL_512 inline __m512i Load512(const BYTE* pbyData) noexcept {
+    return _mm512_loadu_si512(pbyData);
+}
+
+VLM_CLMUL_512 inline __m512i Fold512(__m512i pieces, crc::FoldFactors factors) noexcept {
+    const __m512i k = _mm512_set_epi64(factors.llHigh, factors.llLow, factors.llHigh, factors.llLow, factors.llHigh,
+                                       factors.llLow, factors.llHigh, factors.llLow);
+    return _mm512_xor_si512(_mm512_clmulepi64_epi128(pieces, k, 0x00), _mm512_clmulepi64_epi128(pieces, k, 0x11));
+}
+
+}  // namespace
+
+VLM_CLMUL_512 DWORD UpdateCrcFolded512(DWORD dwRegister, const BYTE* pbyData, std::size_t cBytes) noexcept {
+    const __m128i start = _mm_cvtsi32_si128(static_cast<int>(dwRegister));
+    __m512i z0 = _mm512_xor_si512(Load512(pbyData), _mm512_zextsi128_si512(start));
+    __m512i z1 = Load512(pbyData + 64);
+    __m512i z2 = Load512(pbyData + 128);
+    __m512i z3 = Load512(pbyData + 192);
+    constexpr crc::FoldFactors BY_2048 = crc::FoldBy(2048);
+    for (pbyData += 256, cBytes -= 256; cBytes >= 256; pbyData += 256, cBytes -= 256) {
+        z0 = _mm512_xor_si512(Fold512(z0, BY_2048), Load512(pbyData));
+        z1 = _mm512_xor_si512(Fold512(z1, BY_2048), Load512(pbyData + 64));
+        z2 = _mm512_xor_si512(Fold512(z2, BY_2048), Load512(pbyData + 128));
+        z3 = _mm512_xor_si512(Fold512(z3, BY_2048), Load512(pbyData + 192));
+    }
+    const __m512i left = _mm512_xor_si512(Fold512(z0, crc::FoldBy(1536)), Fold512(z1, crc::FoldBy(1024)));
+    z3 = _mm512_xor_si512(_mm512_xor_si512(left, Fold512(z2, crc::FoldBy(512))), z3);
+    for (; cBytes >= 64; pbyData += 64, cBytes -= 64) {
+        z3 = _mm512_xor_si512(Fold512(z3, crc::FoldBy(512)), Load512(pbyData));
+    }
+    BYTE abyPieces[64];
+    _mm512_storeu_si512(abyPieces, z3);
+    // The upper halves of the registers must be clean before any code of the older encoding runs.
+    _mm256_zeroupper();
+    const __m128i piece = Gather(Load(abyPieces), Load(abyPieces + 16), Load(abyPieces + 32), Load(abyPieces + 48));
+    return Finish(piece, pbyData, cBytes);
+}
+
+}  // namespace vlm
