@@ -1,0 +1,232 @@
+/// @file
+/// The string: editing, concatenation, aliasing, conversions, lack of memory.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <new>
+#include <string>
+
+#include "support/TextPrinter.h"
+#include "utilities/utilitiesdll/CXString.h"
+#include "utilities/utilitiesdll/MemoryPool.h"
+
+namespace {
+
+TEST(CXStringEdit, OperationsMayTakeTheirOwnText) {
+    CXString csText(VTEXT("abc"));
+    csText += csText;
+    EXPECT_EQ(csText, VTEXT("abcabc"));
+    for (int i = 0; i < 10; ++i)
+        csText += csText;  // through every block size
+    EXPECT_EQ(csText.GetLength(), 6 << 10);
+    EXPECT_EQ(csText.Right(6), VTEXT("abcabc"));
+    csText = VTEXT("abc");
+    EXPECT_EQ(csText.Insert(1, csText), 6);
+    EXPECT_EQ(csText, VTEXT("aabcbc"));
+    csText = csText.GetLpcwstr() + 2;
+    EXPECT_EQ(csText, VTEXT("bcbc"));
+    csText = csText.View().substr(1, 2);
+    EXPECT_EQ(csText, VTEXT("cb"));
+    EXPECT_EQ(csText.Replace(csText, csText + csText), 1);
+    EXPECT_EQ(csText, VTEXT("cbcb"));
+    EXPECT_EQ(csText.Replace(csText.View().substr(0, 1), csText.View().substr(1)), 2);
+    EXPECT_EQ(csText, VTEXT("bcbbbcbb"));
+    csText.Format(VTEXT("<%s|%s>"), csText, csText.GetLpcwstr());
+    EXPECT_EQ(csText, VTEXT("<bcbbbcbb|bcbbbcbb>"));
+    csText.Filter(csText, csText);
+    EXPECT_EQ(csText, VTEXT("<bcbbbcbb|bcbbbcbb>"));
+    csText.TrimLeft(csText.View().substr(0, 2));
+    EXPECT_EQ(csText, VTEXT("cbbbcbb|bcbbbcbb>"));
+    csText.TrimRight(csText);
+    EXPECT_TRUE(csText.IsEmpty());
+    CXString& rcsSelf = csText;
+    csText = VTEXT("self");
+    csText = rcsSelf;
+    EXPECT_EQ(csText, VTEXT("self"));
+    csText = std::move(rcsSelf);
+    EXPECT_EQ(csText, VTEXT("self"));
+}
+
+TEST(CXStringEdit, InsertAndDeleteClampTheirPlaces) {
+    CXString csText(VTEXT("bc"));
+    EXPECT_EQ(csText.Insert(-3, VTEXT('a')), 3);
+    EXPECT_EQ(csText.Insert(99, VTEXT("ef")), 5);
+    EXPECT_EQ(csText.Insert(3, VTEXT("d")), 6);
+    EXPECT_EQ(csText.Insert(3, nullptr), 6);
+    EXPECT_EQ(csText, VTEXT("abcdef"));
+    EXPECT_EQ(csText.Delete(1, 2), 4);
+    EXPECT_EQ(csText.Delete(-1), 3);
+    EXPECT_EQ(csText.Delete(1, 2147483647), 1);
+    EXPECT_EQ(csText.Delete(0, -2147483647 - 1), 1);
+    EXPECT_EQ(csText.Delete(1), 1);
+    EXPECT_EQ(csText, VTEXT("d"));
+}
+
+TEST(CXStringEdit, ReplaceGoesFromLeftToRightWithoutOverlap) {
+    struct Row {
+        const XCHAR *pszText, *pszOld, *pszNew, *pszResult;
+        int iCount;
+    };
+    for (const Row& rRow : {Row{VTEXT("aaaa"), VTEXT("aa"), VTEXT("b"), VTEXT("bb"), 2},
+                            {VTEXT("aaa"), VTEXT("aa"), VTEXT("a"), VTEXT("aa"), 1},
+                            {VTEXT("abc"), VTEXT("b"), VTEXT("<b>"), VTEXT("a<b>c"), 1},
+                            {VTEXT("abab"), VTEXT("ab"), VTEXT(""), VTEXT(""), 2},
+                            {VTEXT("abc"), VTEXT(""), VTEXT("x"), VTEXT("abc"), 0},
+                            {VTEXT("abc"), nullptr, VTEXT("x"), VTEXT("abc"), 0},
+                            {VTEXT("aBc"), VTEXT("b"), VTEXT("x"), VTEXT("aBc"), 0},
+                            {VTEXT(""), VTEXT("b"), VTEXT("x"), VTEXT(""), 0}}) {
+        CXString csText(rRow.pszText);
+        EXPECT_EQ(csText.Replace(rRow.pszOld, rRow.pszNew), rRow.iCount);
+        EXPECT_EQ(csText, rRow.pszResult);
+    }
+    CXString csText(VTEXT("Red red RED"));
+    EXPECT_EQ(csText.ReplaceNoCase(VTEXT("rEd"), VTEXT("blue")), 3);
+    EXPECT_EQ(csText, VTEXT("blue blue blue"));
+    EXPECT_EQ(csText.Replace(VTEXT('e'), VTEXT('E')), 3);
+    EXPECT_EQ(csText.Replace(VTEXT('?'), VTEXT('!')), 0);
+    EXPECT_EQ(csText.Remove(VTEXT('b')), 3);
+    EXPECT_EQ(csText, VTEXT("luE luE luE"));
+    EXPECT_EQ(CXString(VTEXT("xxx")).Remove(VTEXT('x')), 3);
+}
+
+TEST(CXStringEdit, TrimmingTakesOneEndOnly) {
+    const CXString csText(VTEXT("\t xyabyx \n"));
+    EXPECT_EQ(CXString(csText).TrimLeft(), VTEXT("xyabyx \n"));
+    EXPECT_EQ(CXString(csText).TrimRight(), VTEXT("\t xyabyx"));
+    EXPECT_EQ(CXString(csText).TrimLeft().TrimRight().TrimLeft(VTEXT('x')).TrimRight(VTEXT('x')), VTEXT("yaby"));
+    EXPECT_EQ(CXString(csText).TrimLeft(VTEXT("\t xy")).TrimRight(VTEXT("\n xy")), VTEXT("ab"));
+    EXPECT_EQ(CXString(VTEXT(" \t ")).TrimLeft().GetLength(), 0);
+    EXPECT_EQ(CXString(VTEXT("aaa")).TrimRight(VTEXT('a')).GetLength(), 0);
+    EXPECT_EQ(CXString(VTEXT("\u00A0a")).TrimLeft(), VTEXT("\u00A0a"));  // ASCII white space alone
+}
+
+TEST(CXStringEdit, ReversingKeepsCharactersWhole) {
+    EXPECT_EQ(CXString(VTEXT("abc")).MakeReverse(), VTEXT("cba"));
+    EXPECT_EQ(CXString(VTEXT("a\U0001F600b\U0001F601")).MakeReverse(), VTEXT("\U0001F601b\U0001F600a"));
+    EXPECT_EQ(CXString(VTEXT("")).MakeReverse(), VTEXT(""));
+}
+
+TEST(CXStringEdit, FilterKeepsOrDropsASet) {
+    CXString csResult;
+    EXPECT_EQ(CXString(VTEXT("a1B2c3")).Filter(VTEXT("0123456789"), csResult), 3);
+    EXPECT_EQ(csResult, VTEXT("123"));
+    EXPECT_EQ(CXString(VTEXT("a1B2c3")).Filter(VTEXT("b1"), csResult, false, true), 2);
+    EXPECT_EQ(csResult, VTEXT("a2c3"));
+    EXPECT_EQ(CXString(VTEXT("a1B2c3")).Filter(VTEXT("b1"), csResult, true, false), 5);
+    EXPECT_EQ(csResult, VTEXT("1"));
+    EXPECT_EQ(CXString(VTEXT("ab")).Filter(nullptr, csResult), 2);
+    EXPECT_TRUE(csResult.IsEmpty());
+}
+
+TEST(CXStringEdit, ConcatenationJoinsEveryKindOfText) {
+    const CXString csA(VTEXT("a"));
+    EXPECT_EQ(csA + csA + VTEXT("b") + VTEXT('c') + csA.View(), VTEXT("aabca"));
+    EXPECT_EQ(VTEXT("x") + csA, VTEXT("xa"));
+    EXPECT_EQ(VTEXT('x') + csA, VTEXT("xa"));
+    EXPECT_EQ(XStringView(VTEXT("x")) + csA, VTEXT("xa"));
+    EXPECT_EQ(csA + static_cast<const XCHAR*>(nullptr), VTEXT("a"));
+    CXString csLong(VTEXT('x'), 500);
+    const XCHAR* pchBlock = nullptr;
+    int iMoves = 0;
+    for (int i = 0; i < 10000; ++i) {
+        csLong += VTEXT("0123456789");
+        if (csLong.GetLpcwstr() != pchBlock) ++iMoves;
+        pchBlock = csLong.GetLpcwstr();
+    }
+    EXPECT_EQ(csLong.GetLength(), 100500);
+    EXPECT_LT(iMoves, 30);  // appending stays linear
+}
+
+TEST(CXStringEdit, NarrowTextComesOutWholeOrCutBetweenCharacters) {
+    const CXString csText(VTEXT("caf\u00E9 \u20AC \U0001F600"));
+    const std::vector<char> vchUtf8 = csText.GetAsMultiByte(65001);
+    EXPECT_STREQ(vchUtf8.data(), "caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80");
+    EXPECT_EQ(vchUtf8.size(), 15u);
+    EXPECT_STREQ(CXString(VTEXT("caf\u00E9\u20AC")).GetAsMultiByte(0).data(), "caf\xE9\x80");
+    EXPECT_EQ(CXString().GetAsMultiByte(0).size(), 1u);
+    EXPECT_STREQ(CXString(VTEXT("\uFF3Cx")).GetAsMultiByte(0).data(), "?x");  // no look-alike of the backslash
+    char achBuffer[6];
+    EXPECT_EQ(CXString(VTEXT("plain text")).GetAsMultiByte(achBuffer, 6), 5);
+    EXPECT_STREQ(achBuffer, "plain");
+    EXPECT_EQ(CXString(VTEXT("\u00E9\u00E8")).GetAsMultiByte(achBuffer, 2), 1);
+    EXPECT_STREQ(achBuffer, "\xE9");
+    EXPECT_EQ(CXString(VTEXT("ab")).GetAsMultiByte(achBuffer, 1), 0);
+    EXPECT_STREQ(achBuffer, "");
+    EXPECT_EQ(CXString(VTEXT("ab")).GetAsMultiByte(achBuffer, 0), 0);
+    EXPECT_EQ(CXString(VTEXT("ab")).GetAsMultiByte(nullptr, 9), 0);
+}
+
+TEST(CXStringEdit, MessageTextsTakeTextInsertsOnly) {
+    CXString csText(VTEXT("before"));
+    EXPECT_TRUE(csText.FormatMessageW(VTEXT("%2 then %1!s!, %1 100%%"), VTEXT("one"), 2));
+    EXPECT_EQ(csText, VTEXT("2 then one, one 100%"));
+    const CXString csLong(VTEXT('x'), 3000);
+    EXPECT_TRUE(csText.FormatMessageW(VTEXT("%1%1%1%1%1%1"), csLong));
+    EXPECT_EQ(csText.GetLength(), 18000);
+    csText = VTEXT("before");
+    for (const XCHAR* pszBad :
+         {VTEXT("%1!d!"), VTEXT("%1!*.*s!"), VTEXT("%1!S!"), VTEXT("%2"), VTEXT("%99"), VTEXT("x%")}) {
+        EXPECT_FALSE(csText.FormatMessageW(pszBad, VTEXT("one")));
+    }
+    EXPECT_FALSE(csText.FormatMessageW(nullptr));
+    EXPECT_FALSE(csText.LoadStringW(nullptr, 65000));
+    EXPECT_FALSE(csText.Format(static_cast<HINSTANCE>(nullptr), 65000u, 1));
+    EXPECT_EQ(csText, VTEXT("before"));
+}
+
+TEST(CXStringEdit, TooLongIsRefusedLikeALackOfMemory) {
+    CXString csText(VTEXT("kept"));
+    const XStringView huge(csText.GetLpcwstr(), MemoryPoolAllocatorServices::MAX_UNITS + 1);  // never read
+    EXPECT_THROW(CXString{huge}, std::bad_alloc);
+    EXPECT_THROW(csText = huge, std::bad_alloc);
+    EXPECT_THROW(csText += huge, std::bad_alloc);
+    EXPECT_THROW(csText.Insert(2, huge), std::bad_alloc);
+    EXPECT_THROW(csText + huge, std::bad_alloc);
+    EXPECT_EQ(csText, VTEXT("kept"));
+}
+
+void* NoMemory(std::size_t) noexcept {
+    return nullptr;
+}
+
+struct OutOfMemoryMarker {};
+
+TEST(CXStringEdit, WithoutMemoryEveryOperationLeavesTheStringAsItWas) {
+    const CXString csOriginal(VTEXT('a'), 600);
+    const std::int64_t llBefore = MemoryPool::GetOutstandingBlocks();
+    const CXString csOther(VTEXT('b'), 700);
+    using Operation = void (*)(CXString&, const CXString&);
+    const Operation apfnOperations[] = {
+        [](CXString& r, const CXString& k) { r += k; },
+        [](CXString& r, const CXString& k) { r = k.View(); },
+        [](CXString& r, const CXString& k) { r.Insert(3, k); },
+        [](CXString& r, const CXString& k) { r.Replace(VTEXT("aa"), k); },
+        [](CXString& r, const CXString&) { r.MakeUpper(); },
+        [](CXString& r, const CXString&) { r.SetAt(1, VTEXT('x')); },
+        [](CXString& r, const CXString&) { r.Delete(1); },
+        [](CXString& r, const CXString&) { r.GetBuffer(5000); },
+        [](CXString& r, const CXString&) { r.LockBuffer(); },
+        [](CXString& r, const CXString& k) { r.Format(VTEXT("%s"), k); },
+        [](CXString& r, const CXString& k) {
+            r.Base64EncodeBinaryData(reinterpret_cast<const BYTE*>(k.GetLpcwstr()), 900);
+        },
+        [](CXString& r, const CXString& k) { k.Filter(VTEXT("b"), r); },
+    };
+    for (const Operation pfnOperation : apfnOperations) {
+        CXString csText = csOriginal;
+        MemoryPool::ExchangeRawAllocator(&NoMemory);
+        EXPECT_THROW(pfnOperation(csText, csOther), std::bad_alloc) << &pfnOperation - apfnOperations;
+        EXPECT_TRUE(vlm::TryFormat(csText, VTEXT("%s"), csOther).m_dwFlags & vlm::FMTF_OUT_OF_MEMORY);
+        MemoryPool::ExchangeRawAllocator(nullptr);
+        EXPECT_EQ(csText.GetLpcwstr(), csOriginal.GetLpcwstr());
+        EXPECT_EQ(csOriginal.GetLength(), 600);
+    }
+    const auto pfnFormer = MemoryPool::ExchangeOutOfMemoryHandler([] { throw OutOfMemoryMarker(); });
+    MemoryPool::ExchangeRawAllocator(&NoMemory);
+    EXPECT_THROW(csOther + csOther, OutOfMemoryMarker);
+    MemoryPool::ExchangeRawAllocator(nullptr);
+    MemoryPool::ExchangeOutOfMemoryHandler(pfnFormer);
+    EXPECT_EQ(MemoryPool::GetOutstandingBlocks(), llBefore + 1);  // csOther
+}
+
+}  // namespace
