@@ -91,16 +91,20 @@ TEST(Format, SizesMeanWhatTheyMeanOnWindows) {
 /// The C library's narrow formatter is the oracle where its language is the same.
 TEST(Format, NumbersAgreeWithTheCLibrary) {
     std::mt19937_64 oRandom(99);
-    const char achFlags[] = "-+ #0";
+    // Flags that C leaves undefined for a conversion are not drawn for it.
+    const std::string astrKinds[] = {"di-+ 0", "u-0", "xXo-#0", "eEfFgG-+ #0"};
     int (*const pfnPrint)(char*, std::size_t, const char*, ...) = &std::snprintf;
     char achExpected[6000];
     for (int i = 0; i < 40000; ++i) {
         std::string strSpec = "%";
-        for (int j = oRandom() % 4; j > 0; --j)
-            strSpec += achFlags[oRandom() % 5];
-        if (oRandom() % 2) strSpec += std::to_string(oRandom() % 25 + 1);
-        if (oRandom() % 2) strSpec += "." + std::to_string(oRandom() % 20);
         const bool bFloat = i % 2 != 0;
+        const std::string& kstrKind = astrKinds[bFloat ? 3 : oRandom() % 3];
+        const std::size_t cConversions = kstrKind.find('-');
+        for (int j = oRandom() % 4; j > 0; --j) {
+            strSpec += kstrKind[cConversions + oRandom() % (kstrKind.size() - cConversions)];
+        }
+        if (oRandom() % 2) strSpec += std::to_string(oRandom() % 25 + 1);
+        if (oRandom() % 2) strSpec.append(".").append(std::to_string(oRandom() % 20));
         const ULONGLONG ullBits = oRandom() >> (oRandom() % 64);
         double dblValue =
             static_cast<double>(static_cast<LONGLONG>(ullBits)) / std::pow(10.0, static_cast<double>(oRandom() % 30));
@@ -108,11 +112,12 @@ TEST(Format, NumbersAgreeWithTheCLibrary) {
         if (oRandom() % 50 == 0) dblValue = -0.0;
         CXString csText;
         if (bFloat) {
-            strSpec += "eEfFgG"[oRandom() % 6];
+            strSpec += kstrKind[oRandom() % cConversions];
             pfnPrint(achExpected, sizeof achExpected, strSpec.c_str(), dblValue);
             csText.Format(CXString(strSpec.c_str()), dblValue);
         } else {
-            strSpec += std::string("ll") + "diuxXo"[oRandom() % 6];
+            strSpec += "ll";
+            strSpec += kstrKind[oRandom() % cConversions];
             pfnPrint(achExpected, sizeof achExpected, strSpec.c_str(), ullBits);
             csText.Format(CXString(strSpec.c_str()), ullBits);
         }

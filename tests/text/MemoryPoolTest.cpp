@@ -22,8 +22,12 @@ constexpr int THREADS = 16;
 template <class Body>
 void OnThreads(int iThreads, Body body) {
     std::vector<std::thread> voThreads;
-    for (int i = 0; i < iThreads; ++i)
-        voThreads.emplace_back([body, i] { body(i); });
+    for (int i = 0; i < iThreads; ++i) {
+        voThreads.emplace_back([body, i] {
+            body(i);
+            MemoryPool::CleanUpDueToThreadDetach();  // there is no entry point in this program to do it on Windows
+        });
+    }
     for (std::thread& roThread : voThreads)
         roThread.join();
 }
