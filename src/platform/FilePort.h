@@ -52,7 +52,8 @@ public:
     virtual Status Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept = 0;
     /// Sets the file position, in bytes from the start; beyond the end is allowed (a write there leaves zeros between).
     virtual Status Seek(HANDLE hFile, ULONGLONG ullOffset) noexcept = 0;
-    /// Cuts or extends (with zeros) the file at its position.
+    /// Cuts or extends (with zeros) the file at its position; fails on a handle opened for reading (some systems with
+    /// InvalidParameter).
     virtual Status SetEnd(HANDLE hFile) noexcept = 0;
     /// Returns when what was written is on the medium.
     virtual Status Flush(HANDLE hFile) noexcept = 0;
@@ -65,7 +66,7 @@ public:
     /// Deletes the file behind an open handle, whatever its path leads to by now; the name is gone at the latest when
     /// the last handle closes.  @return AccessDenied when the handle was opened without `fDeleteAccess`.
     virtual Status DeleteByHandle(HANDLE hFile) noexcept = 0;
-    /// Renames within one volume in one step; `fReplace` allows an existing target.
+    /// Renames a file or folder within one volume in one step; `fReplace` allows an existing target.
     /// @return AlreadyExists (without `fReplace`), SharingViolation (source held without ShareDelete), AccessDenied
     /// (target
     ///         is a folder or held), NotSameDevice.

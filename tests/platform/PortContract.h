@@ -1,0 +1,56 @@
+/// @file
+/// What the contract suites share: the adapters that they run against.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "platform/ClockPort.h"
+#include "platform/FilePort.h"
+#include "platform/Platform.h"
+#include "platform/ProcessPort.h"
+#include "platform/RegistryPort.h"
+#include "support/Bytes.h"
+#include "support/FakePlatform.h"
+
+namespace vlm {
+
+/// Statuses print as their numbers.
+inline void PrintTo(Status eStatus, std::ostream* pStream) { *pStream << "status " << ToDword(eStatus); }
+
+}  // namespace vlm
+
+namespace vlm::test {
+
+enum class Adapter { System, Fake };
+
+/// One suite per port, run against the system's adapter and the fake.  What is not pinned here may not be relied upon.
+class PortContract : public testing::TestWithParam<Adapter> {
+protected:
+    void SetUp() override {
+        m_oFake.files.SetMisuseFailsTest(false);
+        m_oFake.registry.SetMisuseFailsTest(false);
+    }
+
+    bool IsFake() const { return GetParam() == Adapter::Fake; }
+    const Platform& Ports() const { return IsFake() ? m_oFake.Get() : GetSystemPlatform(); }
+
+    /// A number that no other run uses at the same time.
+    static XString UniqueName() {
+        const Platform& rSystem = GetSystemPlatform();
+        return Wide("q9-contract-" + std::to_string(rSystem.pProcess->CurrentProcessId()) + "-" +
+                    std::to_string(rSystem.pClock->PerformanceCounter()));
+    }
+
+    FakePlatform m_oFake;
+};
+
+#define Q9_CONTRACT_SUITE(Suite)                                                                    \
+    INSTANTIATE_TEST_SUITE_P(Adapters, Suite, testing::Values(Adapter::System, Adapter::Fake),      \
+                             [](const testing::TestParamInfo<Adapter>& rInfo) {                     \
+                                 return rInfo.param == Adapter::System ? "System" : "Fake";         \
+                             })
+
+}  // namespace vlm::test

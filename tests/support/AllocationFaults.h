@@ -1,0 +1,41 @@
+/// @file
+/// Makes chosen allocations fail, and knows which ones were never given back.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vlm::test {
+
+/// Counts the calling thread's uses of `operator new` while it lives, and makes some of them throw std::bad_alloc.
+/// A program that uses this header has the replaced operators; other threads allocate as ever.
+/// Threads: one object at a time in the process; belongs to the thread that made it.
+class AllocationFaults {
+public:
+    static constexpr std::uint64_t NEVER = ~std::uint64_t{0};
+
+    /// @param ullFailAt number of the first allocation that fails (1: the very first).  @param fFrom all later ones
+    /// fail, too.
+    explicit AllocationFaults(std::uint64_t ullFailAt = NEVER, bool fFrom = false) noexcept;
+    ~AllocationFaults();
+    AllocationFaults(const AllocationFaults&) = delete;
+    AllocationFaults& operator=(const AllocationFaults&) = delete;
+
+    /// Allocations so far, failed ones included.
+    std::uint64_t Count() const noexcept;
+    bool HasFired() const noexcept;
+    /// Allocations made under this object that nobody, on any thread, has given back so far.
+    std::size_t Outstanding() const noexcept;
+};
+
+/// While one lives, the thread's allocations are neither counted nor failed: for fakes and for a test's own
+/// bookkeeping.
+class AllocationExempt {
+public:
+    AllocationExempt() noexcept;
+    ~AllocationExempt();
+    AllocationExempt(const AllocationExempt&) = delete;
+    AllocationExempt& operator=(const AllocationExempt&) = delete;
+};
+
+}  // namespace vlm::test

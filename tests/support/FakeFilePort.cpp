@@ -1,0 +1,406 @@
+/// @file
+/// The disk in memory.
+#include "support/FakeFilePort.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "support/AllocationFaults.h"
+
+namespace vlm::test {
+
+namespace {
+
+/// A path with one kind of separator, no doubled ones and no dots.
+XString Tidy(XStringView svPath) {
+    std::vector<XString> vParts;
+    XString part;
+    const auto endPart = [&] {
+        if (part == VTEXT("..") && !vParts.empty()) vParts.pop_back();
+        if (!part.empty() && part != VTEXT(".") && part != VTEXT("..")) vParts.push_back(part);
+        part.clear();
+    };
+    for (const XCHAR unit : svPath) {
+        if (unit == VTEXT('\\') || unit == VTEXT('/')) {
+            endPart();
+        } else {
+            part += unit;
+        }
+    }
+    endPart();
+    XString path;
+    for (const XString& rPart : vParts)
+        path += (path.empty() ? XString() : XString(1, VTEXT('\\'))) + rPart;
+    return path;
+}
+
+/// The form that the map is keyed by: tidy and in ASCII upper case.
+XString KeyOf(XStringView svPath) {
+    XString key = Tidy(svPath);
+    for (XCHAR& runit : key) {
+        if (runit >= VTEXT('a') && runit <= VTEXT('z')) runit = static_cast<XCHAR>(runit - 0x20);
+    }
+    return key;
+}
+
+XString FolderOf(const XString& rKey) {
+    const std::size_t iSlash = rKey.rfind(VTEXT('\\'));
+    return iSlash == XString::npos ? XString() : rKey.substr(0, iSlash);
+}
+
+bool IsRoot(const XString& rKey) {
+    return rKey.empty() || (rKey.size() == 2 && rKey[1] == VTEXT(':'));
+}
+
+bool IsEmptyPath(const XCHAR* pszPath) {
+    return pszPath == nullptr || *pszPath == 0;
+}
+
+}  // namespace
+
+struct FakeFilePort::Entry {
+    XString path;
+    std::vector<BYTE> vbyContents;
+    std::vector<BYTE> vbyFlushed;
+    DWORD dwAttributes = ATTRIBUTE_NORMAL;
+    bool fDeletePending = false;
+    bool IsFolder() const { return (dwAttributes & ATTRIBUTE_DIRECTORY) != 0; }
+    bool IsReadOnly() const { return (dwAttributes & ATTRIBUTE_READONLY) != 0; }
+};
+
+struct FakeFilePort::OpenFile {
+    EntryPointer shpoEntry;
+    ULONGLONG ullPosition;
+    DWORD dwUses;
+    DWORD dwDenies;
+    bool fWritable;
+    bool fDeletable;
+};
+
+FakeFilePort::FakeFilePort() = default;
+FakeFilePort::~FakeFilePort() = default;
+
+void FakeFilePort::AddFile(XStringView svPath, std::vector<BYTE> vbyContents, DWORD dwAttributes) {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    const XString key = KeyOf(svPath);
+    AddFolder(FolderOf(Tidy(svPath)));
+    const auto shpoEntry = std::make_shared<Entry>();
+    shpoEntry->path = Tidy(svPath);
+    shpoEntry->vbyFlushed = vbyContents;
+    shpoEntry->vbyContents = std::move(vbyContents);
+    shpoEntry->dwAttributes = dwAttributes;
+    m_mapEntries[key] = shpoEntry;
+}
+
+void FakeFilePort::AddFolder(XStringView svPath) {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    const XString key = KeyOf(svPath);
+    if (IsRoot(key) || Lookup(key)) return;
+    AddFolder(FolderOf(Tidy(svPath)));
+    const auto shpoEntry = std::make_shared<Entry>();
+    shpoEntry->path = Tidy(svPath);
+    shpoEntry->dwAttributes = ATTRIBUTE_DIRECTORY;
+    m_mapEntries[key] = shpoEntry;
+}
+
+std::optional<std::vector<BYTE>> FakeFilePort::Contents(XStringView svPath) const {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    const EntryPointer shpoEntry = Lookup(KeyOf(svPath));
+    if (!shpoEntry || shpoEntry->IsFolder()) return std::nullopt;
+    return shpoEntry->vbyContents;
+}
+
+std::vector<XString> FakeFilePort::FileNames() const {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    std::vector<XString> vNames;
+    for (const auto& [key, shpoEntry] : m_mapEntries) {
+        if (!shpoEntry->IsFolder()) vNames.push_back(shpoEntry->path);
+    }
+    return vNames;
+}
+
+std::size_t FakeFilePort::OpenHandles() const {
+    const std::lock_guard oLock(m_oMutex);
+    return m_mapOpen.size();
+}
+
+void FakeFilePort::LimitSpace(ULONGLONG ullBytes) {
+    m_ullSpace = ullBytes;
+}
+
+void FakeFilePort::SetMisuseFailsTest(bool fFails) {
+    m_fMisuseFailsTest = fFails;
+}
+
+void FakeFilePort::DropHandles() {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    while (!m_mapOpen.empty())
+        Close(m_mapOpen.begin()->first);
+}
+
+void FakeFilePort::CutPower(PowerCut ePowerCut) {
+    constexpr std::size_t SECTOR = 512;
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    DropHandles();
+    for (auto& [key, shpoEntry] : m_mapEntries) {
+        std::vector<BYTE> vbyLeft = shpoEntry->vbyFlushed;
+        if (ePowerCut == PowerCut::TearSectors && shpoEntry->vbyContents != shpoEntry->vbyFlushed) {
+            const std::vector<BYTE>& rvbyNew = shpoEntry->vbyContents;
+            vbyLeft.resize(std::max(vbyLeft.size(), rvbyNew.size()));
+            for (std::size_t i = 0; i < rvbyNew.size(); i += 2 * SECTOR) {
+                std::copy_n(rvbyNew.begin() + static_cast<std::ptrdiff_t>(i), std::min(SECTOR, rvbyNew.size() - i),
+                            vbyLeft.begin() + static_cast<std::ptrdiff_t>(i));
+            }
+        }
+        shpoEntry->vbyContents = shpoEntry->vbyFlushed = vbyLeft;
+    }
+}
+
+FakeFilePort::OpenFile* FakeFilePort::Find(HANDLE hFile) {
+    const auto it = m_mapOpen.find(hFile);
+    if (it != m_mapOpen.end()) return &it->second;
+    if (m_fMisuseFailsTest) ADD_FAILURE() << "a file call on a handle that is not open: " << hFile;
+    return nullptr;
+}
+
+FakeFilePort::EntryPointer FakeFilePort::Lookup(const XString& rKey) const {
+    const auto it = m_mapEntries.find(rKey);
+    return it != m_mapEntries.end() ? it->second : nullptr;
+}
+
+/// A path that leads to nothing: is it the file or a folder on the way that is missing?
+Status FakeFilePort::Missing(const XString& rKey) const {
+    const XString folder = FolderOf(rKey);
+    const EntryPointer shpoFolder = Lookup(folder);
+    return IsRoot(folder) || (shpoFolder && shpoFolder->IsFolder()) ? Status::FileNotFound : Status::PathNotFound;
+}
+
+bool FakeFilePort::IsShared(const Entry& rEntry, DWORD dwUses, DWORD dwDenies) const {
+    return std::all_of(m_mapOpen.begin(), m_mapOpen.end(), [&](const auto& rPair) {
+        const OpenFile& rOther = rPair.second;
+        return rOther.shpoEntry.get() != &rEntry ||
+               ((rOther.dwDenies & dwUses) == 0 && (rOther.dwUses & dwDenies) == 0);
+    });
+}
+
+bool FakeFilePort::HasRoom(ULONGLONG ullMore) const {
+    ULONGLONG ullUsed = 0;
+    for (const auto& [key, shpoEntry] : m_mapEntries)
+        ullUsed += shpoEntry->vbyContents.size();
+    return ullMore == 0 || (ullUsed <= m_ullSpace && ullMore <= m_ullSpace - ullUsed);
+}
+
+Status FakeFilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HANDLE& rhFile) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    if (IsEmptyPath(pszPath)) return Status::PathNotFound;
+    const XString key = KeyOf(pszPath);
+    const bool fWritable = rOptions.eAccess == Access::ReadWrite;
+    const bool fCreateAlways = rOptions.eDisposition == Disposition::CreateAlways;
+    DWORD dwUses = ShareRead;
+    if (fWritable || fCreateAlways) dwUses |= ShareWrite;
+    if (rOptions.fDeleteAccess) dwUses |= ShareDelete;
+    const DWORD dwDenies = ~rOptions.dwShare & (ShareRead | ShareWrite | ShareDelete);
+    EntryPointer shpoEntry = Lookup(key);
+    if (IsRoot(key)) return Status::AccessDenied;
+    if (!shpoEntry) {
+        const Status eMissing = Missing(key);
+        if (eMissing != Status::FileNotFound || rOptions.eDisposition == Disposition::OpenExisting) return eMissing;
+        shpoEntry = std::make_shared<Entry>();
+        shpoEntry->path = Tidy(pszPath);
+        m_mapEntries[key] = shpoEntry;
+    } else {
+        if (rOptions.eDisposition == Disposition::CreateNew) return Status::FileExists;
+        if (shpoEntry->IsFolder() || shpoEntry->fDeletePending) return Status::AccessDenied;
+        if ((fWritable || fCreateAlways) && shpoEntry->IsReadOnly()) return Status::AccessDenied;
+        if (!IsShared(*shpoEntry, dwUses, dwDenies)) return Status::SharingViolation;
+        if (fCreateAlways) shpoEntry->vbyContents.clear();
+    }
+    rhFile = reinterpret_cast<HANDLE>(m_uiLastHandle += 4);
+    m_mapOpen[rhFile] = {shpoEntry, 0, dwUses, dwDenies, fWritable, rOptions.fDeleteAccess};
+    return Status::Success;
+}
+
+Status FakeFilePort::Close(HANDLE hFile) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    const OpenFile* pFile = Find(hFile);
+    if (pFile == nullptr) return Status::InvalidHandle;
+    const EntryPointer shpoEntry = pFile->shpoEntry;
+    m_mapOpen.erase(hFile);
+    const auto holds = [&](const auto& rPair) { return rPair.second.shpoEntry == shpoEntry; };
+    if (shpoEntry->fDeletePending && std::none_of(m_mapOpen.begin(), m_mapOpen.end(), holds)) {
+        std::erase_if(m_mapEntries, [&](const auto& rPair) { return rPair.second == shpoEntry; });
+    }
+    return Status::Success;
+}
+
+Status FakeFilePort::Size(HANDLE hFile, ULONGLONG& rullSize) noexcept {
+    const std::lock_guard oLock(m_oMutex);
+    const OpenFile* pFile = Find(hFile);
+    if (pFile == nullptr) return Status::InvalidHandle;
+    rullSize = pFile->shpoEntry->vbyContents.size();
+    return Status::Success;
+}
+
+Status FakeFilePort::Read(HANDLE hFile, void* pTarget, DWORD dwBytes, DWORD& rdwRead) noexcept {
+    const std::lock_guard oLock(m_oMutex);
+    rdwRead = 0;
+    OpenFile* pFile = Find(hFile);
+    if (pFile == nullptr) return Status::InvalidHandle;
+    const std::vector<BYTE>& rvbyContents = pFile->shpoEntry->vbyContents;
+    if (pFile->ullPosition >= rvbyContents.size()) return Status::Success;
+    rdwRead = static_cast<DWORD>(std::min<ULONGLONG>(dwBytes, rvbyContents.size() - pFile->ullPosition));
+    std::copy_n(rvbyContents.begin() + static_cast<std::ptrdiff_t>(pFile->ullPosition), rdwRead,
+                static_cast<BYTE*>(pTarget));
+    pFile->ullPosition += rdwRead;
+    return Status::Success;
+}
+
+Status FakeFilePort::Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    rdwWritten = 0;
+    OpenFile* pFile = Find(hFile);
+    if (pFile == nullptr) return Status::InvalidHandle;
+    if (!pFile->fWritable) return Status::AccessDenied;
+    if (dwBytes == 0) return Status::Success;
+    std::vector<BYTE>& rvbyContents = pFile->shpoEntry->vbyContents;
+    const ULONGLONG ullEnd = std::max<ULONGLONG>(pFile->ullPosition + dwBytes, rvbyContents.size());
+    if (!HasRoom(ullEnd - rvbyContents.size())) return Status::DiskFull;
+    rvbyContents.resize(ullEnd);
+    std::copy_n(static_cast<const BYTE*>(pSource), dwBytes,
+                rvbyContents.begin() + static_cast<std::ptrdiff_t>(pFile->ullPosition));
+    pFile->ullPosition += dwBytes;
+    rdwWritten = dwBytes;
+    return Status::Success;
+}
+
+Status FakeFilePort::Seek(HANDLE hFile, ULONGLONG ullOffset) noexcept {
+    const std::lock_guard oLock(m_oMutex);
+    OpenFile* pFile = Find(hFile);
+    if (pFile == nullptr) return Status::InvalidHandle;
+    if (ullOffset >> 63) return Status::InvalidParameter;
+    pFile->ullPosition = ullOffset;
+    return Status::Success;
+}
+
+Status FakeFilePort::SetEnd(HANDLE hFile) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    OpenFile* pFile = Find(hFile);
+    if (pFile == nullptr) return Status::InvalidHandle;
+    if (!pFile->fWritable) return Status::AccessDenied;
+    std::vector<BYTE>& rvbyContents = pFile->shpoEntry->vbyContents;
+    if (pFile->ullPosition > rvbyContents.size() && !HasRoom(pFile->ullPosition - rvbyContents.size())) {
+        return Status::DiskFull;
+    }
+    rvbyContents.resize(pFile->ullPosition);
+    return Status::Success;
+}
+
+Status FakeFilePort::Flush(HANDLE hFile) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    const OpenFile* pFile = Find(hFile);
+    if (pFile == nullptr) return Status::InvalidHandle;
+    if (!pFile->fWritable) return Status::AccessDenied;
+    pFile->shpoEntry->vbyFlushed = pFile->shpoEntry->vbyContents;
+    return Status::Success;
+}
+
+Status FakeFilePort::GetAttributes(const XCHAR* pszPath, DWORD& rdwAttributes) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    if (IsEmptyPath(pszPath)) return Status::PathNotFound;
+    const XString key = KeyOf(pszPath);
+    const EntryPointer shpoEntry = Lookup(key);
+    if (!shpoEntry && !IsRoot(key)) return Missing(key);
+    rdwAttributes = shpoEntry ? shpoEntry->dwAttributes : ATTRIBUTE_DIRECTORY;
+    return Status::Success;
+}
+
+Status FakeFilePort::SetAttributes(const XCHAR* pszPath, DWORD dwAttributes) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    if (IsEmptyPath(pszPath)) return Status::PathNotFound;
+    const EntryPointer shpoEntry = Lookup(KeyOf(pszPath));
+    if (!shpoEntry) return Missing(KeyOf(pszPath));
+    const DWORD dwKept = shpoEntry->dwAttributes & ATTRIBUTE_DIRECTORY;
+    dwAttributes = (dwAttributes & ~(ATTRIBUTE_DIRECTORY | ATTRIBUTE_NORMAL)) | dwKept;
+    shpoEntry->dwAttributes = dwAttributes ? dwAttributes : ATTRIBUTE_NORMAL;
+    return Status::Success;
+}
+
+Status FakeFilePort::Delete(const XCHAR* pszPath) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    if (IsEmptyPath(pszPath)) return Status::PathNotFound;
+    const XString key = KeyOf(pszPath);
+    const EntryPointer shpoEntry = Lookup(key);
+    if (!shpoEntry) return IsRoot(key) ? Status::AccessDenied : Missing(key);
+    if (shpoEntry->IsFolder() || shpoEntry->IsReadOnly()) return Status::AccessDenied;
+    if (!IsShared(*shpoEntry, ShareDelete, 0)) return Status::SharingViolation;
+    m_mapEntries.erase(key);
+    return Status::Success;
+}
+
+Status FakeFilePort::DeleteByHandle(HANDLE hFile) noexcept {
+    const std::lock_guard oLock(m_oMutex);
+    const OpenFile* pFile = Find(hFile);
+    if (pFile == nullptr) return Status::InvalidHandle;
+    if (!pFile->fDeletable || pFile->shpoEntry->IsReadOnly()) return Status::AccessDenied;
+    pFile->shpoEntry->fDeletePending = true;
+    return Status::Success;
+}
+
+Status FakeFilePort::Move(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplace) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    if (IsEmptyPath(pszFrom) || IsEmptyPath(pszTo)) return Status::PathNotFound;
+    const XString from = KeyOf(pszFrom), to = KeyOf(pszTo);
+    const EntryPointer shpoFrom = Lookup(from), shpoTo = Lookup(to);
+    if (!shpoFrom) return Missing(from);
+    if (!IsShared(*shpoFrom, ShareDelete, 0)) return Status::SharingViolation;
+    if (!shpoTo && Missing(to) != Status::FileNotFound) return Missing(to);
+    if (shpoTo && shpoTo != shpoFrom) {
+        if (!fReplace) return Status::AlreadyExists;
+        if (shpoTo->IsFolder() || shpoTo->IsReadOnly() || !IsShared(*shpoTo, ShareDelete, 0))
+            return Status::AccessDenied;
+    }
+    // A folder takes what is below it along.
+    std::map<XString, EntryPointer> mapMoved;
+    for (auto it = m_mapEntries.begin(); it != m_mapEntries.end();) {
+        const bool fBelow = it->first.starts_with(from + VTEXT('\\'));
+        if (it->first != from && !fBelow) {
+            ++it;
+            continue;
+        }
+        it->second->path = Tidy(pszTo) + it->second->path.substr(from.size());
+        mapMoved[to + it->first.substr(from.size())] = it->second;
+        it = m_mapEntries.erase(it);
+    }
+    for (const auto& [key, shpoEntry] : mapMoved)
+        m_mapEntries[key] = shpoEntry;
+    return Status::Success;
+}
+
+Status FakeFilePort::CreateDirectoryAt(const XCHAR* pszPath) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    if (IsEmptyPath(pszPath)) return Status::PathNotFound;
+    const XString key = KeyOf(pszPath);
+    if (IsRoot(key) || Lookup(key)) return Status::AlreadyExists;
+    if (Missing(key) != Status::FileNotFound) return Status::PathNotFound;
+    AddFolder(pszPath);
+    return Status::Success;
+}
+
+}  // namespace vlm::test

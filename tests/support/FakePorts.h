@@ -1,0 +1,122 @@
+/// @file
+/// The small ports in memory: text, desktop, process, threads, clock.
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/ClockPort.h"
+#include "platform/DesktopPort.h"
+#include "platform/ProcessPort.h"
+#include "platform/TextPort.h"
+#include "platform/ThreadPort.h"
+
+namespace vlm::test {
+
+using XString = std::basic_string<XCHAR>;
+
+/// The system's conversions and texts; string resources and windows of its own.
+class FakeTextPort final : public TextPort {
+public:
+    void AddString(HINSTANCE hModule, UINT uId, XStringView svText);
+    HWND AddWindow(XStringView svCaption);
+    /// Later calls on the window answer InvalidWindowHandle.
+    void RemoveWindow(HWND hwnd);
+
+    std::size_t ToWide(DWORD dwCodePage, const char* pSource, std::size_t cBytes, XCHAR* pTarget,
+                       std::size_t cCapacity) noexcept override;
+    std::size_t ToNarrow(DWORD dwCodePage, const XCHAR* pSource, std::size_t cUnits, char* pTarget,
+                         std::size_t cCapacity) noexcept override;
+    std::size_t SystemErrorText(DWORD dwError, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    std::size_t FormatMessageText(const XCHAR* pszFormat, const XCHAR* const* ppszInserts, std::size_t cInserts,
+                                  XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    XStringView StringResource(HINSTANCE hModule, UINT uId) noexcept override;
+    Status WindowText(HWND hwnd, XCHAR* pTarget, std::size_t cCapacity, std::size_t& rcLength) noexcept override;
+    Status SetWindowCaption(HWND hwnd, const XCHAR* pszText) noexcept override;
+
+private:
+    std::mutex m_oMutex;
+    std::map<std::pair<HINSTANCE, UINT>, XString> m_mapStrings;
+    std::map<HWND, XString> m_mapWindows;
+    std::uintptr_t m_uiLastWindow = 0x3000;
+};
+
+/// Records what is sent to the debugger.
+class FakeDesktopPort final : public DesktopPort {
+public:
+    std::vector<XString> DebuggerLines() const;
+    void SetDebuggerPresent(bool fPresent) { m_fDebugger = fPresent; }
+
+    void DebuggerOutput(const XCHAR* pszText) noexcept override;
+    bool IsDebuggerPresent() noexcept override { return m_fDebugger; }
+
+private:
+    mutable std::mutex m_oMutex;
+    std::vector<XString> m_vLines;
+    std::atomic<bool> m_fDebugger{false};
+};
+
+/// A process with a scripted name and environment.
+class FakeProcessPort final : public ProcessPort {
+public:
+    /// @param hModule null: the executable ("C:\\Program Files\\Test\\test.exe" at the beginning).
+    void SetModulePath(HINSTANCE hModule, XStringView svPath);
+    void SetEnvironmentVariableTo(XStringView svName, XStringView svValue);
+    void SetProcessId(DWORD dwId) { m_dwProcessId = dwId; }
+
+    std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    DWORD CurrentProcessId() noexcept override { return m_dwProcessId; }
+    std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+
+private:
+    std::map<HINSTANCE, XString> m_mapModules{{nullptr, VTEXT("C:\\Program Files\\Test\\test.exe")}};
+    std::map<XString, XString> m_mapEnvironment;
+    std::atomic<DWORD> m_dwProcessId{4711};
+};
+
+/// The system's threads, with an account of what was taken.
+class FakeThreadPort final : public ThreadPort {
+public:
+    LONGLONG OpenSlots() const { return m_llSlots; }
+    LONGLONG LocalBlocks() const { return m_llBlocks; }
+
+    DWORD AllocSlot(void (*pfnThreadEnd)(void*)) noexcept override;
+    Status FreeSlot(DWORD dwSlot) noexcept override;
+    void* GetSlot(DWORD dwSlot, Status& rStatus) noexcept override;
+    Status SetSlot(DWORD dwSlot, void* pValue) noexcept override;
+    void* LocalAllocate(std::size_t cBytes) noexcept override;
+    void LocalRelease(void* pMemory) noexcept override;
+    DWORD CurrentThreadId() noexcept override;
+
+private:
+    std::atomic<LONGLONG> m_llSlots{0};
+    std::atomic<LONGLONG> m_llBlocks{0};
+};
+
+/// A clock that stands still until it is set.  It begins on 2024-02-29 12:34:56.789 UTC, with 10 MHz ticks.
+class FakeClockPort final : public ClockPort {
+public:
+    /// Moves every clock on.
+    void Advance(LONGLONG llMilliseconds) { m_llMilliseconds += llMilliseconds; }
+    /// Milliseconds since 1970-01-01 UTC; may go back (the counter then does, too, as on bad hardware).
+    void SetUtcMilliseconds(LONGLONG llMilliseconds) { m_llMilliseconds = llMilliseconds; }
+    void SetFrequency(LONGLONG llTicksPerSecond) { m_llFrequency = llTicksPerSecond; }
+    /// Minutes that local time is ahead of UTC.
+    void SetZoneMinutes(LONGLONG llMinutes) { m_llZoneMinutes = llMinutes; }
+
+    LONGLONG PerformanceCounter() noexcept override;
+    LONGLONG PerformanceFrequency() noexcept override { return m_llFrequency; }
+    DWORD TickCount() noexcept override { return static_cast<DWORD>(m_llMilliseconds); }
+    LONGLONG UtcSeconds() noexcept override;
+    CalendarTime LocalTime() noexcept override;
+
+private:
+    std::atomic<LONGLONG> m_llMilliseconds{1'709'210'096'789};
+    std::atomic<LONGLONG> m_llFrequency{10'000'000};
+    std::atomic<LONGLONG> m_llZoneMinutes{0};
+};
+
+}  // namespace vlm::test

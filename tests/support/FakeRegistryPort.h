@@ -1,0 +1,93 @@
+/// @file
+/// A registry in memory.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/RegistryPort.h"
+
+namespace vlm::test {
+
+using XString = std::basic_string<XCHAR>;
+
+/// Keeps the registry port's contract in memory.  The script names keys by path from the root's own name:
+/// "HKEY_LOCAL_MACHINE\\Software\\...", "HKEY_CURRENT_USER\\...", "HKEY_USERS\\...", "HKEY_CLASSES_ROOT\\...".
+/// The current user's key is "HKEY_USERS\\S-1-5-21-0-0-0-1000"; HKEY_CLASSES_ROOT is a tree of its own.
+/// A call on a handle that is not open fails the running test, unless told otherwise.
+/// Threads: any.
+class FakeRegistryPort final : public RegistryPort {
+public:
+    struct Value {
+        DWORD dwType;
+        std::vector<BYTE> vbyData;
+    };
+
+    FakeRegistryPort();
+    ~FakeRegistryPort() override;
+
+    // --- the script ---
+    void AddKey(XStringView svPath);
+    void AddValue(XStringView svPath, XStringView svName, DWORD dwType, std::vector<BYTE> vbyData);
+    /// REG_SZ with its terminator; REG_DWORD.
+    void AddText(XStringView svPath, XStringView svName, XStringView svText);
+    void AddDword(XStringView svPath, XStringView svName, DWORD dwValue);
+    std::optional<Value> ValueAt(XStringView svPath, XStringView svName) const;
+    bool HasKey(XStringView svPath) const;
+    /// Takes a key away with all below it; handles to it answer KeyDeleted.
+    void RemoveKey(XStringView svPath);
+    /// Opening (or creating below) this key for any of these rights answers AccessDenied from now on; 0 lifts it.
+    void Deny(XStringView svPath, DWORD dwRights);
+    std::size_t OpenHandles() const;
+    void SetMisuseFailsTest(bool fFails);
+    /// The process is gone: handles vanish, the keys stay.
+    void DropHandles();
+    /// The system starts anew: handles and volatile keys vanish.
+    void Restart();
+
+    // --- the port ---
+    HKEY RootKey(Root eRoot) noexcept override;
+    Status Open(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey) noexcept override;
+    Status Create(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, bool fVolatile, HKEY& rhKey,
+                  bool& rfCreated) noexcept override;
+    Status Close(HKEY hKey) noexcept override;
+    Status QueryValue(HKEY hKey, const XCHAR* pszName, DWORD& rdwType, void* pTarget, DWORD& rcbData) noexcept override;
+    Status QueryMultipleValues(HKEY hKey, ValueQuery* pQueries, DWORD cQueries, void* pTarget,
+                               DWORD& rcbData) noexcept override;
+    Status SetValue(HKEY hKey, const XCHAR* pszName, DWORD dwType, const void* pData, DWORD cbData) noexcept override;
+    Status DeleteValue(HKEY hKey, const XCHAR* pszName) noexcept override;
+    Status DeleteKey(HKEY hParent, const XCHAR* pszSubKey) noexcept override;
+    Status EnumerateKey(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept override;
+    Status EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName, DWORD& rdwType, void* pTarget,
+                          DWORD& rcbData) noexcept override;
+    Status OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept override;
+
+private:
+    struct Key;
+    using KeyPointer = std::shared_ptr<Key>;
+    struct OpenKey {
+        KeyPointer shpoKey;
+        DWORD dwRights;
+    };
+
+    static std::optional<std::vector<XString>> Components(XStringView svPath, Status& reStatus);
+    KeyPointer AtPath(XStringView svPath, bool fCreate) const;
+    Status Resolve(HKEY hKey, DWORD dwRights, KeyPointer& rshpoKey);
+    Status Walk(HKEY hParent, const XCHAR* pszSubKey, KeyPointer& rshpoKey);
+    Status MakeHandle(const KeyPointer& rshpoKey, DWORD dwRights, HKEY& rhKey);
+    static void MarkDeleted(Key& rKey);
+    static void DropVolatile(Key& rKey);
+
+    mutable std::recursive_mutex m_oMutex;
+    std::map<Root, KeyPointer> m_mapRoots;
+    std::map<HKEY, OpenKey> m_mapOpen;
+    std::uintptr_t m_uiLastHandle = 0x2000;
+    bool m_fMisuseFailsTest = true;
+};
+
+}  // namespace vlm::test

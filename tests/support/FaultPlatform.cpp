@@ -1,0 +1,366 @@
+/// @file
+/// The fault layer: every port call asks the script first.
+#include "support/FaultPlatform.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/CabinetPort.h"
+#include "platform/ClockPort.h"
+#include "platform/DesktopPort.h"
+#include "platform/FilePort.h"
+#include "platform/ProcessPort.h"
+#include "platform/RegistryPort.h"
+#include "platform/TextPort.h"
+#include "platform/ThreadPort.h"
+
+namespace vlm::test {
+
+using Decision = FaultScript::Decision;
+
+void FaultScript::Arm(FaultMode eMode, std::uint64_t ullCall, Status eStatus) noexcept {
+    m_eMode = eMode;
+    m_ullAt = ullCall;
+    m_ullCalls = 0;
+    m_eStatus = eStatus;
+    m_fFired = false;
+    m_fDead = false;
+}
+
+Decision FaultScript::Decide() noexcept {
+    const std::uint64_t ullCall = ++m_ullCalls;
+    if (m_fDead) return Decision::Dead;
+    const FaultMode eMode = m_eMode;
+    if (eMode == FaultMode::None || ullCall < m_ullAt || (ullCall > m_ullAt && eMode != FaultMode::FailFrom)) {
+        return Decision::Pass;
+    }
+    m_fFired = true;
+    switch (eMode) {
+        case FaultMode::ShortOnce:
+            return Decision::Short;
+        case FaultMode::KillAt:
+            m_fDead = true;
+            return Decision::Dead;
+        case FaultMode::KillTorn:
+            m_fDead = true;
+            return Decision::Torn;
+        default:
+            return Decision::Fail;
+    }
+}
+
+namespace {
+
+/// A dead process hears nothing; the status only lets its code run to its end.
+constexpr Status DEAD = Status::GeneralFailure;
+
+/// What the wrappers have in common: the port below and the script.
+template <typename Port>
+class Wrapper : public Port {
+public:
+    Wrapper(Port& rBelow, FaultScript& rScript) noexcept : m_rBelow(rBelow), m_rScript(rScript) {}
+
+protected:
+    /// A call that is either made or not.
+    template <typename Call>
+    Status Guard(Call call) noexcept {
+        switch (m_rScript.Decide()) {
+            case Decision::Fail:
+                return m_rScript.FaultStatus();
+            case Decision::Dead:
+            case Decision::Torn:
+                return DEAD;
+            default:
+                return call();
+        }
+    }
+    /// The same for calls that answer a count, a pointer or a truth value: the failure is the value's zero.
+    template <typename Call>
+    auto GuardValue(Call call) noexcept -> decltype(call()) {
+        const Decision eDecision = m_rScript.Decide();
+        return eDecision == Decision::Pass || eDecision == Decision::Short ? call() : decltype(call()){};
+    }
+    /// A close: made in any case, unless the process is dead.
+    template <typename Call>
+    Status GuardClose(Call call) noexcept {
+        const Decision eDecision = m_rScript.Decide();
+        if (eDecision == Decision::Dead || eDecision == Decision::Torn) return DEAD;
+        const Status eStatus = call();
+        return eDecision == Decision::Fail ? m_rScript.FaultStatus() : eStatus;
+    }
+
+    Port& m_rBelow;
+    FaultScript& m_rScript;
+};
+
+class FaultFiles final : public Wrapper<FilePort> {
+public:
+    using Wrapper::Wrapper;
+    Status Open(const XCHAR* pszPath, const OpenOptions& rOptions, HANDLE& rhFile) noexcept override {
+        return Guard([&] { return m_rBelow.Open(pszPath, rOptions, rhFile); });
+    }
+    Status Close(HANDLE hFile) noexcept override {
+        return GuardClose([&] { return m_rBelow.Close(hFile); });
+    }
+    Status Size(HANDLE hFile, ULONGLONG& rullSize) noexcept override {
+        return Guard([&] { return m_rBelow.Size(hFile, rullSize); });
+    }
+    Status Read(HANDLE hFile, void* pTarget, DWORD dwBytes, DWORD& rdwRead) noexcept override {
+        rdwRead = 0;
+        switch (m_rScript.Decide()) {
+            case Decision::Fail:
+                return m_rScript.FaultStatus();
+            case Decision::Short:  // somebody else cut the file
+                return m_rBelow.Read(hFile, pTarget, dwBytes / 2, rdwRead);
+            case Decision::Pass:
+                return m_rBelow.Read(hFile, pTarget, dwBytes, rdwRead);
+            default:
+                return DEAD;
+        }
+    }
+    Status Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept override {
+        rdwWritten = 0;
+        switch (m_rScript.Decide()) {
+            case Decision::Fail:
+                return m_rScript.FaultStatus();
+            case Decision::Short: {
+                const Status eStatus = m_rBelow.Write(hFile, pSource, dwBytes / 2, rdwWritten);
+                return eStatus == Status::Success ? Status::DiskFull : eStatus;
+            }
+            case Decision::Torn:
+                m_rBelow.Write(hFile, pSource, dwBytes / 2, rdwWritten);
+                return DEAD;
+            case Decision::Pass:
+                return m_rBelow.Write(hFile, pSource, dwBytes, rdwWritten);
+            default:
+                return DEAD;
+        }
+    }
+    Status Seek(HANDLE hFile, ULONGLONG ullOffset) noexcept override {
+        return Guard([&] { return m_rBelow.Seek(hFile, ullOffset); });
+    }
+    Status SetEnd(HANDLE hFile) noexcept override {
+        return Guard([&] { return m_rBelow.SetEnd(hFile); });
+    }
+    Status Flush(HANDLE hFile) noexcept override {
+        return Guard([&] { return m_rBelow.Flush(hFile); });
+    }
+    Status GetAttributes(const XCHAR* pszPath, DWORD& rdwAttributes) noexcept override {
+        return Guard([&] { return m_rBelow.GetAttributes(pszPath, rdwAttributes); });
+    }
+    Status SetAttributes(const XCHAR* pszPath, DWORD dwAttributes) noexcept override {
+        return Guard([&] { return m_rBelow.SetAttributes(pszPath, dwAttributes); });
+    }
+    Status Delete(const XCHAR* pszPath) noexcept override {
+        return Guard([&] { return m_rBelow.Delete(pszPath); });
+    }
+    Status DeleteByHandle(HANDLE hFile) noexcept override {
+        return Guard([&] { return m_rBelow.DeleteByHandle(hFile); });
+    }
+    Status Move(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplace) noexcept override {
+        return Guard([&] { return m_rBelow.Move(pszFrom, pszTo, fReplace); });
+    }
+    Status CreateDirectoryAt(const XCHAR* pszPath) noexcept override {
+        return Guard([&] { return m_rBelow.CreateDirectoryAt(pszPath); });
+    }
+};
+
+class FaultRegistry final : public Wrapper<RegistryPort> {
+public:
+    using Wrapper::Wrapper;
+    HKEY RootKey(Root eRoot) noexcept override { return m_rBelow.RootKey(eRoot); }
+    Status Open(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey) noexcept override {
+        return Guard([&] { return m_rBelow.Open(hParent, pszSubKey, dwRights, rhKey); });
+    }
+    Status Create(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, bool fVolatile, HKEY& rhKey,
+                  bool& rfCreated) noexcept override {
+        return Guard([&] { return m_rBelow.Create(hParent, pszSubKey, dwRights, fVolatile, rhKey, rfCreated); });
+    }
+    Status Close(HKEY hKey) noexcept override {
+        return GuardClose([&] { return m_rBelow.Close(hKey); });
+    }
+    Status QueryValue(HKEY hKey, const XCHAR* pszName, DWORD& rdwType, void* pTarget,
+                      DWORD& rcbData) noexcept override {
+        return GuardGrown(pTarget, rcbData,
+                          [&](DWORD& rcb) { return m_rBelow.QueryValue(hKey, pszName, rdwType, pTarget, rcb); });
+    }
+    Status QueryMultipleValues(HKEY hKey, ValueQuery* pQueries, DWORD cQueries, void* pTarget,
+                               DWORD& rcbData) noexcept override {
+        return GuardGrown(pTarget, rcbData, [&](DWORD& rcb) {
+            return m_rBelow.QueryMultipleValues(hKey, pQueries, cQueries, pTarget, rcb);
+        });
+    }
+    Status SetValue(HKEY hKey, const XCHAR* pszName, DWORD dwType, const void* pData, DWORD cbData) noexcept override {
+        return Guard([&] { return m_rBelow.SetValue(hKey, pszName, dwType, pData, cbData); });
+    }
+    Status DeleteValue(HKEY hKey, const XCHAR* pszName) noexcept override {
+        return Guard([&] { return m_rBelow.DeleteValue(hKey, pszName); });
+    }
+    Status DeleteKey(HKEY hParent, const XCHAR* pszSubKey) noexcept override {
+        return Guard([&] { return m_rBelow.DeleteKey(hParent, pszSubKey); });
+    }
+    Status EnumerateKey(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept override {
+        return Guard([&] { return m_rBelow.EnumerateKey(hKey, dwIndex, pszName, rcName); });
+    }
+    Status EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName, DWORD& rdwType, void* pTarget,
+                          DWORD& rcbData) noexcept override {
+        return GuardGrown(pTarget, rcbData, [&](DWORD& rcb) {
+            return m_rBelow.EnumerateValue(hKey, dwIndex, pszName, rcName, rdwType, pTarget, rcb);
+        });
+    }
+    Status OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept override {
+        return Guard([&] { return m_rBelow.OpenCurrentUser(dwRights, rhKey); });
+    }
+
+private:
+    /// A read of data: the short fault is a value that grew after its size was asked for.
+    template <typename Call>
+    Status GuardGrown(const void* pTarget, DWORD& rcbData, Call call) noexcept {
+        switch (m_rScript.Decide()) {
+            case Decision::Fail:
+                return m_rScript.FaultStatus();
+            case Decision::Short:
+                if (pTarget != nullptr) {
+                    rcbData = rcbData * 2 + 1;
+                    return Status::MoreData;
+                }
+                [[fallthrough]];
+            case Decision::Pass:
+                return call(rcbData);
+            default:
+                return DEAD;
+        }
+    }
+};
+
+class FaultText final : public Wrapper<TextPort> {
+public:
+    using Wrapper::Wrapper;
+    std::size_t ToWide(DWORD dwCodePage, const char* pSource, std::size_t cBytes, XCHAR* pTarget,
+                       std::size_t cCapacity) noexcept override {
+        return GuardValue([&] { return m_rBelow.ToWide(dwCodePage, pSource, cBytes, pTarget, cCapacity); });
+    }
+    std::size_t ToNarrow(DWORD dwCodePage, const XCHAR* pSource, std::size_t cUnits, char* pTarget,
+                         std::size_t cCapacity) noexcept override {
+        return GuardValue([&] { return m_rBelow.ToNarrow(dwCodePage, pSource, cUnits, pTarget, cCapacity); });
+    }
+    std::size_t SystemErrorText(DWORD dwError, XCHAR* pTarget, std::size_t cCapacity) noexcept override {
+        return GuardValue([&] { return m_rBelow.SystemErrorText(dwError, pTarget, cCapacity); });
+    }
+    std::size_t FormatMessageText(const XCHAR* pszFormat, const XCHAR* const* ppszInserts, std::size_t cInserts,
+                                  XCHAR* pTarget, std::size_t cCapacity) noexcept override {
+        return GuardValue(
+            [&] { return m_rBelow.FormatMessageText(pszFormat, ppszInserts, cInserts, pTarget, cCapacity); });
+    }
+    XStringView StringResource(HINSTANCE hModule, UINT uId) noexcept override {
+        return GuardValue([&] { return m_rBelow.StringResource(hModule, uId); });
+    }
+    Status WindowText(HWND hwnd, XCHAR* pTarget, std::size_t cCapacity, std::size_t& rcLength) noexcept override {
+        rcLength = 0;
+        return Guard([&] { return m_rBelow.WindowText(hwnd, pTarget, cCapacity, rcLength); });
+    }
+    Status SetWindowCaption(HWND hwnd, const XCHAR* pszText) noexcept override {
+        return Guard([&] { return m_rBelow.SetWindowCaption(hwnd, pszText); });
+    }
+};
+
+class FaultDesktop final : public Wrapper<DesktopPort> {
+public:
+    using Wrapper::Wrapper;
+    void DebuggerOutput(const XCHAR* pszText) noexcept override {
+        if (!m_rScript.IsDead()) m_rBelow.DebuggerOutput(pszText);
+    }
+    bool IsDebuggerPresent() noexcept override { return m_rBelow.IsDebuggerPresent(); }
+};
+
+class FaultProcess final : public Wrapper<ProcessPort> {
+public:
+    using Wrapper::Wrapper;
+    std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override {
+        return GuardValue([&] { return m_rBelow.ModulePath(hModule, pTarget, cCapacity); });
+    }
+    DWORD CurrentProcessId() noexcept override { return m_rBelow.CurrentProcessId(); }
+    std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override {
+        return GuardValue([&] { return m_rBelow.EnvironmentVariable(pszName, pTarget, cCapacity); });
+    }
+};
+
+class FaultThreads final : public Wrapper<ThreadPort> {
+public:
+    using Wrapper::Wrapper;
+    DWORD AllocSlot(void (*pfnThreadEnd)(void*)) noexcept override {
+        const Decision eDecision = m_rScript.Decide();
+        const bool fMade = eDecision == Decision::Pass || eDecision == Decision::Short;
+        return fMade ? m_rBelow.AllocSlot(pfnThreadEnd) : OUT_OF_SLOTS;
+    }
+    Status FreeSlot(DWORD dwSlot) noexcept override { return m_rBelow.FreeSlot(dwSlot); }
+    void* GetSlot(DWORD dwSlot, Status& rStatus) noexcept override { return m_rBelow.GetSlot(dwSlot, rStatus); }
+    Status SetSlot(DWORD dwSlot, void* pValue) noexcept override {
+        // Emptying a slot needs no memory and does not fail; an owner must be able to rely on it.
+        if (pValue == nullptr) return m_rBelow.SetSlot(dwSlot, pValue);
+        return Guard([&] { return m_rBelow.SetSlot(dwSlot, pValue); });
+    }
+    void* LocalAllocate(std::size_t cBytes) noexcept override {
+        return GuardValue([&] { return m_rBelow.LocalAllocate(cBytes); });
+    }
+    void LocalRelease(void* pMemory) noexcept override { m_rBelow.LocalRelease(pMemory); }
+    DWORD CurrentThreadId() noexcept override { return m_rBelow.CurrentThreadId(); }
+};
+
+class FaultCabinet final : public Wrapper<CabinetPort> {
+public:
+    using Wrapper::Wrapper;
+    bool Compress(CabinetFiles& rFiles, const char* pszSource, const char* pszMember, const char* pszImage, LONG lLevel,
+                  CabinetStep& reStep, CabinetError& rError) noexcept override {
+        if (!IsFailing(reStep, rError)) {
+            return m_rBelow.Compress(rFiles, pszSource, pszMember, pszImage, lLevel, reStep, rError);
+        }
+        return false;
+    }
+    bool Extract(CabinetFiles& rFiles, CabinetMembers& rMembers, const char* pszImage, CabinetStep& reStep,
+                 CabinetError& rError) noexcept override {
+        return !IsFailing(reStep, rError) && m_rBelow.Extract(rFiles, rMembers, pszImage, reStep, rError);
+    }
+
+private:
+    bool IsFailing(CabinetStep& reStep, CabinetError& rError) noexcept {
+        const Decision eDecision = m_rScript.Decide();
+        if (eDecision == Decision::Pass || eDecision == Decision::Short) return false;
+        reStep = CabinetStep::Create;
+        rError = CabinetError{};
+        return true;
+    }
+};
+
+}  // namespace
+
+struct FaultPlatform::Ports {
+    FaultText oText;
+    FaultFiles oFiles;
+    FaultRegistry oRegistry;
+    FaultCabinet oCabinet;
+    FaultDesktop oDesktop;
+    FaultProcess oProcess;
+    FaultThreads oThreads;
+    Platform oPlatform;
+
+    Ports(const Platform& rBelow, FaultScript& rScript)
+        : oText(*rBelow.pText, rScript),
+          oFiles(*rBelow.pFiles, rScript),
+          oRegistry(*rBelow.pRegistry, rScript),
+          oCabinet(*rBelow.pCabinet, rScript),
+          oDesktop(*rBelow.pDesktop, rScript),
+          oProcess(*rBelow.pProcess, rScript),
+          oThreads(*rBelow.pThreads, rScript),
+          oPlatform{&oText, &oFiles, &oRegistry, &oCabinet, &oDesktop, &oProcess, &oThreads, rBelow.pClock} {}
+};
+
+FaultPlatform::FaultPlatform(const Platform& rBelow) : m_apoPorts(std::make_unique<Ports>(rBelow, m_oScript)) {}
+
+FaultPlatform::~FaultPlatform() = default;
+
+const Platform& FaultPlatform::Get() const noexcept {
+    return m_apoPorts->oPlatform;
+}
+
+}  // namespace vlm::test
