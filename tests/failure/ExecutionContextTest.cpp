@@ -115,7 +115,7 @@ TEST(ExecutionContextStack, ShowsItsContextsIndented) {
     stack.PushContext(Share(Make(ECIE_EXPORT_JOTF_FILE, VTEXT("A::C"), VTEXT("m"))));
     EXPECT_THAT(
         Narrow(stack.GetMultiLineDisplayString(true).View()),
-        MatchesRegex("Execution context \\(Process=test_failure.*, Thread=0x[0-9a-f]+\\) \\(2 levels deep\\):\r\n"
+        MatchesRegex("Execution context \\(Process=test_failure.*, Thread=0x\\w+\\) \\(2 levels deep\\):\r\n"
                      "  ECIE_IMPORT_JCAP \\(A::B line 42\\)\r\n    ECIE_EXPORT_JOTF_FILE: m \\(A::C line 42\\)\r\n"));
     EXPECT_THAT(Narrow(stack.GetMultiLineDisplayString(false).View()),
                 EndsWith("\r\n  ECIE_IMPORT_JCAP\r\n    ECIE_EXPORT_JOTF_FILE: m\r\n"));

@@ -198,7 +198,7 @@ TEST_F(PerThreadStorage, ReportsEachFailingCallOfTheSystemAndRecovers) {
     oPort.fGetFails = true;
     oSink.Clear();
     Storage::GetExecutionContextStack();
-    EXPECT_THAT(oSink.Texts()[0], ::testing::MatchesRegex("TlsGetValue\\(0x[0-9a-f]+/[0-9]+\\) failed!\r\n\r\n.+"));
+    EXPECT_THAT(oSink.Texts()[0], ::testing::MatchesRegex("TlsGetValue\\(0x\\w+/\\w+\\) failed!\r\n\r\n.+"));
 }
 
 TEST_F(PerThreadStorage, ReportsThatTheSystemHasNoSlotLeft) {
@@ -242,7 +242,7 @@ TEST_F(PerThreadStorage, AnObjectThatIsNotListedIsReportedAndLeftAlone) {
     EXPECT_THAT(oSink.Texts(),
                 ElementsAre(::testing::MatchesRegex(
                     "The static vector of UtilitiesDllPerThreadStorage pointers does NOT contain this pointer "
-                    "\\(0x[0-9A-F]+\\) during DLL_PROCESS_DETACH! The current thread is 0x1234/4660. The vector has 0 "
+                    "\\(0x\\w+\\) during DLL_PROCESS_DETACH! The current thread is 0x1234/4660. The vector has 0 "
                     "members.")));
     EXPECT_EQ(spStale, nullptr);
 }

@@ -26,7 +26,7 @@ struct PreparedTexts {
 /// Room for them that is never torn down.
 union PreparedStorage {
     constexpr PreparedStorage() noexcept : m_byNothing(0) {}
-    constexpr ~PreparedStorage() {}
+    ~PreparedStorage() {}
     unsigned char m_byNothing;
     PreparedTexts m_oTexts;
 };

@@ -99,6 +99,12 @@ consteval StaticText<N> WidenPath(std::string_view path) {
     return oText;
 }
 
+/// Hands the position through.  Deliberate: not constexpr.  One compiler takes a statement expression that it can
+/// compute for a constant, and then forgets to fill the static objects inside it.
+inline const SourcePosition& AtRunTime(const SourcePosition& rPosition) noexcept {
+    return rPosition;
+}
+
 }  // namespace detail
 }  // namespace vlm
 
@@ -111,5 +117,5 @@ consteval StaticText<N> WidenPath(std::string_view path) {
             ::vlm::detail::WidenMethod<::vlm::detail::QualifiedName(__PRETTY_FUNCTION__).size()>(__PRETTY_FUNCTION__); \
         static constexpr ::vlm::SourcePosition vlmPosition{vlmFile.m_achText.data(), __LINE__,                         \
                                                            vlmMethod.m_achText.data()};                                \
-        &vlmPosition;                                                                                                  \
+        &::vlm::detail::AtRunTime(vlmPosition);                                                                        \
     }))

@@ -10,7 +10,7 @@ template <class T>
 union NeverDestroyed {
     T m_oObject;
     constexpr NeverDestroyed() noexcept : m_oObject() {}
-    constexpr ~NeverDestroyed() {}
+    ~NeverDestroyed() {}
     NeverDestroyed(const NeverDestroyed&) = delete;
     NeverDestroyed& operator=(const NeverDestroyed&) = delete;
 };
