@@ -46,7 +46,7 @@ DWORD Hash32::GetHash32(const DEVMODEW* pDevMode) noexcept {
     return GetHash32(pbyBlock, WordAt(pbyBlock, DM_SIZE_OFFSET) + WordAt(pbyBlock, DM_DRIVER_EXTRA_OFFSET));
 }
 
-DWORD Hash32::GetHash32(const DEVMODEW* pDevMode, DWORD dwBlockLength) noexcept {
+DWORD Hash32::GetBoundedHash32(const DEVMODEW* pDevMode, DWORD dwBlockLength) noexcept {
     if (!pDevMode || dwBlockLength == 0) return 0;
     const BYTE* const pbyBlock = reinterpret_cast<const BYTE*>(pDevMode);
     const DWORD dwSize = dwBlockLength >= DM_SIZES_END ? WordAt(pbyBlock, DM_SIZE_OFFSET) : 0;

@@ -18,12 +18,12 @@ public:
     /// The text's UTF-16 units as little-endian bytes, without terminator.
     static DWORD GetHash32(const CXString& kcsText) noexcept;
     /// The first dmSize + dmDriverExtra bytes of a device mode, as these two fields of it say.  The caller vouches for
-    /// the block; for one that comes from outside use the form with a length.
+    /// the block; for one that comes from outside use GetBoundedHash32.
     static DWORD GetHash32(const DEVMODEW* pDevMode) noexcept;
     /// The same for a device mode in a block of `dwBlockLength` bytes.
     /// @return 0, and a debug message, when the block does not hold what its fields claim, or dmSize is too small to
     ///         hold the fields themselves (72 bytes).
-    static DWORD GetHash32(const DEVMODEW* pDevMode, DWORD dwBlockLength) noexcept;
+    static DWORD GetBoundedHash32(const DEVMODEW* pDevMode, DWORD dwBlockLength) noexcept;
 
     /// Goes on from the hash of earlier pieces: their sum modulo 2^32, 0xFFFFFFFF where that would be 0.
     /// Without data it is `dwPrevious` unchanged.

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <string>
+#include <string_view>
 
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
@@ -74,34 +75,37 @@ bool ParseDecimal(XStringView text, double& rdblValue) {
     return true;
 }
 
-/// A rounded count of last places as decimal text.
-CXString DecimalText(bool fNegative, ULONGLONG ullPlaces, int iDecimals, bool fTrimZeros) {
+/// Decimal text, if asked for without the zeros at the end of its places.
+CXString DecimalText(std::string_view text, bool fTrimZeros) {
+    if (fTrimZeros && text.find('.') != std::string_view::npos) {
+        text = text.substr(0, text.find_last_not_of('0') + 1);
+        if (text.back() == '.') text.remove_suffix(1);
+    }
+    return CXString(text.data(), static_cast<int>(text.size()));
+}
+
+/// A rounded count of last places.
+CXString PlacesText(bool fNegative, ULONGLONG ullPlaces, int iDecimals, bool fTrimZeros) {
     std::array<char, 40> achText;
-    char* pch = achText.data() + achText.size();
-    int iDigits = 0;
-    bool fSignificant = !fTrimZeros || iDecimals == 0;
-    do {
-        if (iDigits == iDecimals && iDecimals > 0) {
-            if (fSignificant) *--pch = '.';
-            fSignificant = true;
-        }
-        const char chDigit = static_cast<char>('0' + ullPlaces % 10);
-        fSignificant = fSignificant || chDigit != '0';
-        if (fSignificant) *--pch = chDigit;
+    char* const pchEnd = achText.data() + achText.size();
+    char* pch = pchEnd;
+    for (int iDigits = 0; ullPlaces != 0 || iDigits <= iDecimals; ++iDigits) {
+        if (iDigits == iDecimals && iDecimals > 0) *--pch = '.';
+        *--pch = static_cast<char>('0' + ullPlaces % 10);
         ullPlaces /= 10;
-        ++iDigits;
-    } while (ullPlaces != 0 || iDigits <= iDecimals);
+    }
     if (fNegative) *--pch = '-';
-    return CXString(pch, static_cast<int>(achText.data() + achText.size() - pch));
+    return DecimalText(std::string_view(pch, static_cast<std::size_t>(pchEnd - pch)), fTrimZeros);
 }
 
 /// The text of a value that the rounding rule cannot hold.
-CXString PlainText(double dblValue, int iDecimals) {
+CXString WideText(double dblValue, int iDecimals, bool fTrimZeros) {
     if (std::isnan(dblValue)) return CXString(VTEXT("nan"));
     std::array<char, 400> achText;  // the greatest double has 309 digits
     const auto result =
         std::to_chars(achText.data(), achText.data() + achText.size(), dblValue, std::chars_format::fixed, iDecimals);
-    return CXString(achText.data(), static_cast<int>(result.ptr - achText.data()));
+    return DecimalText(std::string_view(achText.data(), static_cast<std::size_t>(result.ptr - achText.data())),
+                       fTrimZeros);
 }
 
 }  // namespace
@@ -143,13 +147,13 @@ CXString Number::GetStringValue(int iDecimals, double dblThreshold, bool fTrimZe
     // Beyond this the rule's steps of 0.00001 overflow, and a double has hardly a fraction left.
     constexpr double RULE_BELOW = 9e13;
     constexpr double LIMIT = 18446744073709551616.0;  // 2^64
-    if (!(dblScaled < (fHexadecimal ? LIMIT : RULE_BELOW))) return PlainText(m_dblValue, iDecimals);
+    if (!(dblScaled < (fHexadecimal ? LIMIT : RULE_BELOW))) return WideText(m_dblValue, iDecimals, fTrimZeros);
     const ULONGLONG ullPlaces = dblScaled < RULE_BELOW
                                     ? static_cast<ULONGLONG>(vlm::RoundScaled(dblScaled, dblThreshold))
                                     : static_cast<ULONGLONG>(std::round(dblScaled));
     const bool fSign = fNegative && ullPlaces != 0;
     if (fHexadecimal) return CXString::FormatString(fSign ? VTEXT("-0x%llX") : VTEXT("0x%llX"), ullPlaces);
-    return DecimalText(fSign, ullPlaces, iDecimals, fTrimZeros);
+    return PlacesText(fSign, ullPlaces, iDecimals, fTrimZeros);
 }
 
 double Number::Round(double dblValue, int iDecimals, double dblThreshold) noexcept {
