@@ -78,6 +78,8 @@ public:
     ///         ExceptionUnhandledSyntax for a tag without a class, ExceptionMissingOrBadAttributeBytesFormat for a list
     ///         value without its signature or with too deep a nesting.  The cursor may then have moved.
     static AttributeBytesSharedPtr WalkBufferToCreateAttributeBytes(const BYTE*& rpbyCursor, DWORD& rdwRemaining);
+    /// The same for a cursor that points to writable bytes.
+    static AttributeBytesSharedPtr WalkBufferToCreateAttributeBytes(BYTE*& rpbyCursor, DWORD& rdwRemaining);
 
     /// Identifier and value in one line.
     CXString GetDumpDisplayString(bool fShowSpecified) const;

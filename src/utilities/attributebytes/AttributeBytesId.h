@@ -22,7 +22,7 @@ class VLM_API AttributeBytesId : public PooledObject {
 public:
     enum AttributeBytesIdEnum : std::int32_t {
         ABIDE_UNSPECIFIED = 1,  ///< stands for no class; not allowed on the wire
-#define VLM_ATTRIBUTE_ID(tag, enumerator, className) enumerator = tag,
+#define VLM_ATTRIBUTE_ID(tag, enumerator, className, fixedBytes, tail) enumerator = tag,
 #include "utilities/attributebytes/AttributeBytesIdList.inc"
     };
 
@@ -68,6 +68,9 @@ public:
     /// @throws ExceptionUnhandledSyntax for a tag without a class, ExceptionNotEnoughBytesForDesiredDataType when the
     ///         bytes end too early; the cursor may then have moved.
     static std::unique_ptr<AttributeBytesId> WalkBufferToGetTypeAndCreateIdentifier(const BYTE*& rpbyCursor,
+                                                                                    DWORD& rdwRemaining);
+    /// The same for a cursor that points to writable bytes.
+    static std::unique_ptr<AttributeBytesId> WalkBufferToGetTypeAndCreateIdentifier(BYTE*& rpbyCursor,
                                                                                     DWORD& rdwRemaining);
     /// The enumerator's name, as "ABIDE_FEATURE"; for any other number a text that says so.
     static CXString GetDebugDisplayString(AttributeBytesIdEnum abideType);

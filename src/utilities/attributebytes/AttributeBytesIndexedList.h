@@ -94,8 +94,8 @@ public:
     /// Replaces the records from a state.
     /// @throws ExceptionMissingOrBadAttributeBytesFormat when either signature is wrong; else as ImportFromRawList.
     void ImportAttributeBytesIndexedListState(const ByteBuffer& rbbState);
-    /// The same from `cbState` bytes.
-    void ImportAttributeBytesIndexedListState(const BYTE* pbyState, std::size_t cbState);
+    /// The same from `dwBytes` bytes.
+    void ImportAttributeBytesIndexedListState(const BYTE* pbyState, DWORD dwBytes);
 
     // Typed look-ups.  Each throws ExceptionFeatureNotFound when there is no record with the identifier, and
     // ExceptionAttributeValueTypeMismatch when its value is of another kind.  An unspecified value is answered like any
@@ -133,11 +133,10 @@ protected:
     void ReplaceAllAttributeBytes(const std::vector<AttributeBytesSharedPtr>& rvshpoRecords) override;
 
 private:
-    void AddOrThrow(AttributeBytesSharedPtr shpoRecord);
-    void Replace(AttributeBytesIndexedList&& rBuiltAside) noexcept;
+    void AddAttributeBytes(AttributeBytesSharedPtr&& rshpoAttributeBytes);
+    void ImportRecords(const BYTE* pbyCursor, DWORD dwRemaining, bool fNestingChecked);
     bool FindCurrent(const AttributeBytesIndexedListIterator& rIterator,
                      vlm::AttributeBytesOrderedSet::Position& rPosition) const noexcept;
-    const AttributeBytesIndexedListIterator& CheckedIterator(const AttributeBytesListIterator& rIterator) const;
 
     vlm::AttributeBytesOrderedSet m_oSet;
     ULONGLONG m_ullGeneration = 0;

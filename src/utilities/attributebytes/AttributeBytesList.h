@@ -66,4 +66,13 @@ protected:
     AttributeBytesList& operator=(const AttributeBytesList&) = default;
     /// Replaces all records, or throws and changes nothing.
     virtual void ReplaceAllAttributeBytes(const std::vector<AttributeBytesSharedPtr>& rvshpoRecords) = 0;
+    /// An iterator as one of the list's own kind; throws when it is of another.
+    template <class Own, class Iterator>
+    static Own& AsOwn(Iterator& rIterator) {
+        Own* const pOwn = dynamic_cast<Own*>(&rIterator);
+        if (!pOwn) ThrowWrongIterator();
+        return *pOwn;
+    }
+    [[noreturn]] static void ThrowWrongIterator();
+    [[noreturn]] static void ThrowInvalidIterator();
 };

@@ -5,6 +5,9 @@
 #include "utilities/attributebytes/AttributeBytesValue.h"
 
 class AttributeBytesRawList;
+namespace vlm {
+class RecordReader;
+}
 
 /// A list of records (tag 11).  Payload:
 ///
@@ -49,7 +52,10 @@ protected:
     CXString GetMembersDisplayString() const override;
 
 private:
-    friend class AttributeBytesValueReader;
+    friend class vlm::RecordReader;
+
+    /// Reads the payload of a list whose nesting is known to be within the bounds, or to be checked here.
+    void ReadPayload(const BYTE*& rpbyCursor, DWORD& rdwRemaining, bool fNestingChecked);
 
     std::unique_ptr<AttributeBytesRawList> m_apoRawList;
     BYTE m_byKindOfList = 0;

@@ -49,6 +49,9 @@ public:
     void Reserve(std::uint32_t cEntries);
     /// Inserts before an index; the caller has made room, so it cannot fail.
     void Insert(std::uint32_t uIndex, AttributeBytesEntry&& rEntry) noexcept;
+    void Replace(std::uint32_t uIndex, AttributeBytesSharedPtr shpoRecord) noexcept {
+        m_poEntries[uIndex].m_shpoRecord.swap(shpoRecord);
+    }
     void Erase(std::uint32_t uIndex) noexcept;
     /// Moves the entries from an index on into an empty leaf that has room for them.
     void MoveTailTo(std::uint32_t uIndex, AttributeBytesLeaf& rTarget) noexcept;
@@ -93,6 +96,10 @@ public:
     Position Find(const AttributeBytesId& rId) const noexcept;
     /// Adds a record (not null) unless there is one with an equal identifier.  @return false when there was.
     bool Insert(AttributeBytesSharedPtr shpoRecord);
+    /// Puts another record with an equal identifier in a record's place.
+    void Replace(Position oPosition, AttributeBytesSharedPtr shpoRecord) noexcept {
+        m_voLeaves[oPosition.m_cLeaf].Replace(oPosition.m_uEntry, std::move(shpoRecord));
+    }
     void Erase(Position oPosition) noexcept;
 
 private:

@@ -102,10 +102,9 @@ private:
 
     static constexpr unsigned UNKNOWN_DEPTH = ~0U;
 
-    const AttributeBytesRawListIterator& CheckedIterator(const AttributeBytesListIterator& rIterator) const;
     void AssignChecked(const BYTE* pbyRecords, std::size_t cbRecords, unsigned uDepth);
-    template <class Make>
-    auto ReadAt(AttributeBytesRawListIterator& rIterator, Make make) const;
+    template <class Read>
+    auto ReadAt(AttributeBytesRawListIterator& rIterator, Read read) const;
 
     ByteBuffer m_bbRecords;
     ULONGLONG m_ullGeneration = 0;

@@ -48,6 +48,8 @@ public:
     static void GetPaperSizesFromAttributeBytes(const AttributeBytes& rRecord, Dimension& rWidth, Dimension& rHeight);
     /// Expects a list value.  @return its records in list order.
     static std::vector<AttributeBytesSharedPtr> GetListOfValuesFromAttributeBytes(const AttributeBytes& rRecord);
+    /// Expects a list value whose records are options that name numbered features.  @return the numbers in list order.
+    static std::vector<LONG> GetListOfFeaturesFromAttributeBytes(const AttributeBytes& rRecord);
     /// Expects a list value.  @return the record at an index.
     static AttributeBytesSharedPtr GetListItemFromAttributeBytes(const AttributeBytes& rRecord, LONG lIndex);
 };

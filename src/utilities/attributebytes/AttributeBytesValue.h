@@ -21,7 +21,7 @@ class VLM_API AttributeBytesValue : public PooledObject {
 public:
     enum AttributeBytesValueEnum : std::int32_t {
         ABVTE_UNSPECIFIED = 1,  ///< stands for no class; not allowed on the wire
-#define VLM_ATTRIBUTE_VALUE(tag, enumerator, className) enumerator = tag,
+#define VLM_ATTRIBUTE_VALUE(tag, enumerator, className, fixedBytes, tail) enumerator = tag,
 #include "utilities/attributebytes/AttributeBytesValueList.inc"
     };
 
@@ -63,6 +63,9 @@ public:
     ///         bytes end too early, ExceptionMissingOrBadAttributeBytesFormat for a list that is none; the cursor may
     ///         then have moved.
     static std::unique_ptr<AttributeBytesValue> WalkBufferToGetTypeAndCreateValue(const BYTE*& rpbyCursor,
+                                                                                  DWORD& rdwRemaining);
+    /// The same for a cursor that points to writable bytes.
+    static std::unique_ptr<AttributeBytesValue> WalkBufferToGetTypeAndCreateValue(BYTE*& rpbyCursor,
                                                                                   DWORD& rdwRemaining);
     /// The enumerator's name, as "ABVTE_INTEGER"; for any other number a text that says so.
     static CXString GetDebugDisplayString(AttributeBytesValueEnum abvteValueType);

@@ -1,0 +1,105 @@
+/// @file
+/// Making objects from the bytes of records, and the two factories: everything that turns a tag into a class.
+#include "utilities/attributebytes/detail/RecordReader.h"
+
+#include "utilities/attributebytes/AttributeBytesCapabilityIds.h"
+#include "utilities/attributebytes/AttributeBytesDataValues.h"
+#include "utilities/attributebytes/AttributeBytesDateTimeValue.h"
+#include "utilities/attributebytes/AttributeBytesDimensionValues.h"
+#include "utilities/attributebytes/AttributeBytesIdFactory.h"
+#include "utilities/attributebytes/AttributeBytesListValue.h"
+#include "utilities/attributebytes/AttributeBytesNameIds.h"
+#include "utilities/attributebytes/AttributeBytesNumberIds.h"
+#include "utilities/attributebytes/AttributeBytesNumberValues.h"
+#include "utilities/attributebytes/AttributeBytesOptionValue.h"
+#include "utilities/attributebytes/AttributeBytesValueFactory.h"
+#include "utilities/debuggingandexceptions/RaiseMacros.h"
+
+namespace {
+
+[[noreturn]] void ThrowUnhandledId(AttributeBytesIdEnum abideType) {
+    VLM_THROW(ExceptionUnhandledSyntax, VTEXT("Unhandled AttributeBytesId type, %s (%ld/0x%lx)."),
+              AttributeBytesId::GetDebugDisplayString(abideType), static_cast<LONG>(abideType),
+              static_cast<LONG>(abideType));
+}
+
+[[noreturn]] void ThrowUnhandledValue(AttributeBytesValueEnum abvteValueType) {
+    VLM_THROW(ExceptionUnhandledSyntax, VTEXT("Unhandled AttributeBytesValue syntax, %s (%ld/0x%lx)."),
+              AttributeBytesValue::GetDebugDisplayString(abvteValueType), static_cast<LONG>(abvteValueType),
+              static_cast<LONG>(abvteValueType));
+}
+
+}  // namespace
+
+std::unique_ptr<AttributeBytesId> AttributeBytesIdFactory::CreateAttributeBytesId(AttributeBytesIdEnum abideType) {
+    VLM_ASSERT_IN(
+        DebugCategory::AttrBytes, AttributeBytesId::ABIDE_UNSPECIFIED != abideType,
+        VTEXT("The specified type, ABIDE_UNSPECIFIED, doesn't correspond to an AttributeBytesId-derived class!"));
+    switch (static_cast<std::int32_t>(abideType)) {
+        case AttributeBytesId::ABIDE_UNSPECIFIED:
+            return nullptr;
+#define VLM_ATTRIBUTE_ID(tag, enumerator, className, fixedBytes, tail) \
+    case tag:                                                          \
+        return std::make_unique<className>();
+#include "utilities/attributebytes/AttributeBytesIdList.inc"
+        default:
+            ThrowUnhandledId(abideType);
+    }
+}
+
+std::unique_ptr<AttributeBytesValue> AttributeBytesValueFactory::CreateAttributeBytesValue(
+    AttributeBytesValueEnum abvteValueType) {
+    VLM_ASSERT_IN(
+        DebugCategory::AttrBytes, AttributeBytesValue::ABVTE_UNSPECIFIED != abvteValueType,
+        VTEXT("The specified syntax, ABVTE_UNSPECIFIED, doesn't correspond to an AttributeBytesValue-derived class!"));
+    switch (static_cast<std::int32_t>(abvteValueType)) {
+        case AttributeBytesValue::ABVTE_UNSPECIFIED:
+            return nullptr;
+#define VLM_ATTRIBUTE_VALUE(tag, enumerator, className, fixedBytes, tail) \
+    case tag:                                                             \
+        return std::make_unique<className>();
+#include "utilities/attributebytes/AttributeBytesValueList.inc"
+        default:
+            ThrowUnhandledValue(abvteValueType);
+    }
+}
+
+namespace vlm {
+
+std::unique_ptr<AttributeBytesId> RecordReader::ReadIdentifier(const BYTE*& rpbyCursor, DWORD& rdwRemaining) {
+    const auto abideType =
+        static_cast<AttributeBytesIdEnum>(ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining));
+    std::unique_ptr<AttributeBytesId> apoId = AttributeBytesIdFactory::CreateAttributeBytesId(abideType);
+    if (!apoId) ThrowUnhandledId(abideType);
+    apoId->WalkBufferToSetIdentifier(rpbyCursor, rdwRemaining);
+    return apoId;
+}
+
+std::unique_ptr<AttributeBytesValue> RecordReader::ReadValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining,
+                                                             bool fNestingChecked) {
+    const auto abvteValueType =
+        static_cast<AttributeBytesValueEnum>(ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining));
+    std::unique_ptr<AttributeBytesValue> apoValue = AttributeBytesValueFactory::CreateAttributeBytesValue(abvteValueType);
+    if (!apoValue) ThrowUnhandledValue(abvteValueType);
+    apoValue->SetIsSpecified(ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining) == 0);
+    if (abvteValueType == AttributeBytesValue::ABVTE_LIST) {
+        static_cast<AttributeBytesListValue&>(*apoValue).ReadPayload(rpbyCursor, rdwRemaining, fNestingChecked);
+    } else {
+        apoValue->WalkBufferToSetValue(rpbyCursor, rdwRemaining);
+    }
+    return apoValue;
+}
+
+AttributeBytes RecordReader::ReadRecord(const BYTE*& rpbyCursor, DWORD& rdwRemaining, bool fNestingChecked) {
+    std::unique_ptr<AttributeBytesId> apoId = ReadIdentifier(rpbyCursor, rdwRemaining);
+    return AttributeBytes(std::move(apoId), ReadValue(rpbyCursor, rdwRemaining, fNestingChecked));
+}
+
+AttributeBytesSharedPtr RecordReader::ReadSharedRecord(const BYTE*& rpbyCursor, DWORD& rdwRemaining,
+                                                       bool fNestingChecked) {
+    std::unique_ptr<AttributeBytesId> apoId = ReadIdentifier(rpbyCursor, rdwRemaining);
+    return AttributeBytesSharedPtr(
+        std::make_unique<AttributeBytes>(std::move(apoId), ReadValue(rpbyCursor, rdwRemaining, fNestingChecked)));
+}
+
+}  // namespace vlm
