@@ -45,8 +45,8 @@ public:
     ByteBuffer GetPersistentAttributesState() const;
     /// Takes a block over, after every check has passed.
     /// @param rVersion the version in the name-space state; set only when the block was taken over.
-    /// @param fTrustedSource true: the compressed data is not decompressed once more for a check of its own before it is
-    ///        taken over.  Sizes, bounds and signatures are checked all the same.
+    /// @param fTrustedSource true: whoever stored the block vouches for it, and it is reported so.  It is decompressed
+    ///        once in either case, and sizes, bounds and signatures are checked all the same.
     /// @param fDumpStateData true: also writes a breakdown of the block as debug messages, taken over or not.
     /// @return false when the header is unknown; the block is then ignored.
     /// @throws ExceptionMissingOrBadPersistentAttributesFormat for fewer than 16 bytes or a size that does not match;
@@ -100,6 +100,9 @@ public:
 
 private:
     void DoDefaultConstruction();
+    static ByteBuffer BuildStateData(const AttributeBytesNameSpaces& rNameSpaces);
+    static void RequireHeader(const ByteBuffer& rbbStateData);
+    static HeaderStructure ReadHeader(const ByteBuffer& rbbStateData);
 
     ByteBuffer m_bbStateData;
     AttributeBytesNameSpaces m_oNameSpaces;
