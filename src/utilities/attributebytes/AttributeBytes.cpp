@@ -25,7 +25,9 @@ AttributeBytes::AttributeBytes(const AttributeBytesId& rId, const AttributeBytes
 AttributeBytes::AttributeBytes(std::unique_ptr<AttributeBytesId> apoId, const AttributeBytesValue& rValue)
     : AttributeBytes(std::move(apoId), rValue.Clone()) {}
 
-AttributeBytes::AttributeBytes(const ByteBuffer& rbbState) { ImportAttributeBytesState(rbbState); }
+AttributeBytes::AttributeBytes(const ByteBuffer& rbbState) {
+    ImportAttributeBytesState(rbbState);
+}
 
 AttributeBytes::AttributeBytes(const AttributeBytes& rOther) : AttributeBytes(*rOther.m_apoId, *rOther.m_apoValue) {}
 
@@ -46,13 +48,17 @@ void AttributeBytes::SetAttributeBytesId(std::unique_ptr<AttributeBytesId> apoId
     VLM_ASSERT_IN(DebugCategory::AttrBytes, apoId != nullptr);
     if (apoId) m_apoId = std::move(apoId);
 }
-void AttributeBytes::SetAttributeBytesId(const AttributeBytesId& rId) { m_apoId = rId.Clone(); }
+void AttributeBytes::SetAttributeBytesId(const AttributeBytesId& rId) {
+    m_apoId = rId.Clone();
+}
 
 void AttributeBytes::SetAttributeBytesValue(std::unique_ptr<AttributeBytesValue> apoValue) {
     VLM_ASSERT_IN(DebugCategory::AttrBytes, apoValue != nullptr);
     if (apoValue) m_apoValue = std::move(apoValue);
 }
-void AttributeBytes::SetAttributeBytesValue(const AttributeBytesValue& rValue) { m_apoValue = rValue.Clone(); }
+void AttributeBytes::SetAttributeBytesValue(const AttributeBytesValue& rValue) {
+    m_apoValue = rValue.Clone();
+}
 
 std::size_t AttributeBytes::GetAttributeBytesStateSize() const noexcept {
     return 3 + m_apoId->GetIdentifierStateSize() + m_apoValue->GetValueStateSize();

@@ -5,7 +5,9 @@
 #include "utilities/attributebytes/detail/StoreBytes.h"
 
 AttributeBytesCapabilityId::~AttributeBytesCapabilityId() = default;
-AttributeBytesIdEnum AttributeBytesCapabilityId::GetAttributeBytesIdType() const noexcept { return ABIDE_CAPABILITY; }
+AttributeBytesIdEnum AttributeBytesCapabilityId::GetAttributeBytesIdType() const noexcept {
+    return ABIDE_CAPABILITY;
+}
 std::unique_ptr<AttributeBytesId> AttributeBytesCapabilityId::Clone() const {
     return std::make_unique<AttributeBytesCapabilityId>(*this);
 }
@@ -23,7 +25,9 @@ void AttributeBytesCapabilityId::WalkBufferToSetIdentifier(const BYTE*& rpbyCurs
     m_lFeatureId = ByteBuffer::WalkBufferToGetLong(rpbyCursor, rdwRemaining);
 }
 
-DWORD AttributeBytesCapabilityId::GetIdentifierStateSize() const noexcept { return 6; }
+DWORD AttributeBytesCapabilityId::GetIdentifierStateSize() const noexcept {
+    return 6;
+}
 
 BYTE* AttributeBytesCapabilityId::StoreIdentifierState(BYTE* pbyOut) const {
     return vlm::StoreLong(vlm::StoreShort(pbyOut, m_nCapabilityType), m_lFeatureId);

@@ -9,15 +9,21 @@
 // ---- text ----
 
 AttributeBytesStringValue::~AttributeBytesStringValue() = default;
-AttributeBytesValueEnum AttributeBytesStringValue::GetAttributeBytesValueType() const noexcept { return ABVTE_STRING; }
+AttributeBytesValueEnum AttributeBytesStringValue::GetAttributeBytesValueType() const noexcept {
+    return ABVTE_STRING;
+}
 std::unique_ptr<AttributeBytesValue> AttributeBytesStringValue::Clone() const {
     return std::make_unique<AttributeBytesStringValue>(*this);
 }
 void AttributeBytesStringValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining) {
     m_csValue = ByteBuffer::WalkBufferToGetCountedString(rpbyCursor, rdwRemaining);
 }
-std::size_t AttributeBytesStringValue::GetValueStateSize() const noexcept { return vlm::GetRecordTextSize(m_csValue); }
-BYTE* AttributeBytesStringValue::StoreValueState(BYTE* pbyOut) const { return vlm::StoreRecordText(pbyOut, m_csValue); }
+std::size_t AttributeBytesStringValue::GetValueStateSize() const noexcept {
+    return vlm::GetRecordTextSize(m_csValue);
+}
+BYTE* AttributeBytesStringValue::StoreValueState(BYTE* pbyOut) const {
+    return vlm::StoreRecordText(pbyOut, m_csValue);
+}
 std::strong_ordering AttributeBytesStringValue::CompareMembers(const AttributeBytesValue& rSameType) const noexcept {
     return vlm::CompareTexts(m_csValue, static_cast<const AttributeBytesStringValue&>(rSameType).m_csValue);
 }
@@ -37,7 +43,9 @@ std::unique_ptr<AttributeBytesValue> AttributeBytesDataBlobValue::Clone() const 
 void AttributeBytesDataBlobValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining) {
     ByteBuffer::WalkBufferToGetCountedBytes(rpbyCursor, rdwRemaining, m_bbValue);
 }
-std::size_t AttributeBytesDataBlobValue::GetValueStateSize() const noexcept { return 4 + m_bbValue.size(); }
+std::size_t AttributeBytesDataBlobValue::GetValueStateSize() const noexcept {
+    return 4 + m_bbValue.size();
+}
 BYTE* AttributeBytesDataBlobValue::StoreValueState(BYTE* pbyOut) const {
     return vlm::StoreBytes(vlm::StoreDword(pbyOut, m_bbValue.GetLength()), m_bbValue.data(), m_bbValue.size());
 }

@@ -14,7 +14,9 @@ std::unique_ptr<AttributeBytesValue> AttributeBytesDateTimeValue::Clone() const 
 void AttributeBytesDateTimeValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining) {
     m_oValue.SetSeconds(ByteBuffer::WalkBufferToGetTime64(rpbyCursor, rdwRemaining));
 }
-std::size_t AttributeBytesDateTimeValue::GetValueStateSize() const noexcept { return 8; }
+std::size_t AttributeBytesDateTimeValue::GetValueStateSize() const noexcept {
+    return 8;
+}
 BYTE* AttributeBytesDateTimeValue::StoreValueState(BYTE* pbyOut) const {
     return vlm::StoreLong64(pbyOut, m_oValue.GetSeconds());
 }

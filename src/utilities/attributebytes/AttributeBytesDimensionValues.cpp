@@ -41,11 +41,15 @@ std::unique_ptr<AttributeBytesValue> AttributeBytesDimensionValue::Clone() const
 void AttributeBytesDimensionValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining) {
     m_oValue = ReadThousandths(rpbyCursor, rdwRemaining);
 }
-std::size_t AttributeBytesDimensionValue::GetValueStateSize() const noexcept { return 4; }
+std::size_t AttributeBytesDimensionValue::GetValueStateSize() const noexcept {
+    return 4;
+}
 BYTE* AttributeBytesDimensionValue::StoreValueState(BYTE* pbyOut) const {
     return vlm::StoreLong(pbyOut, ToThousandths(m_oValue));
 }
-LONG AttributeBytesDimensionValue::GetThousandthsOfMillimetre() const noexcept { return ToThousandths(m_oValue); }
+LONG AttributeBytesDimensionValue::GetThousandthsOfMillimetre() const noexcept {
+    return ToThousandths(m_oValue);
+}
 std::strong_ordering AttributeBytesDimensionValue::CompareMembers(const AttributeBytesValue& rSameType) const noexcept {
     return ToThousandths(m_oValue) <=>
            ToThousandths(static_cast<const AttributeBytesDimensionValue&>(rSameType).m_oValue);
@@ -70,7 +74,9 @@ void AttributeBytesRangeOfDimensionValue::WalkBufferToSetValue(const BYTE*& rpby
     m_oLow = ReadThousandths(rpbyCursor, rdwRemaining);
     m_oHigh = ReadThousandths(rpbyCursor, rdwRemaining);
 }
-std::size_t AttributeBytesRangeOfDimensionValue::GetValueStateSize() const noexcept { return 8; }
+std::size_t AttributeBytesRangeOfDimensionValue::GetValueStateSize() const noexcept {
+    return 8;
+}
 BYTE* AttributeBytesRangeOfDimensionValue::StoreValueState(BYTE* pbyOut) const {
     return vlm::StoreLong(vlm::StoreLong(pbyOut, ToThousandths(m_oLow)), ToThousandths(m_oHigh));
 }

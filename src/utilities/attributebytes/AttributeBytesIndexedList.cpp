@@ -37,8 +37,12 @@ AttributeBytesIndexedList& AttributeBytesIndexedList::operator=(AttributeBytesIn
 }
 AttributeBytesIndexedList::~AttributeBytesIndexedList() = default;
 
-bool AttributeBytesIndexedList::IsEmpty() const noexcept { return m_oSet.size() == 0; }
-bool AttributeBytesIndexedList::LengthIsExactlyOne() const noexcept { return m_oSet.size() == 1; }
+bool AttributeBytesIndexedList::IsEmpty() const noexcept {
+    return m_oSet.size() == 0;
+}
+bool AttributeBytesIndexedList::LengthIsExactlyOne() const noexcept {
+    return m_oSet.size() == 1;
+}
 DWORD AttributeBytesIndexedList::GetNumberOfAttributeBytes() const noexcept {
     return static_cast<DWORD>(m_oSet.size());
 }
@@ -118,19 +122,18 @@ const AttributeBytes& AttributeBytesIndexedList::GetAttributeBytesRef(const Attr
 // ---- changes ----
 
 void AttributeBytesIndexedList::AddAttributeBytes(AttributeBytesSharedPtr&& rshpoAttributeBytes) {
-    const AttributeBytes& rRecord = *rshpoAttributeBytes;
-    const AttributeBytesSharedPtr shpoKept(rshpoAttributeBytes);
-    if (!m_oSet.Insert(std::move(rshpoAttributeBytes))) {
+    VLM_ASSERT_IN(DebugCategory::AttrBytes, rshpoAttributeBytes != nullptr);
+    if (!rshpoAttributeBytes) return;
+    if (!m_oSet.Insert(std::move(rshpoAttributeBytes))) {  // not moved from when it answers false
         VLM_THROW(ExceptionDuplicateAttributeId,
                   VTEXT("An entry already exists in the list for=%s! Insertion failed!\r\n"),
-                  rRecord.GetAttributeBytesId().GetDumpDisplayString(true));
+                  rshpoAttributeBytes->GetAttributeBytesId().GetDumpDisplayString(true));
     }
     ++m_ullGeneration;
 }
 
 void AttributeBytesIndexedList::AddAttributeBytes(const AttributeBytesSharedPtr& rshpoAttributeBytes) {
-    VLM_ASSERT_IN(DebugCategory::AttrBytes, rshpoAttributeBytes != nullptr);
-    if (rshpoAttributeBytes) AddAttributeBytes(AttributeBytesSharedPtr(rshpoAttributeBytes));
+    AddAttributeBytes(AttributeBytesSharedPtr(rshpoAttributeBytes));
 }
 
 void AttributeBytesIndexedList::AddAttributeBytes(const AttributeBytes& rAttributeBytes) {
@@ -162,15 +165,15 @@ void AttributeBytesIndexedList::DeleteAllAttributeBytes() noexcept {
 
 void AttributeBytesIndexedList::ReplaceAllAttributeBytes(const std::vector<AttributeBytesSharedPtr>& rvshpoRecords) {
     AttributeBytesIndexedList oBuiltAside;
-    for (const AttributeBytesSharedPtr& rshpoRecord : rvshpoRecords) oBuiltAside.AddAttributeBytes(rshpoRecord);
+    for (const AttributeBytesSharedPtr& rshpoRecord : rvshpoRecords)
+        oBuiltAside.AddAttributeBytes(rshpoRecord);
     *this = std::move(oBuiltAside);
 }
 
 void AttributeBytesIndexedList::ImportRecords(const BYTE* pbyCursor, DWORD dwRemaining, bool fNestingChecked) {
     AttributeBytesIndexedList oBuiltAside;
     while (dwRemaining != 0) {
-        oBuiltAside.AddAttributeBytes(
-            vlm::RecordReader::ReadSharedRecord(pbyCursor, dwRemaining, fNestingChecked));
+        oBuiltAside.AddAttributeBytes(vlm::RecordReader::ReadSharedRecord(pbyCursor, dwRemaining, fNestingChecked));
     }
     *this = std::move(oBuiltAside);
 }
@@ -183,13 +186,15 @@ void AttributeBytesIndexedList::ImportFromRawList(const AttributeBytesRawList& r
 
 std::size_t AttributeBytesIndexedList::GetAttributeBytesIndexedListStateSize() const noexcept {
     std::size_t cbState = 4 + AttributeBytesRawList::SIGNATURE_BYTES;
-    for (const AttributeBytesSharedPtr& rshpoRecord : *this) cbState += rshpoRecord->GetAttributeBytesStateSize();
+    for (const AttributeBytesSharedPtr& rshpoRecord : *this)
+        cbState += rshpoRecord->GetAttributeBytesStateSize();
     return cbState;
 }
 
 BYTE* AttributeBytesIndexedList::StoreAttributeBytesIndexedListState(BYTE* pbyOut) const {
     pbyOut = vlm::StoreDword(vlm::StoreDword(pbyOut, SIGNATURE), AttributeBytesRawList::SIGNATURE);
-    for (const AttributeBytesSharedPtr& rshpoRecord : *this) pbyOut = rshpoRecord->StoreAttributeBytesState(pbyOut);
+    for (const AttributeBytesSharedPtr& rshpoRecord : *this)
+        pbyOut = rshpoRecord->StoreAttributeBytesState(pbyOut);
     return pbyOut;
 }
 

@@ -65,6 +65,7 @@ public:
     /// Adds the record itself, shared with the caller.
     /// @throws ExceptionDuplicateAttributeId when there is a record with an equal identifier.
     void AddAttributeBytes(const AttributeBytesSharedPtr& rshpoAttributeBytes) override;
+    void AddAttributeBytes(AttributeBytesSharedPtr&& rshpoAttributeBytes);
     void AddAttributeBytes(const AttributeBytes& rAttributeBytes) override;
     void DeleteAllAttributeBytes() noexcept override;
     AttributeBytesSharedPtr GetNextAttributeBytesSharedPtr(AttributeBytesListIterator& rIterator) const override;
@@ -133,7 +134,6 @@ protected:
     void ReplaceAllAttributeBytes(const std::vector<AttributeBytesSharedPtr>& rvshpoRecords) override;
 
 private:
-    void AddAttributeBytes(AttributeBytesSharedPtr&& rshpoAttributeBytes);
     void ImportRecords(const BYTE* pbyCursor, DWORD dwRemaining, bool fNestingChecked);
     bool FindCurrent(const AttributeBytesIndexedListIterator& rIterator,
                      vlm::AttributeBytesOrderedSet::Position& rPosition) const noexcept;
@@ -166,7 +166,8 @@ public:
 
 private:
     friend class AttributeBytesIndexedList;
-    const_iterator(const vlm::AttributeBytesOrderedSet* pSet, vlm::AttributeBytesOrderedSet::Position oPosition) noexcept
+    const_iterator(const vlm::AttributeBytesOrderedSet* pSet,
+                   vlm::AttributeBytesOrderedSet::Position oPosition) noexcept
         : m_pSet(pSet), m_oPosition(oPosition) {}
 
     const vlm::AttributeBytesOrderedSet* m_pSet = nullptr;

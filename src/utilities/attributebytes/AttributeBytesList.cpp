@@ -10,7 +10,8 @@ AttributeBytesList::~AttributeBytesList() = default;
 
 void AttributeBytesList::Dump() const {
 #ifndef NDEBUG
-    for (const AttributeBytesSharedPtr& rshpoRecord : GetAllAttributeBytes()) rshpoRecord->Dump();
+    for (const AttributeBytesSharedPtr& rshpoRecord : GetAllAttributeBytes())
+        rshpoRecord->Dump();
 #endif
 }
 
@@ -18,7 +19,8 @@ std::vector<AttributeBytesSharedPtr> AttributeBytesList::GetAllAttributeBytes() 
     return vlm::TranslateOutOfMemory([this] {
         std::vector<AttributeBytesSharedPtr> vshpoRecords;
         const std::unique_ptr<AttributeBytesListIterator> apoIterator = GetIterator();
-        while (IsValid(*apoIterator)) vshpoRecords.push_back(GetNextAttributeBytesSharedPtr(*apoIterator));
+        while (IsValid(*apoIterator))
+            vshpoRecords.push_back(GetNextAttributeBytesSharedPtr(*apoIterator));
         return vshpoRecords;
     });
 }
@@ -30,13 +32,15 @@ void AttributeBytesList::ImportFromOtherList(const AttributeBytesList& rOther) {
 AttributeBytesSharedPtr AttributeBytesList::GetAttributeBytesByIndex(LONG lIndex) const {
     LONG lCount = 0;
     const std::unique_ptr<AttributeBytesListIterator> apoCounter = GetIterator();
-    for (; IsValid(*apoCounter); ++lCount) GetNextAttributeBytesSharedPtr(*apoCounter);
+    for (; IsValid(*apoCounter); ++lCount)
+        GetNextAttributeBytesSharedPtr(*apoCounter);
     if (lIndex < 0 || lIndex >= lCount) {
         VLM_THROW(ExceptionIndexOutOfBounds, VTEXT("Invalid index (%ld) supplied! There are only %ld items."), lIndex,
                   lCount);
     }
     const std::unique_ptr<AttributeBytesListIterator> apoWalker = GetIterator();
-    for (LONG lAt = 0; lAt < lIndex && IsValid(*apoWalker); ++lAt) GetNextAttributeBytesSharedPtr(*apoWalker);
+    for (LONG lAt = 0; lAt < lIndex && IsValid(*apoWalker); ++lAt)
+        GetNextAttributeBytesSharedPtr(*apoWalker);
     if (!IsValid(*apoWalker)) {
         VLM_THROW(ExceptionIndexOutOfBounds,
                   VTEXT("Somehow the iterator that resulted from walking the list by the specified number of elements ")

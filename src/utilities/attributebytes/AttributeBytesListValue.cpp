@@ -31,8 +31,12 @@ AttributeBytesListValue& AttributeBytesListValue::operator=(const AttributeBytes
 }
 AttributeBytesListValue::~AttributeBytesListValue() = default;
 
-bool AttributeBytesListValue::IsList() const noexcept { return true; }
-AttributeBytesValueEnum AttributeBytesListValue::GetAttributeBytesValueType() const noexcept { return ABVTE_LIST; }
+bool AttributeBytesListValue::IsList() const noexcept {
+    return true;
+}
+AttributeBytesValueEnum AttributeBytesListValue::GetAttributeBytesValueType() const noexcept {
+    return ABVTE_LIST;
+}
 std::unique_ptr<AttributeBytesValue> AttributeBytesListValue::Clone() const {
     return std::make_unique<AttributeBytesListValue>(*this);
 }
@@ -48,9 +52,9 @@ void AttributeBytesListValue::ReadPayload(const BYTE*& rpbyCursor, DWORD& rdwRem
     const BYTE* pbyRecords = rpbyCursor;
     DWORD dwRecords = dwState;
     vlm::WalkBufferToCheckSignature(pbyRecords, dwRecords, AttributeBytesRawList::SIGNATURE);
-    const unsigned uDepth =
-        fNestingChecked ? AttributeBytesRawList::UNKNOWN_DEPTH
-                        : vlm::MeasureListNesting(pbyRecords, dwRecords, vlm::bounds::MAX_LIST_NESTING - 1);
+    const unsigned uDepth = fNestingChecked
+                                ? AttributeBytesRawList::UNKNOWN_DEPTH
+                                : vlm::MeasureListNesting(pbyRecords, dwRecords, vlm::bounds::MAX_LIST_NESTING - 1);
     m_apoRawList->AssignChecked(pbyRecords, dwRecords, uDepth);
     m_byKindOfList = byKindOfList;
     rpbyCursor += dwState;

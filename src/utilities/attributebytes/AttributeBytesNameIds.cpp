@@ -20,7 +20,9 @@ DWORD AttributeBytesNameId::GetIdentifierStateSize() const noexcept {
     return static_cast<DWORD>(vlm::GetRecordTextSize(m_csName));
 }
 
-BYTE* AttributeBytesNameId::StoreIdentifierState(BYTE* pbyOut) const { return vlm::StoreRecordText(pbyOut, m_csName); }
+BYTE* AttributeBytesNameId::StoreIdentifierState(BYTE* pbyOut) const {
+    return vlm::StoreRecordText(pbyOut, m_csName);
+}
 
 ULONGLONG AttributeBytesNameId::GetOrderKey() const noexcept {
     return vlm::MakeNameKey(GetAttributeBytesIdType(), m_csName);
@@ -31,13 +33,17 @@ std::strong_ordering AttributeBytesNameId::CompareBeyondKey(const AttributeBytes
 }
 
 AttributeBytesNewFeatureId::~AttributeBytesNewFeatureId() = default;
-AttributeBytesIdEnum AttributeBytesNewFeatureId::GetAttributeBytesIdType() const noexcept { return ABIDE_NEWFEATURE; }
+AttributeBytesIdEnum AttributeBytesNewFeatureId::GetAttributeBytesIdType() const noexcept {
+    return ABIDE_NEWFEATURE;
+}
 std::unique_ptr<AttributeBytesId> AttributeBytesNewFeatureId::Clone() const {
     return std::make_unique<AttributeBytesNewFeatureId>(*this);
 }
 
 AttributeBytesNewValueId::~AttributeBytesNewValueId() = default;
-AttributeBytesIdEnum AttributeBytesNewValueId::GetAttributeBytesIdType() const noexcept { return ABIDE_NEWVALUE; }
+AttributeBytesIdEnum AttributeBytesNewValueId::GetAttributeBytesIdType() const noexcept {
+    return ABIDE_NEWVALUE;
+}
 std::unique_ptr<AttributeBytesId> AttributeBytesNewValueId::Clone() const {
     return std::make_unique<AttributeBytesNewValueId>(*this);
 }

@@ -41,8 +41,7 @@ public:
 /// A named value (tag 5).
 class VLM_API AttributeBytesNewValueId : public AttributeBytesNameId {
 public:
-    explicit AttributeBytesNewValueId(const CXString& kcsValueName = CXString())
-        : AttributeBytesNameId(kcsValueName) {}
+    explicit AttributeBytesNewValueId(const CXString& kcsValueName = CXString()) : AttributeBytesNameId(kcsValueName) {}
     ~AttributeBytesNewValueId() override;
     AttributeBytesIdEnum GetAttributeBytesIdType() const noexcept override;
     std::unique_ptr<AttributeBytesId> Clone() const override;

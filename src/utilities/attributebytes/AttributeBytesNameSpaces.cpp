@@ -28,7 +28,9 @@ DWORD AttributeBytesNameSpaces::GetNumberOfNameSpaces() const noexcept {
     return m_oNameSpacesIndexedList.GetNumberOfAttributeBytes();
 }
 
-bool AttributeBytesNameSpaces::IsEmpty() const noexcept { return m_oNameSpacesIndexedList.IsEmpty(); }
+bool AttributeBytesNameSpaces::IsEmpty() const noexcept {
+    return m_oNameSpacesIndexedList.IsEmpty();
+}
 
 LONG AttributeBytesNameSpaces::GetNameSpaceByIndex(LONG lIndex) const {
     const AttributeBytesSharedPtr shpoRecord = m_oNameSpacesIndexedList.GetAttributeBytesByIndex(lIndex);
@@ -69,8 +71,7 @@ ByteBuffer AttributeBytesNameSpaces::GetAttributeBytesNameSpacesState() const {
 
 ByteBuffer AttributeBytesNameSpaces::GetAttributeBytesNameSpacesState(const DriverVersion& rVersion) const {
     const ByteBuffer bbVersion = rVersion.GetDriverVersionState();
-    const std::size_t cbState =
-        4 + bbVersion.size() + m_oNameSpacesIndexedList.GetAttributeBytesIndexedListStateSize();
+    const std::size_t cbState = 4 + bbVersion.size() + m_oNameSpacesIndexedList.GetAttributeBytesIndexedListStateSize();
     return vlm::MakeState(cbState, [&](BYTE* pbyOut) {
         pbyOut = vlm::StoreBytes(vlm::StoreDword(pbyOut, SIGNATURE), bbVersion.data(), bbVersion.size());
         m_oNameSpacesIndexedList.StoreAttributeBytesIndexedListState(pbyOut);

@@ -7,32 +7,40 @@
 AttributeBytesNumberId::~AttributeBytesNumberId() = default;
 
 CXString AttributeBytesNumberId::GetDumpDisplayString(bool fShowType) const {
-    return vlm::WithTypeName(CXString::FormatString(VTEXT("%s: Value=%ld (0x%lx)"),
-                                                    GetDebugDisplayString(GetAttributeBytesIdType()), m_lNumber,
-                                                    m_lNumber),
-                             fShowType);
+    return vlm::WithTypeName(
+        CXString::FormatString(VTEXT("%s: Value=%ld (0x%lx)"), GetDebugDisplayString(GetAttributeBytesIdType()),
+                               m_lNumber, m_lNumber),
+        fShowType);
 }
 
 void AttributeBytesNumberId::WalkBufferToSetIdentifier(const BYTE*& rpbyCursor, DWORD& rdwRemaining) {
     m_lNumber = ByteBuffer::WalkBufferToGetLong(rpbyCursor, rdwRemaining);
 }
 
-DWORD AttributeBytesNumberId::GetIdentifierStateSize() const noexcept { return 4; }
+DWORD AttributeBytesNumberId::GetIdentifierStateSize() const noexcept {
+    return 4;
+}
 
-BYTE* AttributeBytesNumberId::StoreIdentifierState(BYTE* pbyOut) const { return vlm::StoreLong(pbyOut, m_lNumber); }
+BYTE* AttributeBytesNumberId::StoreIdentifierState(BYTE* pbyOut) const {
+    return vlm::StoreLong(pbyOut, m_lNumber);
+}
 
 ULONGLONG AttributeBytesNumberId::GetOrderKey() const noexcept {
     return vlm::MakeNumberKey(GetAttributeBytesIdType(), m_lNumber);
 }
 
 AttributeBytesFeatureId::~AttributeBytesFeatureId() = default;
-AttributeBytesIdEnum AttributeBytesFeatureId::GetAttributeBytesIdType() const noexcept { return ABIDE_FEATURE; }
+AttributeBytesIdEnum AttributeBytesFeatureId::GetAttributeBytesIdType() const noexcept {
+    return ABIDE_FEATURE;
+}
 std::unique_ptr<AttributeBytesId> AttributeBytesFeatureId::Clone() const {
     return std::make_unique<AttributeBytesFeatureId>(*this);
 }
 
 AttributeBytesValueId::~AttributeBytesValueId() = default;
-AttributeBytesIdEnum AttributeBytesValueId::GetAttributeBytesIdType() const noexcept { return ABIDE_VALUE; }
+AttributeBytesIdEnum AttributeBytesValueId::GetAttributeBytesIdType() const noexcept {
+    return ABIDE_VALUE;
+}
 std::unique_ptr<AttributeBytesId> AttributeBytesValueId::Clone() const {
     return std::make_unique<AttributeBytesValueId>(*this);
 }
@@ -51,7 +59,9 @@ CXString AttributeBytesListOfValuesItemId::GetDumpDisplayString(bool fShowType) 
 }
 
 AttributeBytesNameSpacesId::~AttributeBytesNameSpacesId() = default;
-AttributeBytesIdEnum AttributeBytesNameSpacesId::GetAttributeBytesIdType() const noexcept { return ABIDE_NAMESPACE; }
+AttributeBytesIdEnum AttributeBytesNameSpacesId::GetAttributeBytesIdType() const noexcept {
+    return ABIDE_NAMESPACE;
+}
 std::unique_ptr<AttributeBytesId> AttributeBytesNameSpacesId::Clone() const {
     return std::make_unique<AttributeBytesNameSpacesId>(*this);
 }

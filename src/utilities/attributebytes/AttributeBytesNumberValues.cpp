@@ -18,8 +18,12 @@ std::unique_ptr<AttributeBytesValue> AttributeBytesIntegerValue::Clone() const {
 void AttributeBytesIntegerValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining) {
     m_lValue = ByteBuffer::WalkBufferToGetLong(rpbyCursor, rdwRemaining);
 }
-std::size_t AttributeBytesIntegerValue::GetValueStateSize() const noexcept { return 4; }
-BYTE* AttributeBytesIntegerValue::StoreValueState(BYTE* pbyOut) const { return vlm::StoreLong(pbyOut, m_lValue); }
+std::size_t AttributeBytesIntegerValue::GetValueStateSize() const noexcept {
+    return 4;
+}
+BYTE* AttributeBytesIntegerValue::StoreValueState(BYTE* pbyOut) const {
+    return vlm::StoreLong(pbyOut, m_lValue);
+}
 std::strong_ordering AttributeBytesIntegerValue::CompareMembers(const AttributeBytesValue& rSameType) const noexcept {
     return m_lValue <=> static_cast<const AttributeBytesIntegerValue&>(rSameType).m_lValue;
 }
@@ -40,7 +44,9 @@ std::unique_ptr<AttributeBytesValue> AttributeBytesBooleanValue::Clone() const {
 void AttributeBytesBooleanValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining) {
     m_bValue = ByteBuffer::WalkBufferToGetBool(rpbyCursor, rdwRemaining);
 }
-std::size_t AttributeBytesBooleanValue::GetValueStateSize() const noexcept { return 1; }
+std::size_t AttributeBytesBooleanValue::GetValueStateSize() const noexcept {
+    return 1;
+}
 BYTE* AttributeBytesBooleanValue::StoreValueState(BYTE* pbyOut) const {
     return vlm::StoreByte(pbyOut, m_bValue ? 1 : 0);
 }
@@ -55,7 +61,9 @@ CXString AttributeBytesBooleanValue::GetMembersDisplayString() const {
 // ---- range ----
 
 AttributeBytesRangeValue::~AttributeBytesRangeValue() = default;
-AttributeBytesValueEnum AttributeBytesRangeValue::GetAttributeBytesValueType() const noexcept { return ABVTE_RANGE; }
+AttributeBytesValueEnum AttributeBytesRangeValue::GetAttributeBytesValueType() const noexcept {
+    return ABVTE_RANGE;
+}
 std::unique_ptr<AttributeBytesValue> AttributeBytesRangeValue::Clone() const {
     return std::make_unique<AttributeBytesRangeValue>(*this);
 }
@@ -63,7 +71,9 @@ void AttributeBytesRangeValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, DWO
     m_lLow = ByteBuffer::WalkBufferToGetLong(rpbyCursor, rdwRemaining);
     m_lHigh = ByteBuffer::WalkBufferToGetLong(rpbyCursor, rdwRemaining);
 }
-std::size_t AttributeBytesRangeValue::GetValueStateSize() const noexcept { return 8; }
+std::size_t AttributeBytesRangeValue::GetValueStateSize() const noexcept {
+    return 8;
+}
 BYTE* AttributeBytesRangeValue::StoreValueState(BYTE* pbyOut) const {
     return vlm::StoreLong(vlm::StoreLong(pbyOut, m_lLow), m_lHigh);
 }
@@ -90,15 +100,16 @@ void AttributeBytesResolutionValue::WalkBufferToSetValue(const BYTE*& rpbyCursor
     m_lCrossFeed = ByteBuffer::WalkBufferToGetLong(rpbyCursor, rdwRemaining);
     m_nUnits = ByteBuffer::WalkBufferToGetShort(rpbyCursor, rdwRemaining);
 }
-std::size_t AttributeBytesResolutionValue::GetValueStateSize() const noexcept { return 10; }
+std::size_t AttributeBytesResolutionValue::GetValueStateSize() const noexcept {
+    return 10;
+}
 BYTE* AttributeBytesResolutionValue::StoreValueState(BYTE* pbyOut) const {
     return vlm::StoreShort(vlm::StoreLong(vlm::StoreLong(pbyOut, m_lFeed), m_lCrossFeed), m_nUnits);
 }
 std::strong_ordering AttributeBytesResolutionValue::CompareMembers(
     const AttributeBytesValue& rSameType) const noexcept {
     const auto& rOther = static_cast<const AttributeBytesResolutionValue&>(rSameType);
-    return std::tie(m_lCrossFeed, m_lFeed, m_nUnits) <=>
-           std::tie(rOther.m_lCrossFeed, rOther.m_lFeed, rOther.m_nUnits);
+    return std::tie(m_lCrossFeed, m_lFeed, m_nUnits) <=> std::tie(rOther.m_lCrossFeed, rOther.m_lFeed, rOther.m_nUnits);
 }
 CXString AttributeBytesResolutionValue::GetMembersDisplayString() const {
     return CXString::FormatString(VTEXT("%s: Cross-Feed Value=%ld, Feed Value=%ld, Units Value=%ld"),

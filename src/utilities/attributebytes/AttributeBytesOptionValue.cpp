@@ -28,7 +28,9 @@ AttributeBytesOptionValue& AttributeBytesOptionValue::operator=(const AttributeB
 }
 AttributeBytesOptionValue::~AttributeBytesOptionValue() = default;
 
-AttributeBytesValueEnum AttributeBytesOptionValue::GetAttributeBytesValueType() const noexcept { return ABVTE_OPTION; }
+AttributeBytesValueEnum AttributeBytesOptionValue::GetAttributeBytesValueType() const noexcept {
+    return ABVTE_OPTION;
+}
 std::unique_ptr<AttributeBytesValue> AttributeBytesOptionValue::Clone() const {
     return std::make_unique<AttributeBytesOptionValue>(*this);
 }
@@ -56,14 +58,15 @@ void AttributeBytesOptionValue::SetOptionId(std::unique_ptr<AttributeBytesId> ap
     VLM_ASSERT_IN(DebugCategory::AttrBytes, apoOptionId != nullptr);
     if (apoOptionId) m_apoOptionId = std::move(apoOptionId);
 }
-void AttributeBytesOptionValue::SetOptionId(const AttributeBytesId& rOptionId) { m_apoOptionId = rOptionId.Clone(); }
+void AttributeBytesOptionValue::SetOptionId(const AttributeBytesId& rOptionId) {
+    m_apoOptionId = rOptionId.Clone();
+}
 
 const AttributeBytesValueId& AttributeBytesOptionValue::GetValueIdValue(const AttributeBytesId& rFeatureId) const {
     if (m_apoOptionId->GetAttributeBytesIdType() != AttributeBytesId::ABIDE_VALUE) {
-        VLM_THROW(
-            ExceptionAttributeValueTypeMismatch,
-            VTEXT("The value assigned is NOT an AttributeBytesValueId. The feature we wanted to convert is %s."),
-            rFeatureId.GetDumpDisplayString(true));
+        VLM_THROW(ExceptionAttributeValueTypeMismatch,
+                  VTEXT("The value assigned is NOT an AttributeBytesValueId. The feature we wanted to convert is %s."),
+                  rFeatureId.GetDumpDisplayString(true));
     }
     return static_cast<const AttributeBytesValueId&>(*m_apoOptionId);
 }
@@ -83,10 +86,11 @@ const AttributeBytesId& AttributeBytesOptionValue::GetValueIdOrNewValueIdValue(
     const AttributeBytesId& rFeatureId) const {
     const AttributeBytesIdEnum eType = m_apoOptionId->GetAttributeBytesIdType();
     if (eType != AttributeBytesId::ABIDE_VALUE && eType != AttributeBytesId::ABIDE_NEWVALUE) {
-        VLM_THROW(ExceptionAttributeValueTypeMismatch,
-                  VTEXT("The value assigned is NOT an AttributeBytesNewValueId or a AttributeBytesValueId. The feature ")
-                      VTEXT("we wanted to convert is %s."),
-                  rFeatureId.GetDumpDisplayString(true));
+        VLM_THROW(
+            ExceptionAttributeValueTypeMismatch,
+            VTEXT("The value assigned is NOT an AttributeBytesNewValueId or a AttributeBytesValueId. The feature ")
+                VTEXT("we wanted to convert is %s."),
+            rFeatureId.GetDumpDisplayString(true));
     }
     return *m_apoOptionId;
 }

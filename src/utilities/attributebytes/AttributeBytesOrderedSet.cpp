@@ -45,7 +45,8 @@ bool IsSame(const AttributeBytesEntry& rEntry, const AttributeBytesId& rId, ULON
 /// The first of `cElements` (at least 1) whose key is not below `ullKey`, or one past them.  No branch depends on the
 /// data: each step halves the run and moves its beginning by a conditional move.
 template <class Element, class KeyOf>
-const Element* LowerBoundOfKeys(const Element* pElements, std::size_t cElements, ULONGLONG ullKey, KeyOf keyOf) noexcept {
+const Element* LowerBoundOfKeys(const Element* pElements, std::size_t cElements, ULONGLONG ullKey,
+                                KeyOf keyOf) noexcept {
     while (cElements > 1) {
         const std::size_t cHalf = cElements / 2;
         pElements += (keyOf(pElements[cHalf - 1]) < ullKey) ? cHalf : 0;
@@ -68,7 +69,8 @@ AttributeBytesLeaf::AttributeBytesLeaf(const AttributeBytesLeaf& rOther) {
 }
 
 AttributeBytesLeaf::~AttributeBytesLeaf() {
-    for (std::uint32_t i = 0; i < m_cEntries; ++i) m_poEntries[i].~AttributeBytesEntry();
+    for (std::uint32_t i = 0; i < m_cEntries; ++i)
+        m_poEntries[i].~AttributeBytesEntry();
     if (m_poEntries) MemoryPool::Release(m_poEntries, m_cRoom * sizeof(AttributeBytesEntry));
 }
 
@@ -76,14 +78,16 @@ void AttributeBytesLeaf::Reserve(std::uint32_t cEntries) {
     if (cEntries <= m_cRoom) return;
     const std::uint32_t cRoom = std::min(CAPACITY, std::max({FIRST_ROOM, cEntries, 2 * m_cRoom}));
     AttributeBytesEntry* const poEntries = AllocateEntries(cRoom);
-    for (std::uint32_t i = 0; i < m_cEntries; ++i) Relocate(poEntries + i, m_poEntries + i);
+    for (std::uint32_t i = 0; i < m_cEntries; ++i)
+        Relocate(poEntries + i, m_poEntries + i);
     if (m_poEntries) MemoryPool::Release(m_poEntries, m_cRoom * sizeof(AttributeBytesEntry));
     m_poEntries = poEntries;
     m_cRoom = cRoom;
 }
 
 void AttributeBytesLeaf::Insert(std::uint32_t uIndex, AttributeBytesEntry&& rEntry) noexcept {
-    for (std::uint32_t i = m_cEntries; i > uIndex; --i) Relocate(m_poEntries + i, m_poEntries + i - 1);
+    for (std::uint32_t i = m_cEntries; i > uIndex; --i)
+        Relocate(m_poEntries + i, m_poEntries + i - 1);
     new (static_cast<void*>(m_poEntries + uIndex)) AttributeBytesEntry(std::move(rEntry));
     ++m_cEntries;
 }
@@ -91,11 +95,13 @@ void AttributeBytesLeaf::Insert(std::uint32_t uIndex, AttributeBytesEntry&& rEnt
 void AttributeBytesLeaf::Erase(std::uint32_t uIndex) noexcept {
     m_poEntries[uIndex].~AttributeBytesEntry();
     --m_cEntries;
-    for (std::uint32_t i = uIndex; i < m_cEntries; ++i) Relocate(m_poEntries + i, m_poEntries + i + 1);
+    for (std::uint32_t i = uIndex; i < m_cEntries; ++i)
+        Relocate(m_poEntries + i, m_poEntries + i + 1);
 }
 
 void AttributeBytesLeaf::MoveTailTo(std::uint32_t uIndex, AttributeBytesLeaf& rTarget) noexcept {
-    for (std::uint32_t i = uIndex; i < m_cEntries; ++i) Relocate(rTarget.m_poEntries + rTarget.m_cEntries++, m_poEntries + i);
+    for (std::uint32_t i = uIndex; i < m_cEntries; ++i)
+        Relocate(rTarget.m_poEntries + rTarget.m_cEntries++, m_poEntries + i);
     m_cEntries = uIndex;
 }
 
@@ -115,17 +121,18 @@ AttributeBytesOrderedSet::Position AttributeBytesOrderedSet::LowerBound(const At
             cLeaf = static_cast<std::size_t>(pullFound - pullFirst) - 1;
         }
         const AttributeBytesLeaf& rLeaf = m_voLeaves[cLeaf];
-        const AttributeBytesEntry* const poFound =
-            LowerBoundOfKeys(rLeaf.begin(), rLeaf.size(), ullKey, [](const AttributeBytesEntry& r) { return r.m_ullKey; });
+        const AttributeBytesEntry* const poFound = LowerBoundOfKeys(
+            rLeaf.begin(), rLeaf.size(), ullKey, [](const AttributeBytesEntry& r) { return r.m_ullKey; });
         return {cLeaf, static_cast<std::uint32_t>(poFound - rLeaf.begin())};
     }
-    const auto itLeaf = std::partition_point(
-        m_voLeaves.begin(), m_voLeaves.end() - 1,
-        [&](const AttributeBytesLeaf& rLeaf) { return ComesBefore(rLeaf.back(), rId, ullKey); });
+    const auto itLeaf =
+        std::partition_point(m_voLeaves.begin(), m_voLeaves.end() - 1,
+                             [&](const AttributeBytesLeaf& rLeaf) { return ComesBefore(rLeaf.back(), rId, ullKey); });
     const AttributeBytesEntry* const poFound =
         std::partition_point(itLeaf->begin(), itLeaf->end(),
                              [&](const AttributeBytesEntry& rEntry) { return ComesBefore(rEntry, rId, ullKey); });
-    return {static_cast<std::size_t>(itLeaf - m_voLeaves.begin()), static_cast<std::uint32_t>(poFound - itLeaf->begin())};
+    return {static_cast<std::size_t>(itLeaf - m_voLeaves.begin()),
+            static_cast<std::uint32_t>(poFound - itLeaf->begin())};
 }
 
 AttributeBytesOrderedSet::Position AttributeBytesOrderedSet::Find(const AttributeBytesId& rId) const noexcept {
@@ -139,8 +146,8 @@ AttributeBytesOrderedSet::Position AttributeBytesOrderedSet::Find(const Attribut
     return bFound ? oPosition : End();
 }
 
-bool AttributeBytesOrderedSet::Insert(AttributeBytesSharedPtr shpoRecord) {
-    const AttributeBytesId& rId = shpoRecord->GetAttributeBytesId();
+bool AttributeBytesOrderedSet::Insert(AttributeBytesSharedPtr&& rshpoRecord) {
+    const AttributeBytesId& rId = rshpoRecord->GetAttributeBytesId();
     const ULONGLONG ullKey = rId.GetOrderKey();
     Position oPosition{0, 0};
     if (m_cRecords != 0) {
@@ -153,7 +160,7 @@ bool AttributeBytesOrderedSet::Insert(AttributeBytesSharedPtr shpoRecord) {
             if (oPosition.m_uEntry < rLeaf.size() && IsSame(rLeaf[oPosition.m_uEntry], rId, ullKey)) return false;
         }
     }
-    InsertAt(oPosition, AttributeBytesEntry{ullKey, std::move(shpoRecord)});
+    InsertAt(oPosition, AttributeBytesEntry{ullKey, std::move(rshpoRecord)});
     ++m_cRecords;
     return true;
 }

@@ -94,8 +94,9 @@ public:
     }
     /// The place of the record with an equal identifier, or the end.
     Position Find(const AttributeBytesId& rId) const noexcept;
-    /// Adds a record (not null) unless there is one with an equal identifier.  @return false when there was.
-    bool Insert(AttributeBytesSharedPtr shpoRecord);
+    /// Adds a record (not null), moving the pointer into the set, unless there is one with an equal identifier.
+    /// @return false when there was; the pointer is then as it was.
+    bool Insert(AttributeBytesSharedPtr&& rshpoRecord);
     /// Puts another record with an equal identifier in a record's place.
     void Replace(Position oPosition, AttributeBytesSharedPtr shpoRecord) noexcept {
         m_voLeaves[oPosition.m_cLeaf].Replace(oPosition.m_uEntry, std::move(shpoRecord));

@@ -41,7 +41,9 @@ AttributeBytesRawList& AttributeBytesRawList::operator=(const AttributeBytesRawL
 }
 AttributeBytesRawList::~AttributeBytesRawList() = default;
 
-bool AttributeBytesRawList::IsEmpty() const noexcept { return m_bbRecords.empty(); }
+bool AttributeBytesRawList::IsEmpty() const noexcept {
+    return m_bbRecords.empty();
+}
 
 bool AttributeBytesRawList::LengthIsExactlyOne() const {
     if (IsEmpty()) return false;
@@ -100,7 +102,9 @@ AttributeBytesRawList::const_iterator AttributeBytesRawList::begin() const {
     return ++oIterator;
 }
 
-AttributeBytesRawList::const_iterator AttributeBytesRawList::end() const noexcept { return {}; }
+AttributeBytesRawList::const_iterator AttributeBytesRawList::end() const noexcept {
+    return {};
+}
 
 AttributeBytesRawList::const_iterator& AttributeBytesRawList::const_iterator::operator++() {
     const ByteBuffer& rbbRecords = m_pList->m_bbRecords;
@@ -141,7 +145,8 @@ void AttributeBytesRawList::AssignChecked(const BYTE* pbyRecords, std::size_t cb
 
 void AttributeBytesRawList::ReplaceAllAttributeBytes(const std::vector<AttributeBytesSharedPtr>& rvshpoRecords) {
     AttributeBytesRawList oBuiltAside;
-    for (const AttributeBytesSharedPtr& rshpoRecord : rvshpoRecords) oBuiltAside.AddAttributeBytes(rshpoRecord);
+    for (const AttributeBytesSharedPtr& rshpoRecord : rvshpoRecords)
+        oBuiltAside.AddAttributeBytes(rshpoRecord);
     m_bbRecords.swap(oBuiltAside.m_bbRecords);
     m_uDepth = oBuiltAside.m_uDepth;
     ++m_ullGeneration;
@@ -155,7 +160,8 @@ void AttributeBytesRawList::ImportFromIndexedList(const AttributeBytesIndexedLis
         uDepth = std::max(uDepth, GetRecordDepth(*rshpoRecord));
     }
     ByteBuffer bbRecords = vlm::MakeState(cbRecords, [&rList](BYTE* pbyOut) {
-        for (const AttributeBytesSharedPtr& rshpoRecord : rList) pbyOut = rshpoRecord->StoreAttributeBytesState(pbyOut);
+        for (const AttributeBytesSharedPtr& rshpoRecord : rList)
+            pbyOut = rshpoRecord->StoreAttributeBytesState(pbyOut);
     });
     m_bbRecords.swap(bbRecords);
     m_uDepth = uDepth;

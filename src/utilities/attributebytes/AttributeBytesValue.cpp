@@ -8,7 +8,9 @@
 
 AttributeBytesValue::~AttributeBytesValue() = default;
 
-bool AttributeBytesValue::IsList() const noexcept { return false; }
+bool AttributeBytesValue::IsList() const noexcept {
+    return false;
+}
 
 bool AttributeBytesValue::IsEqual(const AttributeBytesValue& rValue) const noexcept {
     return GetAttributeBytesValueType() == rValue.GetAttributeBytesValueType() &&

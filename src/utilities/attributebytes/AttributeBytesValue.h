@@ -53,8 +53,12 @@ public:
     /// Orders two values of one type by their members.
     virtual std::strong_ordering CompareMembers(const AttributeBytesValue& rSameType) const noexcept = 0;
 
-    bool IsSpecified() const noexcept { return m_bIsSpecified; }
-    void SetIsSpecified(bool fIsSpecified) noexcept { m_bIsSpecified = fIsSpecified; }
+    bool IsSpecified() const noexcept {
+        return m_bIsSpecified;
+    }
+    void SetIsSpecified(bool fIsSpecified) noexcept {
+        m_bIsSpecified = fIsSpecified;
+    }
 
     /// Tag byte, unspecified flag and payload.
     ByteBuffer GetTypeAndValueState() const;

@@ -15,7 +15,9 @@ constinit std::atomic<LONG> glMsDeviceCapabilitiesNameSpaceId{3};
 
 }  // namespace
 
-PersistentAttributes::PersistentAttributes() { DoDefaultConstruction(); }
+PersistentAttributes::PersistentAttributes() {
+    DoDefaultConstruction();
+}
 
 PersistentAttributes::PersistentAttributes(const ByteBuffer& rbbState) {
     DoDefaultConstruction();
@@ -45,7 +47,9 @@ void PersistentAttributes::DoDefaultConstruction() {
 
 // ---- contents ----
 
-void PersistentAttributes::SetStateData(const ByteBuffer& rbbStateData) { m_bbStateData = rbbStateData; }
+void PersistentAttributes::SetStateData(const ByteBuffer& rbbStateData) {
+    m_bbStateData = rbbStateData;
+}
 
 void PersistentAttributes::SetAttributeBytesNameSpaces(const AttributeBytesNameSpaces& rNameSpaces) {
     AttributeBytesNameSpaces oNameSpaces(rNameSpaces);
@@ -66,9 +70,15 @@ ByteBuffer PersistentAttributes::GetPersistentAttributesState() const {
     return bbState;
 }
 
-LONG PersistentAttributes::GetDataModelDocPropNameSpaceId() noexcept { return glDocPropNameSpaceId; }
-LONG PersistentAttributes::GetDataModelDevicePropNameSpaceId() noexcept { return glDevicePropNameSpaceId; }
-LONG PersistentAttributes::GetMsDeviceCapabilitiesNameSpaceId() noexcept { return glMsDeviceCapabilitiesNameSpaceId; }
+LONG PersistentAttributes::GetDataModelDocPropNameSpaceId() noexcept {
+    return glDocPropNameSpaceId;
+}
+LONG PersistentAttributes::GetDataModelDevicePropNameSpaceId() noexcept {
+    return glDevicePropNameSpaceId;
+}
+LONG PersistentAttributes::GetMsDeviceCapabilitiesNameSpaceId() noexcept {
+    return glMsDeviceCapabilitiesNameSpaceId;
+}
 void PersistentAttributes::SetPredefinedNameSpaceIds(LONG lDocProp, LONG lDeviceProp,
                                                      LONG lMsDeviceCapabilities) noexcept {
     glDocPropNameSpaceId = lDocProp;
@@ -116,8 +126,9 @@ bool PersistentAttributes::ImportPersistentAttributesState(const ByteBuffer& rbb
     RequireHeader(rbbState);
     ByteBuffer bbStateData = UpgradeOldStateDataVersionIfNecessary(rbbState);
 
-    VLM_REPORT(DebugCategory::AttrBytes,
-               VTEXT("Break the state data buffer into the components: header and AttributeBytesNameSpaces state data."));
+    VLM_REPORT(
+        DebugCategory::AttrBytes,
+        VTEXT("Break the state data buffer into the components: header and AttributeBytesNameSpaces state data."));
     HeaderStructure oHeader;
     ByteBuffer bbCompressedData;
     GetMajorComponentsFromStateDataBuffer(bbStateData, oHeader, bbCompressedData);
@@ -178,9 +189,10 @@ void PersistentAttributes::ValidateCompressedData(const ByteBuffer& rbbCompresse
 void PersistentAttributes::RequireHeader(const ByteBuffer& rbbStateData) {
     if (rbbStateData.size() < HEADER_BYTES) {
         // Deliberate: the doubled blank; readers of logs search for the text as it is.
-        VLM_THROW(ExceptionMissingOrBadPersistentAttributesFormat,
-                  VTEXT("The ByteBuffer data is not big enough (%ld bytes) to contain the required header  (%ld bytes)!"),
-                  rbbStateData.GetLength(), HEADER_BYTES);
+        VLM_THROW(
+            ExceptionMissingOrBadPersistentAttributesFormat,
+            VTEXT("The ByteBuffer data is not big enough (%ld bytes) to contain the required header  (%ld bytes)!"),
+            rbbStateData.GetLength(), HEADER_BYTES);
     }
 }
 

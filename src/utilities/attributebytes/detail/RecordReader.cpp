@@ -67,8 +67,7 @@ std::unique_ptr<AttributeBytesValue> AttributeBytesValueFactory::CreateAttribute
 namespace vlm {
 
 std::unique_ptr<AttributeBytesId> RecordReader::ReadIdentifier(const BYTE*& rpbyCursor, DWORD& rdwRemaining) {
-    const auto abideType =
-        static_cast<AttributeBytesIdEnum>(ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining));
+    const auto abideType = static_cast<AttributeBytesIdEnum>(ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining));
     std::unique_ptr<AttributeBytesId> apoId = AttributeBytesIdFactory::CreateAttributeBytesId(abideType);
     if (!apoId) ThrowUnhandledId(abideType);
     apoId->WalkBufferToSetIdentifier(rpbyCursor, rdwRemaining);
@@ -79,7 +78,8 @@ std::unique_ptr<AttributeBytesValue> RecordReader::ReadValue(const BYTE*& rpbyCu
                                                              bool fNestingChecked) {
     const auto abvteValueType =
         static_cast<AttributeBytesValueEnum>(ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining));
-    std::unique_ptr<AttributeBytesValue> apoValue = AttributeBytesValueFactory::CreateAttributeBytesValue(abvteValueType);
+    std::unique_ptr<AttributeBytesValue> apoValue =
+        AttributeBytesValueFactory::CreateAttributeBytesValue(abvteValueType);
     if (!apoValue) ThrowUnhandledValue(abvteValueType);
     apoValue->SetIsSpecified(ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining) == 0);
     if (abvteValueType == AttributeBytesValue::ABVTE_LIST) {

@@ -49,7 +49,8 @@ public:
         const BYTE* const pbyCount = m_pbyAt;
         if (!Skip(cbWidth)) return false;
         rcValue = 0;
-        for (std::size_t i = cbWidth; i > 0; --i) rcValue = rcValue << 8 | pbyCount[i - 1];
+        for (std::size_t i = cbWidth; i > 0; --i)
+            rcValue = rcValue << 8 | pbyCount[i - 1];
         return true;
     }
     bool SkipCounted(std::size_t cbCountWidth, std::size_t cbUnit) noexcept {

@@ -24,7 +24,8 @@ inline BYTE* StoreByte(BYTE* pbyOut, BYTE by) noexcept {
 }
 template <class Unsigned>
 inline BYTE* StoreLittleEndian(BYTE* pbyOut, Unsigned value) noexcept {
-    for (std::size_t i = 0; i < sizeof(Unsigned); ++i) pbyOut[i] = static_cast<BYTE>(value >> (8 * i));
+    for (std::size_t i = 0; i < sizeof(Unsigned); ++i)
+        pbyOut[i] = static_cast<BYTE>(value >> (8 * i));
     return pbyOut + sizeof(Unsigned);
 }
 inline BYTE* StoreShort(BYTE* pbyOut, std::int16_t nValue) noexcept {
