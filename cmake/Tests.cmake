@@ -72,13 +72,23 @@ if(loader_sources AND TARGET q9util073)
     q9_register_tests(test_loader loader)
 endif()
 
+# The tool as a whole program: tests/tool/*Test.py run it as a user would, on Windows under Wine.
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+if(TARGET q9diag)
+    file(GLOB tool_tests CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/tool/*Test.py")
+    foreach(source IN LISTS tool_tests)
+        cmake_path(GET source STEM name)
+        add_test(NAME tool.${name} COMMAND "${Python3_EXECUTABLE}" "${source}" "$<TARGET_FILE:q9diag>")
+        set_tests_properties(tool.${name} PROPERTIES TIMEOUT 180 LABELS tool)
+    endforeach()
+endif()
+
 # What does not depend on the sanitizers is checked in the plain builds.
 if(Q9_SANITIZE)
     return()
 endif()
 
 # Checks of the sources, the same on both systems.
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
 function(q9_add_lint_test name)
     add_test(NAME lint.${name} COMMAND "${Python3_EXECUTABLE}" ${ARGN} WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}")
     set_tests_properties(lint.${name} PROPERTIES TIMEOUT ${Q9_TEST_TIMEOUT} LABELS lint)

@@ -14,11 +14,27 @@ foreach(library nlohmann CLI)
     file(CREATE_LINK "/usr/include/${library}" "${Q9_STAGED_INCLUDE_DIR}/${library}" SYMBOLIC)
 endforeach()
 
-add_executable(q9diag ${q9diag_sources})
+# The demo's stored settings are compiled in.
+set(demo_block "${PROJECT_SOURCE_DIR}/examples/data/queue-settings.bin")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${demo_block}")
+file(READ "${demo_block}" demo_bytes HEX)
+string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," demo_bytes "${demo_bytes}")
+file(CONFIGURE OUTPUT "${Q9_GENERATED_DIR}/DemoBlock.inc" CONTENT "@demo_bytes@\n" @ONLY)
+
+# Arguments and standard streams belong to the program, not to the library.
+set(program_sources ${q9_sources_program})
+if(WIN32)
+    list(FILTER program_sources INCLUDE REGEX "/win32/")
+else()
+    list(FILTER program_sources INCLUDE REGEX "/host/")
+endif()
+
+add_executable(q9diag ${q9diag_sources} ${program_sources})
 target_include_directories(q9diag SYSTEM PRIVATE "${Q9_STAGED_INCLUDE_DIR}")
 target_include_directories(q9diag PRIVATE "${PROJECT_SOURCE_DIR}/tools/q9diag")
 target_link_libraries(q9diag PRIVATE q9util073 q9_options q9_link_options Threads::Threads)
 if(WIN32)
+    target_link_libraries(q9diag PRIVATE shell32)
     set_target_properties(q9diag PROPERTIES OUTPUT_NAME q9diag073)
     q9_add_version_resource(q9diag q9diag073.exe "Diagnostic tool of the utility library")
 endif()

@@ -37,6 +37,7 @@ MACRO_ALLOWED = SYSTEM_ALLOWED + (
 SPECIAL = {
     "win32": {"0", "win32"},
     "host": {"0", "host"},
+    "program": {"0", "program"},
     "entry": {"0", "1", "2", "3", "4", "5", "monitor", "entry"},
     "monitor": {"0", "1", "2", "3", "4", "5", "monitor"},
 }
@@ -47,7 +48,7 @@ def may_see(floor):
 
 
 def is_public(path):
-    return (path.endswith(".h") and not path.endswith("Impl.h") and "/detail/" not in path
+    return (path.endswith((".h", ".inc")) and not path.endswith(("Impl.h", "Impl.inc")) and "/detail/" not in path
             and not path.startswith(("src/platform/win32/", "src/platform/host/", "src/portmonitor/")))
 
 
@@ -112,7 +113,8 @@ def check(root):
                     hint = " (write it relative to src)" if (root / beside).is_file() else ""
                     problems.append(f'{where}: "{header}" is not below src{hint}')
                 continue
-            if path.startswith(("tools/", "examples/")) and not is_public(target):
+            if (path.startswith(("tools/", "examples/")) and not is_public(target)
+                    and floor_of(floors, target) != "program"):
                 problems.append(f"{where}: {header} is private; tools and examples see public headers only")
             if not in_src:
                 continue

@@ -1,0 +1,37 @@
+/// @file
+/// What a console program of this family needs from the system: its arguments as UTF-8 and its standard streams.
+/// Linked into the programs themselves; the library does not hold it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vlm {
+
+enum class StandardStream { Input, Output, Error };
+
+/// The arguments after the program's name, as UTF-8.  On Windows they are taken from the process's UTF-16 command line
+/// and not from the C runtime, which would convert to the ANSI code page and expand wildcards.
+/// An argument that is not well-formed UTF-16 comes out as bytes that are not well-formed UTF-8; the caller refuses it.
+std::vector<std::string> ProgramArguments(int cArguments, const char* const* ppszArguments);
+
+/// True when a person sits at the other end of the stream.
+bool IsTerminal(StandardStream eStream) noexcept;
+
+/// Whether registry and spooler are an embedded store that `--store` may name; false where they are the system's own.
+bool HasEmbeddedStore() noexcept;
+
+/// Makes the standard streams carry bytes unchanged and the terminal understand UTF-8 and colours, for its lifetime.
+/// Threads: one object, made by `main`.
+class StandardStreams {
+public:
+    StandardStreams() noexcept;
+    ~StandardStreams();
+    StandardStreams(const StandardStreams&) = delete;
+    StandardStreams& operator=(const StandardStreams&) = delete;
+
+private:
+    unsigned int m_uFormerCodePage = 0;
+};
+
+}  // namespace vlm
