@@ -29,3 +29,14 @@ if(support_sources)
     target_compile_definitions(q9_test_support PRIVATE VLM_BUILDING)
     target_link_libraries(q9_test_support PRIVATE q9_test_options gmock)
 endif()
+
+# GoogleTest's headers cost more than most tests: they are compiled once for all test programs with the same options.
+# A test includes what it uses all the same: clang builds, which go without, would tell.
+option(Q9_PRECOMPILE_TEST_HEADERS "Precompile GoogleTest's headers for the tests" ON)
+if(Q9_BUILD_TESTS AND Q9_PRECOMPILE_TEST_HEADERS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    file(CONFIGURE OUTPUT "${Q9_GENERATED_DIR}/test_headers.cpp" CONTENT "// Home of the tests' precompiled headers.\n")
+    add_executable(q9_test_headers EXCLUDE_FROM_ALL "${Q9_GENERATED_DIR}/test_headers.cpp")
+    target_compile_definitions(q9_test_headers PRIVATE VLM_BUILDING)
+    target_link_libraries(q9_test_headers PRIVATE q9_test_options gmock_main)
+    target_precompile_headers(q9_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+endif()
