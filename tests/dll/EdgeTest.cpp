@@ -25,8 +25,12 @@ public:
 void* NoMemory(std::size_t) noexcept {
     return nullptr;
 }
+
+/// What this program throws when memory has run out; it takes none itself.
+class OutOfPaper : public std::exception {};
+
 void FailAsTheProgramDoes() {
-    throw ProgramFailure();
+    throw OutOfPaper();
 }
 
 /// Text far too long for a block that lies ready in a pool.
@@ -69,10 +73,11 @@ TEST(Edge, WhatTheProgramThrowsTheLibraryKnows) {
 }
 
 TEST(Edge, AProgramsExceptionPassesThroughTheLibrary) {
+    CXString csText(VTEXT("as it was"));
+    const CXString csLong = LongText();
     const auto pfnFormerHandler = MemoryPool::ExchangeOutOfMemoryHandler(&FailAsTheProgramDoes);
     const auto pfnFormerAllocator = MemoryPool::ExchangeRawAllocator(&NoMemory);
-    CXString csText(VTEXT("as it was"));
-    EXPECT_THROW(csText += LongText(), ProgramFailure);
+    EXPECT_THROW(csText += csLong, OutOfPaper);
     MemoryPool::ExchangeRawAllocator(pfnFormerAllocator);
     MemoryPool::ExchangeOutOfMemoryHandler(pfnFormerHandler);
     EXPECT_EQ(Narrow(csText), "as it was");
