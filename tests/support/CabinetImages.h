@@ -219,19 +219,19 @@ void MutateImage(ImageBytes& rImage, Random& rRandom) {
         }
         default: {
             // Near the start of the data are the code tables; damage there does the most.
-            const std::size_t uData =
-                std::min<std::size_t>(std::size_t{GetNumber(rImage, 36, 4)} + 10, rImage.size() - 1);
-            const std::size_t cSpan =
-                Below(2) == 0 ? std::min<std::size_t>(64, rImage.size() - uData) : rImage.size() - uData;
+            const std::size_t uBlock = GetNumber(rImage, 36, 4);
+            const std::size_t uData = std::min(uBlock + 10, rImage.size() - 1);
+            const std::size_t cRest = rImage.size() - uData;
+            const std::size_t cSpan = Below(2) == 0 ? std::min<std::size_t>(64, cRest) : cRest;
             for (std::size_t c = 1 + Below(3); c > 0; --c) {
                 BYTE& rby = rImage[uData + Below(cSpan)];
                 rby = static_cast<BYTE>(rby ^ (1U << Below(8)));
             }
-            if (uData < 10 || GetNumber(rImage, 36, 4) + 8 > rImage.size()) break;
+            if (uBlock + 8 > rImage.size()) break;
             if (Below(2) == 0) {
                 RepairChecksums(rImage);
             } else {
-                PutNumber(rImage, GetNumber(rImage, 36, 4), 0, 4);
+                PutNumber(rImage, uBlock, 0, 4);
             }
             break;
         }

@@ -181,9 +181,8 @@ void CabinetContext::ThrowIfCompressionFailed(bool fSucceeded, CabinetStep eStep
     const CXString csError = DescribeCabinetError(eError, rError.iType);
     switch (eStep) {
         case CabinetStep::Create:
-            VLM_THROW(ExceptionCabinetLibraryConstructionFailure,
-                      VTEXT("Cabinet Library returned NULL from FCICreate()! Error %s.\r\n%s"), csError,
-                      VTEXT("The compression context could not be made."));
+            VLM_THROW(ExceptionCompression, VTEXT("Cabinet Library returned NULL from FCICreate()! Error %s.\r\n%s"),
+                      csError, VTEXT("The compression context could not be made."));
         case CabinetStep::AddFile:
             VLM_THROW(ExceptionCompression, VTEXT("Cabinet Library returned FALSE from FCIAddFile()! Error %s.\r\n%s"),
                       csError, VTEXT("The data could not be added to the cabinet image."));
@@ -209,9 +208,8 @@ void CabinetContext::ThrowIfExtractionFailed(bool fSucceeded, CabinetStep eStep,
     const CXString csError = DescribeCabinetError(eError, rError.iType);
     switch (eStep) {
         case CabinetStep::Create:
-            VLM_THROW(ExceptionCabinetLibraryConstructionFailure,
-                      VTEXT("Cabinet Library returned NULL from FDICreate()! Error %s.\r\n%s"), csError,
-                      VTEXT("The extraction context could not be made."));
+            VLM_THROW(ExceptionCompression, VTEXT("Cabinet Library returned NULL from FDICreate()! Error %s.\r\n%s"),
+                      csError, VTEXT("The extraction context could not be made."));
         case CabinetStep::Copy:
             VLM_THROW(ExceptionCompression, VTEXT("Cabinet Library returned FALSE from FDICopy()! Error %s.\r\n%s"),
                       csError, VTEXT("The data could not be extracted from the cabinet image."));

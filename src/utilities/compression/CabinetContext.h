@@ -36,8 +36,7 @@ public:
     std::vector<BYTE> TakeFile(const char* pszName) noexcept;
 
     /// After a compression: raises what a callback or the library failed at; returns after a success.
-    /// @throws ExceptionOutOfMemory, ExceptionFileOperationCompression, ExceptionCompression,
-    ///         ExceptionCabinetLibraryConstructionFailure.
+    /// @throws ExceptionOutOfMemory, ExceptionFileOperationCompression, ExceptionCompression.
     void ThrowIfCompressionFailed(bool fSucceeded, CabinetStep eStep, const CabinetError& rError) const;
     /// The same after an extraction.
     void ThrowIfExtractionFailed(bool fSucceeded, CabinetStep eStep, const CabinetError& rError) const;
