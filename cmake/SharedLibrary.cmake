@@ -47,6 +47,8 @@ if(WIN32)
     q9_add_version_resource(q9util073 q9util073.dll "${PROJECT_DESCRIPTION}")
 else()
     set_target_properties(q9util073 PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    # Once loaded it stays: the system calls us back when a thread ends, which may be after the last handle was closed.
+    target_link_options(q9util073 PRIVATE LINKER:-z,nodelete)
     if(NOT Q9_SANITIZE)    # the sanitizers' run-time is in the program
         target_link_options(q9util073 PRIVATE LINKER:--no-undefined)
     endif()

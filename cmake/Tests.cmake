@@ -1,12 +1,9 @@
 # One test program per folder below tests/, linked with the objects of its floor and below (never with the DLL, but
 # for tests/dll and tests/package).
 
-add_custom_target(test-programs)
-
 # Registers each test of a program with CTest, under the prefix "<folder>.".  The host's store is kept in memory: no test
 # writes to the user's own.
 function(q9_register_tests target folder)
-    add_dependencies(test-programs ${target})
     gtest_discover_tests(${target} TEST_PREFIX "${folder}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
         PROPERTIES TIMEOUT ${Q9_TEST_TIMEOUT} LABELS ${folder} ENVIRONMENT "Q9_STORE=:memory:")
 endfunction()
@@ -21,19 +18,8 @@ function(q9_add_test_program folder)
     if(NOT test_sources)
         return()
     endif()
-    if(Q9_SANITIZE MATCHES "thread")
-        # The thread sanitizer has something to say about tests with threads only.
-        q9_keep_files_with(test_sources "std::(j?thread|async)|StartThread|Concurrent")
-        if(NOT test_sources)
-            return()
-        endif()
-    endif()
     set(target test_${folder})
     add_executable(${target} ${test_sources})
-    q9_define_data_folder(${test_sources})
-    if(TARGET q9_test_headers)
-        target_precompile_headers(${target} REUSE_FROM q9_test_headers)
-    endif()
     target_compile_definitions(${target} PRIVATE VLM_BUILDING)
     target_link_libraries(${target} PRIVATE q9_test_options)
     q9_link_floors(${target} ${ARGN})
@@ -74,6 +60,15 @@ if(dll_sources AND TARGET q9util073)
     target_include_directories(test_dll PRIVATE "${PROJECT_SOURCE_DIR}/tests")
     target_compile_definitions(test_dll PRIVATE "Q9_LIBRARY_FILE=\"${Q9_TEST_ROOT}$<TARGET_FILE:q9util073>\"")
     q9_register_tests(test_dll dll)
+
+    # Loads the library at run time, so it is not linked with it.
+    file(GLOB dll_load_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/dll/load/*.cpp")
+    add_executable(test_dll_load ${dll_load_sources})
+    add_dependencies(test_dll_load q9util073)
+    target_link_libraries(test_dll_load PRIVATE q9_options q9_link_options gmock Threads::Threads ${CMAKE_DL_LIBS})
+    target_include_directories(test_dll_load PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+    target_compile_definitions(test_dll_load PRIVATE "Q9_LIBRARY_FILE=\"${Q9_TEST_ROOT}$<TARGET_FILE:q9util073>\"")
+    q9_register_tests(test_dll_load dll)
 endif()
 file(GLOB loader_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/dll/loader/*.cpp")
 if(loader_sources AND TARGET q9util073)

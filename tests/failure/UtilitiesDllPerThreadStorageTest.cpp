@@ -6,12 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <latch>
 #include <thread>
 #include <vector>
 
 #include "platform/Platform.h"
 #include "platform/ThreadPort.h"
+#include "support/Gate.h"
 #include "support/RecordingSink.h"
 #include "utilities/debuggingandexceptions/ExecutionContextLifetime.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
@@ -22,7 +22,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using vlm::Status;
-using vlm::test::Narrow;
+using vlm::test::Gate;
 using vlm::test::RecordingSink;
 
 using Storage = UtilitiesDllPerThreadStorage;
@@ -118,22 +118,22 @@ TEST_F(PerThreadStorage, DestroysTheObjectsInItsSlotsLatestSlotFirst) {
 }
 
 TEST_F(PerThreadStorage, UnloadingFreesTheObjectsOfThreadsThatStillRun) {
-    std::latch made(1);
-    std::latch unloaded(1);
+    Gate made(1);
+    Gate unloaded(1);
     std::jthread thread([&] {
         Storage::GetExecutionContextStack().PushContext(
             ExecutionContextPointer(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE)));
-        made.count_down();
-        unloaded.wait();
+        made.Arrive();
+        unloaded.Wait();
     });
-    made.wait();
+    made.Wait();
     Storage::CleanUpDueToProcessDetach();
     EXPECT_EQ(Storage::GetState(), UDPTS_UNINITIALIZED);
     EXPECT_EQ(Storage::GetAllocatedObjectCount(), 0u);
     EXPECT_TRUE(Storage::InitializeDueToProcessAttach());
     EXPECT_EQ(Storage::GetState(), UDPTS_INITIALIZED);
     EXPECT_EQ(Storage::PeekExecutionContextStack(), nullptr) << "a new life begins without old objects";
-    unloaded.count_down();
+    unloaded.Arrive();
 }
 
 TEST_F(PerThreadStorage, ReportsThatItIsNotInitializedAndAnswersAStackOfTheThreadsOwn) {
@@ -254,16 +254,16 @@ TEST_F(PerThreadStorage, ThreadsEndingRoundAnUnloadAreSafe) {
     constexpr int ROUNDS = 25;
     constexpr int THREADS = 16;
     for (int iRound = 0; iRound < ROUNDS; ++iRound) {
-        std::latch ready(THREADS + 1);
+        Gate ready(THREADS + 1);
         std::vector<std::jthread> threads;
         for (int i = 0; i < THREADS; ++i) {
             threads.emplace_back([&] {
                 if (Storage::SetSlot(PTS_PROPERTY_BAG, &siAlive, destroy)) siAlive.fetch_add(1);
-                ready.arrive_and_wait();
+                ready.ArriveAndWait();
                 Storage::CleanUpDueToThreadDetach(false);
             });
         }
-        ready.arrive_and_wait();
+        ready.ArriveAndWait();
         Storage::CleanUpDueToProcessDetach();
         threads.clear();
         EXPECT_EQ(siAlive.load(), 0);

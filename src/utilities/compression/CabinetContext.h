@@ -2,8 +2,7 @@
 /// One operation of the cabinet library on files in memory.
 #pragma once
 
-#include <functional>
-#include <map>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -36,7 +35,8 @@ public:
     std::vector<BYTE> TakeFile(const char* pszName) noexcept;
 
     /// After a compression: raises what a callback or the library failed at; returns after a success.
-    /// @throws ExceptionOutOfMemory, ExceptionFileOperationCompression, ExceptionCompression.
+    /// @throws ExceptionOutOfMemory, ExceptionFileOperationCompression, ExceptionCompression,
+    ///         ExceptionCabinetLibraryConstructionFailure.
     void ThrowIfCompressionFailed(bool fSucceeded, CabinetStep eStep, const CabinetError& rError) const;
     /// The same after an extraction.
     void ThrowIfExtractionFailed(bool fSucceeded, CabinetStep eStep, const CabinetError& rError) const;
@@ -51,6 +51,10 @@ public:
     void Release(void* pMemory) noexcept override;
 
 private:
+    struct File {
+        std::string strName;
+        CabinetMemoryFile oContents;
+    };
     struct OpenFile {
         CabinetMemoryFile* pContents = nullptr;  ///< null: closed
         std::size_t uPosition = 0;
@@ -64,12 +68,12 @@ private:
     /// What a callback failed at.
     enum class Failure : DWORD { None, Memory, WorkMemory, MissingFile, BadHandle, ReadOnly, TargetFull, BadPosition };
 
-    CabinetMemoryFile* Find(const char* pszName) noexcept;
+    File* Find(const char* pszName) noexcept;
     OpenFile* FromHandle(std::intptr_t hFile) noexcept;
     void Remember(Failure eFailure) noexcept;
     void ThrowCallbackFailure() const;
 
-    std::map<std::string, CabinetMemoryFile, std::less<>> m_mapFiles;  // by name; open handles point into it
+    std::deque<File> m_vFiles;  // a deque: open handles point to its elements
     std::vector<OpenFile> m_vOpen;
     BlockHead* m_pBlocks = nullptr;
     std::size_t m_cWorkBytes = 0;
