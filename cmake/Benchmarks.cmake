@@ -31,6 +31,7 @@ foreach(source IN LISTS bench_sources)
     target_include_directories(${target} PRIVATE
         "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}/benchmarks" "${PROJECT_SOURCE_DIR}/tests" "${Q9_GENERATED_DIR}")
     target_compile_definitions(${target} PRIVATE VLM_BUILDING)
+    q9_define_data_folder("${source}")
     target_link_libraries(${target} PRIVATE q9_options q9_bench_peers)
     q9_link_floors(${target} ${Q9_ALL_OBJECTS})
     if(TARGET q9_test_support)

@@ -16,6 +16,7 @@ foreach(source IN LISTS fuzz_sources)
     target_include_directories(${target} PRIVATE
         "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}/tests" "${PROJECT_SOURCE_DIR}/fuzz" "${Q9_GENERATED_DIR}")
     target_compile_definitions(${target} PRIVATE VLM_BUILDING)
+    q9_define_data_folder("${source}")
     target_link_libraries(${target} PRIVATE q9_options)
     q9_link_floors(${target} ${Q9_ALL_OBJECTS})
     if(TARGET q9_test_support)

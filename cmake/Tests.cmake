@@ -1,9 +1,12 @@
 # One test program per folder below tests/, linked with the objects of its floor and below (never with the DLL, but
 # for tests/dll and tests/package).
 
+add_custom_target(test-programs)
+
 # Registers each test of a program with CTest, under the prefix "<folder>.".  The host's store is kept in memory: no test
 # writes to the user's own.
 function(q9_register_tests target folder)
+    add_dependencies(test-programs ${target})
     gtest_discover_tests(${target} TEST_PREFIX "${folder}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
         PROPERTIES TIMEOUT ${Q9_TEST_TIMEOUT} LABELS ${folder} ENVIRONMENT "Q9_STORE=:memory:")
 endfunction()
@@ -18,8 +21,19 @@ function(q9_add_test_program folder)
     if(NOT test_sources)
         return()
     endif()
+    if(Q9_SANITIZE MATCHES "thread")
+        # The thread sanitizer has something to say about tests with threads only.
+        q9_keep_files_with(test_sources "std::(j?thread|async)|StartThread|Concurrent")
+        if(NOT test_sources)
+            return()
+        endif()
+    endif()
     set(target test_${folder})
     add_executable(${target} ${test_sources})
+    q9_define_data_folder(${test_sources})
+    if(TARGET q9_test_headers)
+        target_precompile_headers(${target} REUSE_FROM q9_test_headers)
+    endif()
     target_compile_definitions(${target} PRIVATE VLM_BUILDING)
     target_link_libraries(${target} PRIVATE q9_test_options)
     q9_link_floors(${target} ${ARGN})

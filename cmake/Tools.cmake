@@ -1,5 +1,6 @@
 # q9diag: public headers and the shared library only.  Its two header-only libraries are staged in a folder of their
 # own, because the system's include folder must never be on the path of the cross build.
+add_custom_target(all-tools)
 file(GLOB q9diag_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tools/q9diag/*.cpp")
 if(NOT Q9_BUILD_TOOLS OR NOT q9diag_sources OR NOT TARGET q9util073)
     return()
@@ -33,6 +34,7 @@ add_executable(q9diag ${q9diag_sources} ${program_sources})
 target_include_directories(q9diag SYSTEM PRIVATE "${Q9_STAGED_INCLUDE_DIR}")
 target_include_directories(q9diag PRIVATE "${PROJECT_SOURCE_DIR}/tools/q9diag")
 target_link_libraries(q9diag PRIVATE q9util073 q9_options q9_link_options Threads::Threads)
+add_dependencies(all-tools q9diag)
 if(WIN32)
     target_link_libraries(q9diag PRIVATE shell32)
     set_target_properties(q9diag PROPERTIES OUTPUT_NAME q9diag073)

@@ -79,14 +79,15 @@ protected:
         DWORD dwAttributes = 0;
         return Files().GetAttributes(rPath.c_str(), dwAttributes) == Status::Success;
     }
-    /// Wine differs from Windows in places: as the superuser it opens read-only files for writing, and a file deleted by
-    /// handle goes by the name that it was opened with.
+    /// Wine differs from Windows in places: as the superuser it opens read-only files for writing, and a file deleted
+    /// by handle goes by the name that it was opened with.
     bool IsWine() const {
         if (IsFake()) return false;
         HKEY hKey = nullptr;
         RegistryPort& rRegistry = *GetSystemPlatform().pRegistry;
         const HKEY hRoot = rRegistry.RootKey(RegistryPort::Root::CurrentUser);
-        if (rRegistry.Open(hRoot, VTEXT("Software\\Wine"), RegistryPort::RIGHTS_READ, hKey) != Status::Success) return false;
+        if (rRegistry.Open(hRoot, VTEXT("Software\\Wine"), RegistryPort::RIGHTS_READ, hKey) != Status::Success)
+            return false;
         rRegistry.Close(hKey);
         return true;
     }
@@ -212,7 +213,8 @@ TEST_P(FilePortContract, HeldFilesAreNotEmptiedDeletedOrMoved) {
     Put(path, "abc");
     Put(other, "other");
     const HANDLE hFile = Open(path, {Access::Read, Disposition::OpenExisting, READ, true, false});
-    EXPECT_EQ(TryOpen(path, {Access::ReadWrite, Disposition::CreateAlways, ALL, true, false}), Status::SharingViolation);
+    EXPECT_EQ(TryOpen(path, {Access::ReadWrite, Disposition::CreateAlways, ALL, true, false}),
+              Status::SharingViolation);
     EXPECT_EQ(Files().Delete(path.c_str()), Status::SharingViolation);
     EXPECT_EQ(Files().Move(path.c_str(), Path(VTEXT("new")).c_str(), false), Status::SharingViolation);
     EXPECT_EQ(Files().Move(other.c_str(), path.c_str(), true), Status::AccessDenied);
@@ -234,7 +236,8 @@ TEST_P(FilePortContract, ReadOnlyFilesStay) {
     EXPECT_EQ(Files().Delete(path.c_str()), Status::AccessDenied);
     if (!IsWine()) {
         EXPECT_EQ(TryOpen(path, WRITING), Status::AccessDenied);
-        EXPECT_EQ(TryOpen(path, {Access::ReadWrite, Disposition::CreateAlways, ALL, true, false}), Status::AccessDenied);
+        EXPECT_EQ(TryOpen(path, {Access::ReadWrite, Disposition::CreateAlways, ALL, true, false}),
+                  Status::AccessDenied);
     }
     EXPECT_EQ(Contents(path), "abc");
     EXPECT_EQ(Files().SetAttributes(path.c_str(), FilePort::ATTRIBUTE_NORMAL), Status::Success);

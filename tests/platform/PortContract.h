@@ -18,7 +18,9 @@
 namespace vlm {
 
 /// Statuses print as their numbers.
-inline void PrintTo(Status eStatus, std::ostream* pStream) { *pStream << "status " << ToDword(eStatus); }
+inline void PrintTo(Status eStatus, std::ostream* pStream) {
+    *pStream << "status " << ToDword(eStatus);
+}
 
 }  // namespace vlm
 
@@ -47,10 +49,10 @@ protected:
     FakePlatform m_oFake;
 };
 
-#define Q9_CONTRACT_SUITE(Suite)                                                                    \
-    INSTANTIATE_TEST_SUITE_P(Adapters, Suite, testing::Values(Adapter::System, Adapter::Fake),      \
-                             [](const testing::TestParamInfo<Adapter>& rInfo) {                     \
-                                 return rInfo.param == Adapter::System ? "System" : "Fake";         \
+#define Q9_CONTRACT_SUITE(Suite)                                                               \
+    INSTANTIATE_TEST_SUITE_P(Adapters, Suite, testing::Values(Adapter::System, Adapter::Fake), \
+                             [](const testing::TestParamInfo<Adapter>& rInfo) {                \
+                                 return rInfo.param == Adapter::System ? "System" : "Fake";    \
                              })
 
 }  // namespace vlm::test

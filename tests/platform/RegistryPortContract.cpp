@@ -161,7 +161,8 @@ TEST_P(RegistryPortContract, SeveralValuesComeTogetherOrNotAtAll) {
     EXPECT_EQ(cb, 16u);
     EXPECT_EQ(Registry().QueryMultipleValues(m_hKey, aQueries, 3, acData, cb), Status::Success);
     std::string joined;
-    for (const auto& rQuery : aQueries) joined.append(acData + rQuery.dwOffset, rQuery.cbData);
+    for (const auto& rQuery : aQueries)
+        joined.append(acData + rQuery.dwOffset, rQuery.cbData);
     EXPECT_EQ(joined, "wxyz12345678901!");
     EXPECT_EQ(aQueries[0].dwType, RegistryPort::TYPE_DWORD);
     EXPECT_EQ(aQueries[1].dwType, RegistryPort::TYPE_BINARY);
@@ -251,7 +252,8 @@ TEST_P(RegistryPortContract, OnlyBareKeysAreDeletedAndTheirHandlesKnow) {
     const HKEY hNew = Make(hOuter, VTEXT("inner"));
     EXPECT_EQ(Registry().QueryValue(hNew, VTEXT("v"), dwType, nullptr, cb), Status::FileNotFound);
     EXPECT_EQ(Registry().QueryValue(hInner, VTEXT("v"), dwType, nullptr, cb), Status::KeyDeleted);
-    for (const HKEY h : {hNew, hInner, hOuter}) EXPECT_EQ(Registry().Close(h), Status::Success);
+    for (const HKEY h : {hNew, hInner, hOuter})
+        EXPECT_EQ(Registry().Close(h), Status::Success);
 }
 
 TEST_P(RegistryPortContract, VolatileKeysHaveVolatileChildrenOnly) {

@@ -98,24 +98,24 @@ void* Allocate(std::size_t cBytes, std::size_t cAlignment) noexcept {
     return p;
 }
 
-void* AllocateOrThrow(std::size_t cBytes, std::size_t cAlignment) {
+[[maybe_unused]] void* AllocateOrThrow(std::size_t cBytes, std::size_t cAlignment) {
     void* p = Allocate(cBytes, cAlignment);
     if (p == nullptr) throw std::bad_alloc();
     return p;
 }
 
-void Release(void* p) noexcept {
+[[maybe_unused]] void Release(void* p) noexcept {
     Forget(p);
     std::free(p);
 }
 
-void ReleaseAligned(void* p) noexcept {
+[[maybe_unused]] void ReleaseAligned(void* p) noexcept {
     if (p == nullptr) return;
     Forget(p);
     std::free(static_cast<void**>(p)[-1]);
 }
 
-constexpr std::size_t PLAIN = alignof(std::max_align_t);
+[[maybe_unused]] constexpr std::size_t PLAIN = alignof(std::max_align_t);
 
 }  // namespace
 
@@ -153,6 +153,7 @@ AllocationExempt::~AllocationExempt() {
 
 }  // namespace vlm::test
 
+#ifndef Q9_THREAD_SANITIZER
 // clang-format off
 void* operator new(std::size_t c) { return vlm::test::AllocateOrThrow(c, vlm::test::PLAIN); }
 void* operator new[](std::size_t c) { return vlm::test::AllocateOrThrow(c, vlm::test::PLAIN); }
@@ -175,3 +176,4 @@ void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { vlm::t
 void operator delete(void* p, std::align_val_t, const std::nothrow_t&) noexcept { vlm::test::ReleaseAligned(p); }
 void operator delete[](void* p, std::align_val_t, const std::nothrow_t&) noexcept { vlm::test::ReleaseAligned(p); }
 // clang-format on
+#endif

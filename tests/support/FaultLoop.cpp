@@ -227,7 +227,7 @@ FaultLoopReport RunFaultLoop(const FaultLoop& rLoop) {
             runAll(NameOf(eMode), [&](std::uint64_t ullAt) { return RunWithCallFault(rLoop, eMode, eStatus, ullAt); });
         }
     }
-    if (rLoop.fAllocations) {
+    if (rLoop.fAllocations && AllocationFaults::IN_FORCE) {
         runAll("one failing allocation:",
                [&](std::uint64_t ullAt) { return RunWithAllocationFault(rLoop, false, ullAt); });
         runAll("failing allocations from",

@@ -2,9 +2,9 @@
 /// One operation of the cabinet library on files in memory.
 #include "utilities/compression/CabinetContext.h"
 
-#include <algorithm>
 #include <limits>
 #include <new>
+#include <string_view>
 
 #include "utilities/Bounds.h"
 #include "utilities/compression/CabinetErrorText.h"
@@ -26,23 +26,23 @@ CabinetContext::~CabinetContext() {
 }
 
 void CabinetContext::AddFile(const char* pszName, const BYTE* pbyData, std::size_t cBytes) {
-    m_vFiles.push_back(File{pszName, CabinetMemoryFile(pbyData, cBytes)});
+    m_mapFiles.insert_or_assign(pszName, CabinetMemoryFile(pbyData, cBytes));
 }
 
 void CabinetContext::AddTarget(const char* pszName, std::size_t cBytes, std::size_t cLimit) {
-    m_vFiles.push_back(File{pszName, CabinetMemoryFile()});
-    m_vFiles.back().oContents.Reserve(cBytes);
-    m_vFiles.back().oContents.SetLimit(cLimit);
+    CabinetMemoryFile& rFile = m_mapFiles[pszName];
+    rFile.Reserve(cBytes);
+    rFile.SetLimit(cLimit);
 }
 
 std::vector<BYTE> CabinetContext::TakeFile(const char* pszName) noexcept {
-    File* const pFile = Find(pszName);
-    return pFile ? pFile->oContents.Take() : std::vector<BYTE>();
+    CabinetMemoryFile* const pFile = Find(pszName);
+    return pFile ? pFile->Take() : std::vector<BYTE>();
 }
 
-CabinetContext::File* CabinetContext::Find(const char* pszName) noexcept {
-    const auto it = std::find_if(m_vFiles.begin(), m_vFiles.end(), [&](const File& r) { return r.strName == pszName; });
-    return it == m_vFiles.end() ? nullptr : &*it;
+CabinetMemoryFile* CabinetContext::Find(const char* pszName) noexcept {
+    const auto it = m_mapFiles.find(std::string_view(pszName));
+    return it == m_mapFiles.end() ? nullptr : &it->second;
 }
 
 CabinetContext::OpenFile* CabinetContext::FromHandle(std::intptr_t hFile) noexcept {
@@ -60,18 +60,17 @@ void CabinetContext::Remember(Failure eFailure) noexcept {
 
 std::intptr_t CabinetContext::Open(const char* pszName, Mode eMode) noexcept {
     try {
-        File* pFile = Find(pszName);
+        CabinetMemoryFile* pFile = Find(pszName);
         if (eMode == Mode::Read && !pFile) {
             Remember(Failure::MissingFile);
             return NO_HANDLE;
         }
         if (!pFile) {
-            AddTarget(pszName, 0);
-            pFile = &m_vFiles.back();
+            pFile = &m_mapFiles[pszName];
         } else if (eMode == Mode::CreateReadWrite) {
-            pFile->oContents.Truncate();
+            pFile->Truncate();
         }
-        m_vOpen.push_back(OpenFile{&pFile->oContents});
+        m_vOpen.push_back(OpenFile{pFile});
         return static_cast<std::intptr_t>(m_vOpen.size());
     } catch (const std::bad_alloc&) {
         Remember(Failure::Memory);
@@ -125,12 +124,11 @@ int CabinetContext::Close(std::intptr_t hFile) noexcept {
     return 0;
 }
 
-/// Only the library's temporary files are deleted; the contents go, the entry stays for handles that are open on it.
+/// The library deletes its temporary files.  The contents go; the entry stays for handles that are open on it.
 int CabinetContext::Delete(const char* pszName) noexcept {
-    File* const pFile = Find(pszName);
+    CabinetMemoryFile* const pFile = Find(pszName);
     if (!pFile) return -1;
-    pFile->oContents.Take();
-    pFile->strName.clear();
+    pFile->Take();
     return 0;
 }
 
@@ -183,9 +181,8 @@ void CabinetContext::ThrowIfCompressionFailed(bool fSucceeded, CabinetStep eStep
     const CXString csError = DescribeCabinetError(eError, rError.iType);
     switch (eStep) {
         case CabinetStep::Create:
-            VLM_THROW(ExceptionCabinetLibraryConstructionFailure,
-                      VTEXT("Cabinet Library returned NULL from FCICreate()! Error %s.\r\n%s"), csError,
-                      VTEXT("The compression context could not be made."));
+            VLM_THROW(ExceptionCompression, VTEXT("Cabinet Library returned NULL from FCICreate()! Error %s.\r\n%s"),
+                      csError, VTEXT("The compression context could not be made."));
         case CabinetStep::AddFile:
             VLM_THROW(ExceptionCompression, VTEXT("Cabinet Library returned FALSE from FCIAddFile()! Error %s.\r\n%s"),
                       csError, VTEXT("The data could not be added to the cabinet image."));
@@ -211,9 +208,8 @@ void CabinetContext::ThrowIfExtractionFailed(bool fSucceeded, CabinetStep eStep,
     const CXString csError = DescribeCabinetError(eError, rError.iType);
     switch (eStep) {
         case CabinetStep::Create:
-            VLM_THROW(ExceptionCabinetLibraryConstructionFailure,
-                      VTEXT("Cabinet Library returned NULL from FDICreate()! Error %s.\r\n%s"), csError,
-                      VTEXT("The extraction context could not be made."));
+            VLM_THROW(ExceptionCompression, VTEXT("Cabinet Library returned NULL from FDICreate()! Error %s.\r\n%s"),
+                      csError, VTEXT("The extraction context could not be made."));
         case CabinetStep::Copy:
             VLM_THROW(ExceptionCompression, VTEXT("Cabinet Library returned FALSE from FDICopy()! Error %s.\r\n%s"),
                       csError, VTEXT("The data could not be extracted from the cabinet image."));

@@ -2,7 +2,8 @@
 /// One operation of the cabinet library on files in memory.
 #pragma once
 
-#include <deque>
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -35,8 +36,7 @@ public:
     std::vector<BYTE> TakeFile(const char* pszName) noexcept;
 
     /// After a compression: raises what a callback or the library failed at; returns after a success.
-    /// @throws ExceptionOutOfMemory, ExceptionFileOperationCompression, ExceptionCompression,
-    ///         ExceptionCabinetLibraryConstructionFailure.
+    /// @throws ExceptionOutOfMemory, ExceptionFileOperationCompression, ExceptionCompression.
     void ThrowIfCompressionFailed(bool fSucceeded, CabinetStep eStep, const CabinetError& rError) const;
     /// The same after an extraction.
     void ThrowIfExtractionFailed(bool fSucceeded, CabinetStep eStep, const CabinetError& rError) const;
@@ -51,10 +51,6 @@ public:
     void Release(void* pMemory) noexcept override;
 
 private:
-    struct File {
-        std::string strName;
-        CabinetMemoryFile oContents;
-    };
     struct OpenFile {
         CabinetMemoryFile* pContents = nullptr;  ///< null: closed
         std::size_t uPosition = 0;
@@ -68,12 +64,12 @@ private:
     /// What a callback failed at.
     enum class Failure : DWORD { None, Memory, WorkMemory, MissingFile, BadHandle, ReadOnly, TargetFull, BadPosition };
 
-    File* Find(const char* pszName) noexcept;
+    CabinetMemoryFile* Find(const char* pszName) noexcept;
     OpenFile* FromHandle(std::intptr_t hFile) noexcept;
     void Remember(Failure eFailure) noexcept;
     void ThrowCallbackFailure() const;
 
-    std::deque<File> m_vFiles;  // a deque: open handles point to its elements
+    std::map<std::string, CabinetMemoryFile, std::less<>> m_mapFiles;  // by name; open handles point into it
     std::vector<OpenFile> m_vOpen;
     BlockHead* m_pBlocks = nullptr;
     std::size_t m_cWorkBytes = 0;

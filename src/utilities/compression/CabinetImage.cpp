@@ -74,6 +74,7 @@ private:
     bool CheckFolder(std::size_t uFolder, WORD wFolder) noexcept;
     bool CheckBlock(std::size_t uBlock, bool fStored, bool fLast, DWORD dwFolderBytes,
                     std::size_t& rcOriginal) noexcept;
+    bool IsChecksumRight(const BYTE* pBlock, const BYTE* pData, std::size_t cData) const noexcept;
     bool CheckStream(std::size_t uBlock, bool fLast, DWORD dwFolderBytes) noexcept;
     bool CheckEntriesOf(WORD wFolder, DWORD dwFolderBytes) noexcept;
 
@@ -204,11 +205,17 @@ bool ImageCheck::CheckBlock(std::size_t uBlock, bool fStored, bool fLast, DWORD 
     if (!fFull && !(fShort && fLast)) return Refuse(CabinetDefect::BlockSize, uBlock + 6);
     if (fStored && cData != rcOriginal) return Refuse(CabinetDefect::BlockSize, uBlock + 4);
 
-    const DWORD dwChecksum = Get32(pBlock);
-    if (dwChecksum != 0 && dwChecksum != Checksum(pBlock + 4, cHead - 4, Checksum(pBlock + cHead, cData, 0))) {
-        return Refuse(CabinetDefect::BlockChecksum, uBlock);
-    }
+    if (!IsChecksumRight(pBlock, pBlock + cHead, cData)) return Refuse(CabinetDefect::BlockChecksum, uBlock);
     return fStored || CheckStream(uBlock, fLast, dwFolderBytes);
+}
+
+/// Zero stands for no checksum.  Writers disagree whether the reserve area is part of it; readers leave it out.
+bool ImageCheck::IsChecksumRight(const BYTE* pBlock, const BYTE* pData, std::size_t cData) const noexcept {
+    const DWORD dwChecksum = Get32(pBlock);
+    if (dwChecksum == 0) return true;
+    const DWORD dwData = Checksum(pData, cData, 0);
+    return dwChecksum == Checksum(pBlock + 4, 4, dwData) ||
+           dwChecksum == Checksum(pBlock + 4, 4 + m_cBlockReserve, dwData);
 }
 
 bool ImageCheck::CheckStream(std::size_t uBlock, bool fLast, DWORD dwFolderBytes) noexcept {
@@ -247,7 +254,8 @@ bool ImageCheck::CheckEntriesOf(WORD wFolder, DWORD dwFolderBytes) noexcept {
         m_uEntry = entry.uNext;
         --m_wEntriesLeft;
     }
-    if (m_rProfile.fStrict && dwNext != dwFolderBytes) return Refuse(CabinetDefect::FileRange, m_uEntry);
+    if (m_rProfile.fStrict && m_wEntriesLeft == 0 && dwNext != dwFolderBytes)
+        return Refuse(CabinetDefect::FileRange, m_uEntry);
     return true;
 }
 

@@ -7,7 +7,7 @@
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 #include "utilities/utilitiesdll/ByteBuffer.h"
-#include "utilities/utilitiesdll/detail/values/HexCodec.h"
+#include "utilities/utilitiesdll/HexText.h"
 
 namespace {
 
@@ -31,19 +31,14 @@ void DumpLines(const ByteBuffer& kbbData, Show show) {
 
 CXString ByteBuffer::ConvertByteBufferToHexBinaryString(const ByteBuffer& kbbData) {
     if (kbbData.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()) / 2) vlm::ThrowOutOfMemory();
-    CXString csHex;
-    if (kbbData.empty()) return csHex;
-    const int iUnits = static_cast<int>(2 * kbbData.size());
-    vlm::EncodeHex(kbbData.data(), kbbData.size(), csHex.GetBufferSetLength(iUnits));
-    csHex.ReleaseBuffer(iUnits);
-    return csHex;
+    return HexText::Encode(kbbData);
 }
 
 bool ByteBuffer::ConvertHexBinaryStringToByteBuffer(const CXString& kcsHex, ByteBuffer& rbbTarget, bool fReport) {
     const std::size_t cUnits = static_cast<std::size_t>(kcsHex.GetLength());
     ByteBuffer bbResult;
     bbResult.resize(cUnits / 2);
-    const std::size_t cGood = vlm::DecodeHex(kcsHex.GetLpcwstr(), cUnits, bbResult.data());
+    const std::size_t cGood = HexText::DecodeTo(kcsHex.View(), bbResult.data());
     if (cGood == cUnits) {
         rbbTarget = std::move(bbResult);
         return true;
@@ -77,12 +72,12 @@ bool ByteBuffer::ConvertValueToSingleHexChar(BYTE byValue, XCHAR& rchDigit, bool
         rchDigit = VTEXT('0');
         return false;
     }
-    rchDigit = (fLowerCase ? VTEXT("0123456789abcdef") : VTEXT("0123456789ABCDEF"))[byValue];
+    rchDigit = HexText::DigitOf(byValue, fLowerCase);
     return true;
 }
 
 bool ByteBuffer::ConvertSingleHexCharToValue(XCHAR chDigit, BYTE& rbyValue, bool fReport) {
-    const int iValue = vlm::HexDigitValue(chDigit);
+    const int iValue = HexText::ValueOf(chDigit);
     rbyValue = static_cast<BYTE>(iValue < 0 ? 0 : iValue);
     if (iValue < 0 && fReport) {
         VLM_REPORT_ERROR(DebugCategory::Utils,
@@ -97,7 +92,7 @@ bool ByteBuffer::ConvertSingleHexCharToValue(XCHAR chDigit, BYTE& rbyValue, bool
 void ByteBuffer::DumpAsHexBinary() const {
     DumpLines(*this, [](const BYTE* pbyLine, std::size_t cLine, XCHAR* pszText) {
         for (std::size_t i = 0; i < cLine; ++i) {
-            vlm::EncodeHex(pbyLine + i, 1, pszText + 3 * i);
+            HexText::EncodeTo(std::span(pbyLine + i, 1), pszText + 3 * i);
             pszText[3 * i + 2] = i + 1 < cLine ? VTEXT(' ') : VTEXT('\0');
         }
     });

@@ -11,7 +11,7 @@
 
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
-#include "utilities/utilitiesdll/detail/values/HexCodec.h"
+#include "utilities/utilitiesdll/HexText.h"
 #include "utilities/utilitiesdll/detail/values/Rounding.h"
 
 namespace {
@@ -36,7 +36,7 @@ bool ParseHexadecimal(XStringView digits, double& rdblValue) noexcept {
     if (digits.empty()) return false;
     ULONGLONG ullValue = 0;
     for (const XCHAR ch : digits) {
-        const int iDigit = vlm::HexDigitValue(ch);
+        const int iDigit = HexText::ValueOf(ch);
         if (iDigit < 0 || ullValue >> 60 != 0) return false;
         ullValue = ullValue << 4 | static_cast<ULONGLONG>(iDigit);
     }
