@@ -111,7 +111,7 @@ AttributeBytesIndexedList MakeDocumentSettings() {
         oTray.Add(AttributeBytesNewFeatureId(VTEXT("Weight")), AttributeBytesIntegerValue(80 + 10 * lTray));
         oList.SetAttributeBytes(Id(F_TRAYS + 10 + lTray), oTray.Get());
     }
-    for (LONG lStep = 0; lStep < 40; ++lStep) {
+    for (LONG lStep = 0; lStep < 70; ++lStep) {
         oList.SetAttributeBytes(Id(F_ADJUSTMENT + 10 + lStep), AttributeBytesIntegerValue((lStep * 7) % 21 - 10));
     }
     for (LONG lSwitch = 0; lSwitch < 40; ++lSwitch) {
