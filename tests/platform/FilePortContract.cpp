@@ -294,7 +294,7 @@ TEST_P(FilePortContract, FoldersAreMadeOneAtATime) {
 TEST_P(FilePortContract, NamesMayBeLongForeignAndOfBothSlashes) {
     XString folder = m_folder;
     for (int i = 0; i < 4; ++i) {
-        folder += VTEXT('\\') + XString(90, VTEXT('n'));
+        folder.append(1, VTEXT('\\')).append(90, VTEXT('n'));
         EXPECT_EQ(Files().CreateDirectoryAt(folder.c_str()), Status::Success);
     }
     XString path = folder + VTEXT("\\Gr\u00FCn \u20AC \U0001F600.bin");

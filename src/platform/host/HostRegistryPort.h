@@ -11,7 +11,7 @@ namespace vlm::host {
 
 class StoreTransaction;
 
-/// Every call is one transaction of the store: done as a whole and on the medium when it answers Success, or not at
+/// Every call is one transaction of the store: done as a whole and in the file when it answers Success, or not at
 /// all. The current user's hive is HKEY_USERS\S-1-5-21-0-0-0-(user number); HKEY_CLASSES_ROOT is
 /// HKEY_LOCAL_MACHINE\Software\Classes.  A store that cannot be opened, read or written answers with what is wrong with
 /// the file: PathNotFound, AccessDenied, WriteProtect, BadDatabase, DiskFull, Busy.
