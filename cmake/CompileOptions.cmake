@@ -27,6 +27,9 @@ if(WIN32)
     target_compile_options(q9_options INTERFACE -Wa,-muse-unaligned-vector-move)
 endif()
 
+# An exported function may then be inlined into its neighbours; clang and Windows take this for granted.
+target_compile_options(q9_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+
 # Hardening that costs next to nothing.  Not on Windows: the guard's start-up code in libssp asks CryptoAPI for
 # random bytes from a constructor, which would load a library under the loader lock of the spooler.
 if(NOT WIN32)

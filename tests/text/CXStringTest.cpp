@@ -260,6 +260,22 @@ TEST(CXString, SearchComparisonAndCaseAgreeWithThePlainForm) {
     }
 }
 
+TEST(CXString, ADifferenceIsFoundAtEveryPlaceOfEveryLength) {
+    for (int iLength = 1; iLength < 70; ++iLength) {
+        const CXString csText(VTEXT('m'), iLength);
+        for (int iPlace = 0; iPlace < iLength; ++iPlace) {
+            CXString csOther(csText);
+            csOther.SetAt(iPlace, VTEXT('N'));
+            ASSERT_EQ(csText.Compare(csOther), 'm' - 'N') << iLength << ' ' << iPlace;
+            ASSERT_EQ(csText.CompareNoCase(csOther), 'm' - 'n') << iLength << ' ' << iPlace;
+            ASSERT_EQ(csOther.Find(VTEXT('N')), iPlace);
+            ASSERT_EQ(CXString(csOther).MakeLower()[iPlace], VTEXT('n'));
+            csOther.SetAt(iPlace, VTEXT('M'));
+            ASSERT_EQ(csText.CompareNoCase(csOther), 0);
+        }
+    }
+}
+
 TEST(CXString, PartsAreClampedToTheText) {
     const CXString csText(VTEXT("abcde"));
     EXPECT_EQ(csText.Left(2), VTEXT("ab"));

@@ -51,11 +51,6 @@ void CXString::FreeData(CXStringData* pData) noexcept {
     Services::ReleaseBlock(pData);
 }
 
-bool CXString::IsOwn() const noexcept {
-    const std::int32_t lRefs = Data()->m_lRefs.load(std::memory_order_acquire);
-    return lRefs == 1 || lRefs == CXStringData::LOCKED;
-}
-
 void CXString::TakeBlock(CXStringData* pData) noexcept {
     if (IsLocked()) pData->m_lRefs.store(CXStringData::LOCKED, std::memory_order_relaxed);
     CXStringData* const pFormer = Data();

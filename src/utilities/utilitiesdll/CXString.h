@@ -349,7 +349,10 @@ private:
     CXStringData* Data() const noexcept { return CXStringData::FromText(m_pchData); }
     bool IsLocked() const noexcept { return Data()->m_lRefs.load(std::memory_order_relaxed) == CXStringData::LOCKED; }
     /// True when no other string can see a change of the block.
-    bool IsOwn() const noexcept;
+    bool IsOwn() const noexcept {
+        const std::int32_t lRefs = Data()->m_lRefs.load(std::memory_order_acquire);
+        return lRefs == 1 || lRefs == CXStringData::LOCKED;
+    }
     /// Replaces the block by a new one, keeping a lock.
     void TakeBlock(CXStringData* pData) noexcept;
     /// Shortens (or, within the capacity, lengthens) the text of an own block.

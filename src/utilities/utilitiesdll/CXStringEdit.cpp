@@ -55,8 +55,7 @@ CXString Replaced(Finder pfnFind, const CXString& kcsText, XStringView oldText, 
 }  // namespace
 
 CXString& CXString::MakeUpper() {
-    const auto* const pchFirst = std::find_if(begin(), end(), vlm::text::IsLower);
-    if (pchFirst == end()) return *this;
+    if (!vlm::text::HasLower(m_pchData, View().size())) return *this;
     if (IsOwn()) {
         vlm::text::CopyUpper(m_pchData, m_pchData, View().size());
     } else {
@@ -68,8 +67,7 @@ CXString& CXString::MakeUpper() {
 }
 
 CXString& CXString::MakeLower() {
-    const auto* const pchFirst = std::find_if(begin(), end(), vlm::text::IsUpper);
-    if (pchFirst == end()) return *this;
+    if (!vlm::text::HasUpper(m_pchData, View().size())) return *this;
     if (IsOwn()) {
         vlm::text::CopyLower(m_pchData, m_pchData, View().size());
     } else {
@@ -207,6 +205,6 @@ int CXString::Filter(XStringArg set, CXString& rcsResult, bool fKeep, bool fIgno
         csResult.ReleaseBuffer(static_cast<int>(pchEnd - pchBuffer));
     }
     const int iLeftOut = GetLength() - csResult.GetLength();
-    rcsResult = csResult;
+    rcsResult.AssignResult(csResult);
     return iLeftOut;
 }

@@ -86,14 +86,16 @@ FormatSpec ParseSpec(const XCHAR* pchPercent) noexcept {
     FormatSpec oSpec;
     oSpec.m_pchFirst = pchPercent;
     const XCHAR* pch = pchPercent + 1;
-    while (const std::uint8_t byFlag = FlagOf(*pch)) {
-        oSpec.m_byFlags |= byFlag;
-        ++pch;
-    }
-    oSpec.m_iWidth = ParseCount(pch, FormatSpec::ABSENT, oSpec.m_bClamped);
-    if (*pch == XCHAR('.')) {
-        ++pch;
-        oSpec.m_iPrecision = ParseCount(pch, 0, oSpec.m_bClamped);
+    if (*pch < XCHAR('A')) {  // flags, widths and precisions all come before the letters
+        while (const std::uint8_t byFlag = FlagOf(*pch)) {
+            oSpec.m_byFlags |= byFlag;
+            ++pch;
+        }
+        oSpec.m_iWidth = ParseCount(pch, FormatSpec::ABSENT, oSpec.m_bClamped);
+        if (*pch == XCHAR('.')) {
+            ++pch;
+            oSpec.m_iPrecision = ParseCount(pch, 0, oSpec.m_bClamped);
+        }
     }
     oSpec.m_eSize = ParseSize(pch);
     oSpec.m_chConversion = *pch;

@@ -20,6 +20,9 @@ using vlm::text::IsLowSurrogate;
 
 constexpr XCHAR REPLACEMENT = 0xFFFD;
 
+/// Units converted on the stack at a time.
+constexpr std::size_t SMALL = 512;
+
 /// Widens a run of ASCII, a few bytes more than it is long if the target has room for them.  @return its length.
 std::size_t WidenRun(const unsigned char* pby, std::size_t cBytes, XCHAR* pchTarget) noexcept {
     std::size_t u = 0;
@@ -37,6 +40,13 @@ std::size_t WidenRun(const unsigned char* pby, std::size_t cBytes, XCHAR* pchTar
     for (; u < cBytes && pby[u] < 0x80; ++u)
         pchTarget[u] = pby[u];
     return u;
+}
+
+char* PutThree(char* pch, XCHAR ch) noexcept {
+    *pch++ = static_cast<char>(0xE0 | ch >> 12);
+    *pch++ = static_cast<char>(0x80 | (ch >> 6 & 0x3F));
+    *pch++ = static_cast<char>(0x80 | (ch & 0x3F));
+    return pch;
 }
 
 /// A sequence of two to four bytes, or what is wrong with it.
@@ -88,10 +98,25 @@ TextCodecResult TextCodec::DecodeUtf8(std::string_view bytes, XCHAR* pchTarget, 
     std::size_t u = 0;
     XCHAR* pch = pchTarget;
     while (u < cBytes) {
-        if (pby[u] < 0x80) {
+        const unsigned char byLead = pby[u];
+        if (byLead < 0x80) {
+            // A lone blank between words is the usual run: the wide loop starts with the second unit in a row.
+            *pch++ = byLead;
+            if (++u == cBytes || pby[u] >= 0x80) continue;
             const std::size_t cRun = WidenRun(pby + u, cBytes - u, pch);
             u += cRun;
             pch += cRun;
+            continue;
+        }
+        // The two usual shapes first; whatever is not plainly one of them goes the long way.
+        if (byLead >= 0xC2 && byLead < 0xE0 && u + 2 <= cBytes && IsTail(pby[u + 1])) {
+            *pch++ = static_cast<XCHAR>((byLead & 0x1F) << 6 | (pby[u + 1] & 0x3F));
+            u += 2;
+            continue;
+        }
+        if (byLead > 0xE0 && byLead < 0xED && u + 3 <= cBytes && IsTail(pby[u + 1]) && IsTail(pby[u + 2])) {
+            *pch++ = static_cast<XCHAR>((byLead & 0x0F) << 12 | (pby[u + 1] & 0x3F) << 6 | (pby[u + 2] & 0x3F));
+            u += 3;
             continue;
         }
         const Sequence oSequence = ReadSequence(pby + u, cBytes - u, bSurrogates);
@@ -120,69 +145,87 @@ TextCodecResult TextCodec::EncodeUtf8(XStringView text, char* pchTarget, TextCod
     std::size_t u = 0;
     char* pch = pchTarget;
     while (u < cUnits) {
-        const XCHAR ch = pchText[u];
-        if (ch < 0x80) {
-            const std::size_t cRun = vlm::text::CountAscii(pchText + u, cUnits - u);
-            vlm::text::NarrowAscii(pchText + u, cRun, pch);
-            u += cRun;
-            pch += cRun;
-        } else if (ch < 0x800) {
-            *pch++ = static_cast<char>(0xC0 | ch >> 6);
-            *pch++ = static_cast<char>(0x80 | (ch & 0x3F));
-            ++u;
-        } else if ((ch & 0xF800) != 0xD800) {
-            *pch++ = static_cast<char>(0xE0 | ch >> 12);
-            *pch++ = static_cast<char>(0x80 | (ch >> 6 & 0x3F));
-            *pch++ = static_cast<char>(0x80 | (ch & 0x3F));
-            ++u;
-        } else if (IsHighSurrogate(ch) && u + 1 < cUnits && IsLowSurrogate(pchText[u + 1])) {
-            const char32_t chValue =
-                0x10000 + ((static_cast<char32_t>(ch) & 0x3FF) << 10 | (static_cast<char32_t>(pchText[u + 1]) & 0x3FF));
-            *pch++ = static_cast<char>(0xF0 | chValue >> 18);
-            *pch++ = static_cast<char>(0x80 | (chValue >> 12 & 0x3F));
-            *pch++ = static_cast<char>(0x80 | (chValue >> 6 & 0x3F));
-            *pch++ = static_cast<char>(0x80 | (chValue & 0x3F));
-            u += 2;
-        } else {
-            if (eRule == TCR_STRICT) return {u, static_cast<std::size_t>(pch - pchTarget), false};
-            const XCHAR chKept = eRule == TCR_REPLACE ? REPLACEMENT : ch;
-            *pch++ = static_cast<char>(0xE0 | chKept >> 12);
-            *pch++ = static_cast<char>(0x80 | (chKept >> 6 & 0x3F));
-            *pch++ = static_cast<char>(0x80 | (chKept & 0x3F));
-            ++u;
+#ifdef __SSE2__
+        if (u + 8 <= cUnits) {
+            const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pchText + u));
+            const __m128i high = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xFF80)));
+            if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())) == 0xFFFF) {
+                _mm_storel_epi64(reinterpret_cast<__m128i*>(pch), _mm_packus_epi16(units, units));
+                u += 8;
+                pch += 8;
+                continue;
+            }
+        }
+#endif
+        // Eight units one by one before the next try with all at once.
+        for (const std::size_t uEnd = std::min(u + 8, cUnits); u < uEnd;) {
+            const XCHAR ch = pchText[u];
+            if (ch < 0x80) {
+                *pch++ = static_cast<char>(ch);
+                ++u;
+            } else if (ch < 0x800) {
+                *pch++ = static_cast<char>(0xC0 | ch >> 6);
+                *pch++ = static_cast<char>(0x80 | (ch & 0x3F));
+                ++u;
+            } else if ((ch & 0xF800) != 0xD800) {
+                pch = PutThree(pch, ch);
+                ++u;
+            } else if (IsHighSurrogate(ch) && u + 1 < cUnits && IsLowSurrogate(pchText[u + 1])) {
+                const char32_t chValue = 0x10000 + ((static_cast<char32_t>(ch) & 0x3FF) << 10 |
+                                                    (static_cast<char32_t>(pchText[u + 1]) & 0x3FF));
+                *pch++ = static_cast<char>(0xF0 | chValue >> 18);
+                *pch++ = static_cast<char>(0x80 | (chValue >> 12 & 0x3F));
+                *pch++ = static_cast<char>(0x80 | (chValue >> 6 & 0x3F));
+                *pch++ = static_cast<char>(0x80 | (chValue & 0x3F));
+                u += 2;
+            } else {
+                if (eRule == TCR_STRICT) return {u, static_cast<std::size_t>(pch - pchTarget), false};
+                pch = PutThree(pch, eRule == TCR_REPLACE ? REPLACEMENT : ch);
+                ++u;
+            }
         }
     }
     return {u, static_cast<std::size_t>(pch - pchTarget), true};
 }
 
 bool TextCodec::Utf8ToUtf16(std::string_view bytes, CXString& rcsResult, TextCodecRule eRule, std::size_t* puBad) {
-    CXString csResult;
-    if (!bytes.empty()) {
-        XCHAR* const pchBuffer = csResult.GetBuffer(vlm::text::CheckedLength(bytes.size()));
-        const TextCodecResult oResult = DecodeUtf8(bytes, pchBuffer, eRule);
-        if (!oResult.m_bOk) {
-            if (puBad) *puBad = oResult.m_cRead;
-            rcsResult.Empty();
-            return false;
-        }
-        csResult.ReleaseBuffer(static_cast<int>(oResult.m_cWritten));
-        csResult.FreeExtra();
+    XCHAR achSmall[SMALL];
+    CXString csLarge;
+    XCHAR* const pchBuffer =
+        bytes.size() <= SMALL ? achSmall : csLarge.GetBuffer(vlm::text::CheckedLength(bytes.size()));
+    const TextCodecResult oResult = DecodeUtf8(bytes, pchBuffer, eRule);
+    if (!oResult.m_bOk) {
+        if (puBad) *puBad = oResult.m_cRead;
+        rcsResult.Empty();
+        return false;
     }
-    rcsResult = csResult;
+    if (pchBuffer == achSmall) {
+        rcsResult = XStringView(achSmall, oResult.m_cWritten);
+    } else {
+        csLarge.ReleaseBuffer(static_cast<int>(oResult.m_cWritten));
+        csLarge.FreeExtra();
+        rcsResult = csLarge;
+    }
     return true;
 }
 
 bool TextCodec::Utf16ToUtf8(XStringView text, std::string& rstrResult, TextCodecRule eRule, std::size_t* puBad) {
-    // Three bytes for a surrogate are one too many where it has its other half; the string is cut to what was written.
-    std::size_t cBytes = text.size();
-    for (const XCHAR ch : text)
-        cBytes += (ch >= 0x80 ? 1u : 0u) + (ch >= 0x800 ? 1u : 0u);
-    std::string strResult(cBytes, '\0');
-    const TextCodecResult oResult = EncodeUtf8(text, strResult.data(), eRule);
-    strResult.resize(oResult.m_bOk ? oResult.m_cWritten : 0);
-    if (!oResult.m_bOk && puBad) *puBad = oResult.m_cRead;
+    std::string strResult;
+    strResult.reserve(text.size());
+    char achPart[SMALL * 3];
+    for (std::size_t u = 0; u < text.size();) {
+        const XStringView part = CutAtCharacter(text.substr(u), SMALL);
+        const TextCodecResult oResult = EncodeUtf8(part, achPart, eRule);
+        if (!oResult.m_bOk) {
+            if (puBad) *puBad = u + oResult.m_cRead;
+            rstrResult.clear();
+            return false;
+        }
+        strResult.append(achPart, oResult.m_cWritten);
+        u += part.size();
+    }
     rstrResult.swap(strResult);
-    return oResult.m_bOk;
+    return true;
 }
 
 CXString TextCodec::Utf8ToUtf16(std::string_view bytes) {

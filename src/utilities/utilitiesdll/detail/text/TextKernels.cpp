@@ -2,6 +2,7 @@
 /// Inner loops over runs of code units.
 #include "utilities/utilitiesdll/detail/text/TextKernels.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -33,12 +34,14 @@ std::size_t FirstUnit(unsigned uMask) noexcept {
     return static_cast<std::size_t>(std::countr_zero(uMask)) / 2;
 }
 
-/// 0x20 in each unit from chFirst to chFirst + 25, 0 elsewhere.
-__m128i CaseBits(__m128i units, XCHAR chFirst) noexcept {
+/// All ones in each unit from chFirst to chFirst + 25, 0 elsewhere.
+__m128i InRange(__m128i units, XCHAR chFirst) noexcept {
     // Shifted so that the wanted range is the lowest of the signed numbers: one comparison tells it.
     const __m128i shifted = _mm_add_epi16(units, _mm_set1_epi16(static_cast<short>(0x8000 - chFirst)));
-    const __m128i inside = _mm_cmplt_epi16(shifted, _mm_set1_epi16(static_cast<short>(-0x8000 + 26)));
-    return _mm_and_si128(inside, _mm_set1_epi16(0x20));
+    return _mm_cmplt_epi16(shifted, _mm_set1_epi16(static_cast<short>(-0x8000 + 26)));
+}
+__m128i CaseBits(__m128i units, XCHAR chFirst) noexcept {
+    return _mm_and_si128(InRange(units, chFirst), _mm_set1_epi16(0x20));
 }
 __m128i Lower(__m128i units) noexcept {
     return _mm_or_si128(units, CaseBits(units, XCHAR('A')));
@@ -50,25 +53,47 @@ __m128i Upper(__m128i units) noexcept {
 }  // namespace
 
 std::size_t Mismatch(const XCHAR* pchLeft, const XCHAR* pchRight, std::size_t cUnits) noexcept {
-    std::size_t u = 0;
-    for (; u + STEP <= cUnits; u += STEP) {
-        const unsigned uEqual = Mask(_mm_cmpeq_epi16(Load(pchLeft + u), Load(pchRight + u)));
-        if (uEqual != 0xFFFF) return u + FirstUnit(~uEqual);
+    if (cUnits < STEP) {
+        std::size_t u = 0;
+        while (u < cUnits && pchLeft[u] == pchRight[u])
+            ++u;
+        return u;
     }
-    while (u < cUnits && pchLeft[u] == pchRight[u])
-        ++u;
-    return u;
+    const auto differ = [&](std::size_t u) {
+        return Mask(_mm_cmpeq_epi16(Load(pchLeft + u), Load(pchRight + u))) ^ 0xFFFF;
+    };
+    std::size_t u = 0;
+    for (; u + 2 * STEP <= cUnits; u += 2 * STEP) {
+        const __m128i first = _mm_cmpeq_epi16(Load(pchLeft + u), Load(pchRight + u));
+        const __m128i second = _mm_cmpeq_epi16(Load(pchLeft + u + STEP), Load(pchRight + u + STEP));
+        if (Mask(_mm_and_si128(first, second)) != 0xFFFF) break;  // the steps below find the place
+    }
+    for (; u + STEP <= cUnits; u += STEP) {
+        if (const unsigned uDiffer = differ(u)) return u + FirstUnit(uDiffer);
+    }
+    if (u == cUnits) return cUnits;
+    // The last step overlaps units that are known to be equal.
+    const unsigned uDiffer = differ(cUnits - STEP);
+    return uDiffer ? cUnits - STEP + FirstUnit(uDiffer) : cUnits;
 }
 
 std::size_t MismatchNoCase(const XCHAR* pchLeft, const XCHAR* pchRight, std::size_t cUnits) noexcept {
+    if (cUnits < STEP) {
+        std::size_t u = 0;
+        while (u < cUnits && ToLower(pchLeft[u]) == ToLower(pchRight[u]))
+            ++u;
+        return u;
+    }
+    const auto differ = [&](std::size_t u) {
+        return Mask(_mm_cmpeq_epi16(Lower(Load(pchLeft + u)), Lower(Load(pchRight + u)))) ^ 0xFFFF;
+    };
     std::size_t u = 0;
     for (; u + STEP <= cUnits; u += STEP) {
-        const unsigned uEqual = Mask(_mm_cmpeq_epi16(Lower(Load(pchLeft + u)), Lower(Load(pchRight + u))));
-        if (uEqual != 0xFFFF) return u + FirstUnit(~uEqual);
+        if (const unsigned uDiffer = differ(u)) return u + FirstUnit(uDiffer);
     }
-    while (u < cUnits && ToLower(pchLeft[u]) == ToLower(pchRight[u]))
-        ++u;
-    return u;
+    if (u == cUnits) return cUnits;
+    const unsigned uDiffer = differ(cUnits - STEP);
+    return uDiffer ? cUnits - STEP + FirstUnit(uDiffer) : cUnits;
 }
 
 std::size_t FindUnit(const XCHAR* pchText, std::size_t cUnits, XCHAR ch) noexcept {
@@ -137,6 +162,22 @@ std::size_t FindTextNoCase(const XCHAR* pchText, std::size_t cUnits, const XCHAR
     return NOT_FOUND;
 }
 
+bool HasLower(const XCHAR* pchText, std::size_t cUnits) noexcept {
+    std::size_t u = 0;
+    for (; u + STEP <= cUnits; u += STEP) {
+        if (Mask(InRange(Load(pchText + u), XCHAR('a')))) return true;
+    }
+    return std::any_of(pchText + u, pchText + cUnits, IsLower);
+}
+
+bool HasUpper(const XCHAR* pchText, std::size_t cUnits) noexcept {
+    std::size_t u = 0;
+    for (; u + STEP <= cUnits; u += STEP) {
+        if (Mask(InRange(Load(pchText + u), XCHAR('A')))) return true;
+    }
+    return std::any_of(pchText + u, pchText + cUnits, IsUpper);
+}
+
 void CopyLower(XCHAR* pchTarget, const XCHAR* pchSource, std::size_t cUnits) noexcept {
     std::size_t u = 0;
     for (; u + STEP <= cUnits; u += STEP)
@@ -196,6 +237,14 @@ std::size_t FindTextNoCase(const XCHAR* pchText, std::size_t cUnits, const XCHAR
         if (MismatchNoCase(pchText + u, pchPattern, cPattern) == cPattern) return u;
     }
     return NOT_FOUND;
+}
+
+bool HasLower(const XCHAR* pchText, std::size_t cUnits) noexcept {
+    return std::any_of(pchText, pchText + cUnits, IsLower);
+}
+
+bool HasUpper(const XCHAR* pchText, std::size_t cUnits) noexcept {
+    return std::any_of(pchText, pchText + cUnits, IsUpper);
 }
 
 void CopyLower(XCHAR* pchTarget, const XCHAR* pchSource, std::size_t cUnits) noexcept {

@@ -47,6 +47,10 @@ std::size_t FindText(const XCHAR* pchText, std::size_t cUnits, const XCHAR* pchP
 std::size_t FindTextNoCase(const XCHAR* pchText, std::size_t cUnits, const XCHAR* pchPattern,
                            std::size_t cPattern) noexcept;
 
+/// Whether any unit is a to z, or A to Z.
+bool HasLower(const XCHAR* pchText, std::size_t cUnits) noexcept;
+bool HasUpper(const XCHAR* pchText, std::size_t cUnits) noexcept;
+
 /// Folds A to Z (or a to z) from one run to another, which may be the same.
 void CopyLower(XCHAR* pchTarget, const XCHAR* pchSource, std::size_t cUnits) noexcept;
 void CopyUpper(XCHAR* pchTarget, const XCHAR* pchSource, std::size_t cUnits) noexcept;
