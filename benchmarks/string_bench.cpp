@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -16,7 +17,7 @@ using Text = std::u16string;
 
 /// libstdc++ skips atomic operations while a process has one thread only; a library inside a spooler never has.
 const bool gbThreaded = [] {
-    std::thread([] {}).join();
+    std::thread([] { std::this_thread::sleep_for(std::chrono::hours(24)); }).detach();
     return true;
 }();
 

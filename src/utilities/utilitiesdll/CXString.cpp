@@ -208,7 +208,14 @@ int CXString::SafeStrlen(const char* pszText) noexcept {
 // ---- concatenation ----
 
 CXString& CXString::operator+=(XStringArg text) {
-    ConcatInPlace(text.size(), text.data());
+    const std::size_t cOld = View().size();
+    if (IsOwn() && text.size() <= ClampCount(GetAllocLength()) - cOld) {
+        vlm::text::CopyShort(m_pchData + cOld, text.data(), text.size());
+        Data()->m_lLength = static_cast<std::int32_t>(cOld + text.size());
+        m_pchData[cOld + text.size()] = XCHAR();
+    } else {
+        ConcatInPlace(text.size(), text.data());
+    }
     return *this;
 }
 

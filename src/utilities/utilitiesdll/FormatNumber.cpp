@@ -113,6 +113,10 @@ void PutInteger(FormatWriter& roWriter, const FormatSpec& koSpec, std::uint64_t 
             break;
     }
     const std::size_t cDigits = static_cast<std::size_t>(pchEnd - pchFirst);
+    if (cDigits > 0 && koSpec.m_byFlags == 0 && koSpec.m_iWidth <= 0 && koSpec.m_iPrecision < 0) {
+        if (oPrefix.m_c) *--pchFirst = XCHAR('-');  // room for it: a signed number has fewer digits than the array
+        return roWriter.Append(pchFirst, static_cast<std::size_t>(pchEnd - pchFirst));
+    }
     // Without a precision at least one digit is shown; a precision switches the zero flag off.
     const std::size_t cLeast = koSpec.m_iPrecision >= 0 ? static_cast<std::size_t>(koSpec.m_iPrecision) : 1;
     std::size_t cZeros = cLeast > cDigits ? cLeast - cDigits : 0;

@@ -17,7 +17,7 @@ using vlm::pool::BLOCK_BYTES;
 using vlm::pool::CLASS_COUNT;
 using vlm::pool::ClassOf;
 using vlm::pool::FreeBlock;
-using vlm::pool::ListCap;
+using vlm::pool::LIST_CAPS;
 using vlm::pool::Poison;
 using vlm::pool::Unpoison;
 
@@ -201,7 +201,7 @@ void ReleaseToClass(std::size_t uClass, void* pBlock) noexcept {
     Unpoison(pBlock, BLOCK_BYTES[uClass]);
     roList.Push(static_cast<FreeBlock*>(pBlock));
     Poison(pBlock, BLOCK_BYTES[uClass]);
-    if (roList.Count() > ListCap(uClass)) gReserve.m_oReserve.TakeBack(uClass, roList, ListCap(uClass) / 2);
+    if (roList.Count() > LIST_CAPS[uClass]) gReserve.m_oReserve.TakeBack(uClass, roList, LIST_CAPS[uClass] / 2);
 }
 
 }  // namespace

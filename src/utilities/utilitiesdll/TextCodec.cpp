@@ -210,10 +210,11 @@ bool TextCodec::Utf8ToUtf16(std::string_view bytes, CXString& rcsResult, TextCod
 }
 
 bool TextCodec::Utf16ToUtf8(XStringView text, std::string& rstrResult, TextCodecRule eRule, std::size_t* puBad) {
-    std::string strResult;
-    strResult.reserve(text.size());
+    const std::size_t cAscii = vlm::text::CountAscii(text.data(), text.size());
+    std::string strResult(cAscii, '\0');
+    vlm::text::NarrowAscii(text.data(), cAscii, strResult.data());
     char achPart[SMALL * 3];
-    for (std::size_t u = 0; u < text.size();) {
+    for (std::size_t u = cAscii; u < text.size();) {
         const XStringView part = CutAtCharacter(text.substr(u), SMALL);
         const TextCodecResult oResult = EncodeUtf8(part, achPart, eRule);
         if (!oResult.m_bOk) {

@@ -29,11 +29,12 @@ public:
 
     void Append(const XCHAR* pchText, std::size_t cUnits) noexcept {
         if (cUnits > m_cEnd - m_cUnits && !Grow(cUnits)) return AppendCut(pchText, cUnits);
-        text::CopyUnits(m_pchText + m_cUnits, pchText, cUnits);
+        text::CopyShort(m_pchText + m_cUnits, pchText, cUnits);
         m_cUnits += cUnits;
     }
     void Append(XStringView text) noexcept { Append(text.data(), text.size()); }
     void Fill(XCHAR ch, std::size_t cUnits) noexcept {
+        if (cUnits == 0) return;
         if (cUnits > m_cEnd - m_cUnits && !Grow(cUnits)) cUnits = m_cEnd - m_cUnits;
         std::fill_n(m_pchText + m_cUnits, cUnits, ch);
         m_cUnits += cUnits;

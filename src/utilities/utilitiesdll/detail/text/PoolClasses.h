@@ -47,22 +47,34 @@ constexpr std::size_t ClassOf(std::size_t cBytes) noexcept {
 }
 
 /// Blocks that a thread's list may hold before half of them go to the reserve: 64 KiB worth of them.
-constexpr std::size_t ListCap(std::size_t uClass) noexcept {
-    return 65536u / BLOCK_BYTES[uClass];
-}
+inline constexpr auto LIST_CAPS = [] {
+    std::array<std::uint16_t, CLASS_COUNT> awCaps{};
+    for (std::size_t u = 0; u < CLASS_COUNT; ++u)
+        awCaps[u] = static_cast<std::uint16_t>(65536u / BLOCK_BYTES[u]);
+    return awCaps;
+}();
 
 /// Bytes of a string block: header, text and terminator.
 constexpr std::size_t StringBytes(std::size_t cCapacity) noexcept {
     return cCapacity * 2 + 14;
 }
 
+/// Capacity of each length up to 64, in one look.
+inline constexpr auto SMALL_CAPACITIES = [] {
+    std::array<std::uint8_t, 65> abyCapacity{};
+    for (std::size_t u = 0; u < abyCapacity.size(); ++u) {
+        for (const std::uint8_t byCapacity : {64, 32, 24, 20, 16, 12, 6}) {
+            if (u <= byCapacity) abyCapacity[u] = byCapacity;
+        }
+    }
+    return abyCapacity;
+}();
+
 /// Capacity that a string of `cUnits` gets.
 constexpr std::size_t CapacityFor(std::size_t cUnits) noexcept {
+    if (cUnits <= 64) return SMALL_CAPACITIES[cUnits];
     if (cUnits > 512) return cUnits;
-    for (const std::size_t cCapacity : {6u, 12u, 16u, 20u, 24u, 32u, 64u, 128u, 256u}) {
-        if (cUnits <= cCapacity) return cCapacity;
-    }
-    return 512;
+    return cUnits <= 128 ? 128 : cUnits <= 256 ? 256 : 512;
 }
 
 inline void Poison([[maybe_unused]] void* pBlock, [[maybe_unused]] std::size_t cBytes) noexcept {
