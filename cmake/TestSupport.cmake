@@ -23,7 +23,8 @@ target_link_libraries(q9_test_options INTERFACE q9_options q9_link_options Threa
 # Tests of release code need not be fast themselves; and GCC 12 sees copies beyond the end of short standard strings
 # that nobody makes.
 target_compile_options(q9_test_options INTERFACE
-    $<$<CONFIG:Release>:-O1> $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread>)
+    $<$<CONFIG:Release>:-O1>
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread>)
 
 # Reduces a list of files to those with a line that matches.
 function(q9_keep_files_with list regex)

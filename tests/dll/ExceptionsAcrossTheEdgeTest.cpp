@@ -26,6 +26,9 @@ public:
     using ExceptionFile::ExceptionFile;
 };
 
+/// What the program throws when memory has run out; unlike the library's exceptions it takes none itself.
+class OutOfPaper : public std::exception {};
+
 /// Makes the library's pools find no more memory.
 class NoMemory {
 public:
@@ -76,12 +79,11 @@ TEST(Exceptions, ThrownInTheProgramAreKnownToTheLibrary) {
 }
 
 TEST(Exceptions, OfTheProgramPassThroughTheLibrary) {
-    const MemoryPool::OutOfMemoryHandler pfnFormer = MemoryPool::ExchangeOutOfMemoryHandler(
-        [] { throw ProgramException(VTEXT("m"), VTEXT("f"), 1, VTEXT("A::B"), nullptr); });
+    const MemoryPool::OutOfMemoryHandler pfnFormer = MemoryPool::ExchangeOutOfMemoryHandler([] { throw OutOfPaper(); });
     const auto raise = [] { CXString().GetBufferSetLength(100000); };
     {
         const NoMemory noMemory;
-        EXPECT_THROW(raise(), ProgramException);
+        EXPECT_THROW(raise(), OutOfPaper);
     }
     MemoryPool::ExchangeOutOfMemoryHandler(pfnFormer);
 }
