@@ -1,0 +1,22 @@
+/// @file
+/// Every command of the tool; each function describes its commands to the command line.
+#pragma once
+
+namespace vlm::tool {
+
+class CommandLine;
+
+void AddSettingsShow(CommandLine& rLine);
+void AddSettingsBuild(CommandLine& rLine);
+void AddSettingsEdit(CommandLine& rLine);  ///< get, set, delete
+void AddSettingsDiff(CommandLine& rLine);
+void AddSettingsVerify(CommandLine& rLine);
+void AddState(CommandLine& rLine);  ///< pack, unpack, info
+void AddCab(CommandLine& rLine);    ///< list, test, extract
+void AddHash(CommandLine& rLine);
+void AddFind(CommandLine& rLine);
+void AddDimension(CommandLine& rLine);
+void AddDemo(CommandLine& rLine);
+void AddHelp(CommandLine& rLine);  ///< help, completion
+
+}  // namespace vlm::tool

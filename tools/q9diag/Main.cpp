@@ -1,0 +1,69 @@
+// q9diag: the diagnostic tool of the printer drivers' utility library.
+#include <algorithm>
+#include <cstdio>
+
+#include "CommandLine.h"
+#include "Commands.h"
+#include "Failure.h"
+#include "LogSink.h"
+#include "Output.h"
+#include "platform/ProgramImpl.h"
+
+namespace vlm::tool {
+
+namespace {
+
+void DescribeCommands(CommandLine& rLine) {
+    rLine.Noun("settings", "Stored print settings");
+    AddSettingsShow(rLine);
+    AddSettingsBuild(rLine);
+    AddSettingsEdit(rLine);
+    AddSettingsDiff(rLine);
+    AddSettingsVerify(rLine);
+    AddState(rLine);
+    AddCab(rLine);
+    AddHash(rLine);
+    AddFind(rLine);
+    AddDimension(rLine);
+    AddDemo(rLine);
+    AddHelp(rLine);
+}
+
+ColorChoice ColorOf(const std::string& strColor) {
+    return strColor == "always" ? ColorChoice::Always : strColor == "never" ? ColorChoice::Never : ColorChoice::Auto;
+}
+
+int RunCommand(CommandLine& rLine, const std::vector<std::string>& rvArguments) {
+    const bool fJson = std::find(rvArguments.begin(), rvArguments.end(), "--json") != rvArguments.end();
+    try {
+        const CommandBody body = rLine.Parse(rvArguments);
+        const LogSink oSink(ParseCategories(rLine.Globals().strLog));
+        Output oOutput(fJson, ColorOf(rLine.Globals().strColor));
+        const int iStatus = body(oOutput);
+        if (!oOutput.Finish()) RefuseFile(FileStep::Write, "standard output", Status::GeneralFailure);
+        return iStatus;
+    } catch (const std::exception& rException) {
+        const FailureReport oReport = Describe(rException);
+        Output oOutput(fJson, ColorChoice::Never);
+        oOutput.Error(rLine.CommandWords(), oReport);
+        oOutput.Finish();
+        return oReport.iExitStatus;
+    }
+}
+
+}  // namespace
+
+}  // namespace vlm::tool
+
+int main(int cArguments, char** ppszArguments) {
+    const vlm::StandardStreams oStreams;
+    try {
+        const auto vArguments = vlm::ProgramArguments(cArguments, ppszArguments);
+        vlm::tool::CommandLine oLine;
+        vlm::tool::DescribeCommands(oLine);
+        return vlm::tool::RunCommand(oLine, vArguments);
+    } catch (const std::exception& rException) {
+        std::fprintf(stderr, "q9diag: std::exception 000:000:000: %s\n", rException.what());
+        return vlm::tool::EXIT_REFUSED;
+    }
+}
