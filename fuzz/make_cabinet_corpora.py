@@ -102,7 +102,7 @@ def main():
         "claim_4gib": single(TEXT) + footer(0xFFFFFFFF),
         "claim_short": single(TEXT) + footer(10),
         "unknown_format": single(TEXT) + footer(len(TEXT), -1, 9),
-        "com6": b"\2" + bytes(8) + b"COM6",
+        "footer_com6": b"\2" + bytes(8) + b"COM6",
         "plain_text": TEXT,
     }
     for folder, seeds in (("cabinet_image", images), ("compressed_state", states)):

@@ -88,7 +88,8 @@ UINT CabinetContext::Read(std::intptr_t hFile, void* pTarget, UINT cBytes) noexc
 }
 
 UINT CabinetContext::Write(std::intptr_t hFile, const void* pSource, UINT cBytes) noexcept {
-    OpenFile* const pOpen = FromHandle(hFile);
+    // A library that overlooks a failed write goes on with the next one, which would land where the lost one belonged.
+    OpenFile* const pOpen = m_eFailure == Failure::None ? FromHandle(hFile) : nullptr;
     if (!pOpen) return TRANSFER_FAILED;
     try {
         if (pOpen->pContents->Write(pOpen->uPosition, pSource, cBytes)) {
