@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <set>
@@ -102,6 +104,20 @@ TEST(MemoryPool, BlocksOutliveTheThreadsThatTookThem) {
         }
     });
     EXPECT_EQ(MemoryPool::GetOutstandingBlocks(), llBefore);
+}
+
+TEST(MemoryPool, LettingTheLibraryGoKeepsBlocksThatAreHeld) {
+    const std::int64_t llBefore = MemoryPool::GetOutstandingBlocks();
+    auto* const pbyHeld = static_cast<unsigned char*>(MemoryPool::Allocate(64));
+    std::memset(pbyHeld, 0x5A, 64);
+    MemoryPool::CleanUpDueToProcessDetach();
+    EXPECT_EQ(MemoryPool::GetOutstandingBlocks(), llBefore + 1);
+    EXPECT_EQ(std::count(pbyHeld, pbyHeld + 64, 0x5A), 64);
+    MemoryPool::Release(pbyHeld, 64);
+    MemoryPool::CleanUpDueToProcessDetach();
+    EXPECT_EQ(MemoryPool::GetOutstandingBlocks(), llBefore);
+    const CXString csAfter(VTEXT("a life after"));
+    EXPECT_EQ(csAfter, VTEXT("a life after"));
 }
 
 TEST(CXStringThreads, CopiesAreCountedRightAcrossThreads) {

@@ -42,6 +42,10 @@ struct FreeList {
     std::atomic<std::size_t> m_cBlocks{0};
 
     std::size_t Count() const noexcept { return m_cBlocks.load(std::memory_order_relaxed); }
+    void Forget() noexcept {
+        m_pHead = nullptr;
+        m_cBlocks.store(0, std::memory_order_relaxed);
+    }
 
     void Push(FreeBlock* pBlock) noexcept {
         pBlock->m_pNext = m_pHead;
@@ -110,6 +114,23 @@ public:
         }
         if (roPools.m_pNext) roPools.m_pNext->m_pPrevious = roPools.m_pPrevious;
         (roPools.m_pPrevious ? roPools.m_pPrevious->m_pNext : m_pThreads) = roPools.m_pNext;
+    }
+    /// Takes back what all threads hold in their lists, then frees the chunks if none of their blocks is in use.
+    void FreeAll() noexcept {
+        while (ThreadPools* const pPools = m_pThreads) {
+            Retire(*pPools);
+            std::free(pPools);
+        }
+        if (Outstanding() != 0) return;
+        const CriticalResourceLock oLock(m_scLock);
+        for (FreeList& roList : m_aoLists)
+            roList.Forget();
+        while (Chunk* const pChunk = m_pChunks) {
+            m_pChunks = pChunk->m_pNext;
+            Unpoison(pChunk, CHUNK_BYTES);
+            std::free(pChunk);
+        }
+        m_cCarved = 0;
     }
     std::int64_t Outstanding() noexcept {
         const CriticalResourceLock oLock(m_scLock);
@@ -235,6 +256,11 @@ void MemoryPool::Release(void* pBlock, std::size_t cBytes) noexcept {
 
 void MemoryPool::CleanUpDueToThreadDetach() noexcept {
     if (void* const pValue = vlm::LoadPoolPointer()) EndOfThread(pValue);
+}
+
+void MemoryPool::CleanUpDueToProcessDetach() noexcept {
+    if (vlm::LoadPoolPointer()) vlm::StorePoolPointer(nullptr, &EndOfThread);
+    gReserve.m_oReserve.FreeAll();
 }
 
 std::int64_t MemoryPool::GetOutstandingBlocks() noexcept {

@@ -35,6 +35,9 @@ public:
     /// can; on Windows the entry point does, at thread detach.  Harmless without lists; they are made anew when needed
     /// again.
     static void CleanUpDueToThreadDetach() noexcept;
+    /// Called when the library is unloaded while its process goes on, and no thread is inside it any more: gives the
+    /// memory of all threads' lists back to the system, and that of the blocks too unless somebody still holds one.
+    static void CleanUpDueToProcessDetach() noexcept;
 
     /// The function that memory comes from (default: the C heap's `malloc`); for tests that make memory run out.
     using RawAllocator = void* (*)(std::size_t cBytes) noexcept;

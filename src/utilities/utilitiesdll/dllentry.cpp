@@ -39,7 +39,7 @@ extern "C" BOOL DllMain(HINSTANCE hInstance, DWORD dwReason, void* pvReserved) {
             // When the process is ending, the other threads are gone already, with whatever locks they held.
             if (pvReserved) break;
             UtilitiesDllPerThreadStorage::CleanUpDueToProcessDetach();
-            MemoryPool::CleanUpDueToThreadDetach();
+            MemoryPool::CleanUpDueToProcessDetach();
             vlm::ReleasePoolPointerSlot();
             break;
         default:
