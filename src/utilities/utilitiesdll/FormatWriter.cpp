@@ -12,6 +12,12 @@ FormatWriter::~FormatWriter() {
     if (m_cHeapUnits) MemoryPool::Release(m_pchText, m_cHeapUnits * sizeof(XCHAR));
 }
 
+void FormatWriter::Append(const XCHAR* pchText, std::size_t cUnits) noexcept {
+    if (cUnits > m_cEnd - m_cUnits && !Grow(cUnits)) return AppendCut(pchText, cUnits);
+    text::CopyShort(m_pchText + m_cUnits, pchText, cUnits);
+    m_cUnits += cUnits;
+}
+
 bool FormatWriter::Grow(std::size_t cMore) noexcept {
     if (m_dwFlags & FMTF_TRUNCATED) return false;
     const std::size_t cWanted = std::min(std::max(m_cUnits + cMore, m_cEnd * 2), m_cLimit);

@@ -27,11 +27,7 @@ public:
     /// FMTF_TRUNCATED and FMTF_OUT_OF_MEMORY.
     std::uint32_t Flags() const noexcept { return m_dwFlags; }
 
-    void Append(const XCHAR* pchText, std::size_t cUnits) noexcept {
-        if (cUnits > m_cEnd - m_cUnits && !Grow(cUnits)) return AppendCut(pchText, cUnits);
-        text::CopyShort(m_pchText + m_cUnits, pchText, cUnits);
-        m_cUnits += cUnits;
-    }
+    void Append(const XCHAR* pchText, std::size_t cUnits) noexcept;
     void Append(XStringView text) noexcept { Append(text.data(), text.size()); }
     void Fill(XCHAR ch, std::size_t cUnits) noexcept {
         if (cUnits == 0) return;
