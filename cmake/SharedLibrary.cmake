@@ -1,8 +1,8 @@
 # The product: q9util073.dll with its import library, on the host libq9util073.so.
 file(GLOB_RECURSE Q9_PUBLIC_HEADERS CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/*.h")
-file(GLOB_RECURSE Q9_PUBLIC_INCLUDES CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/*.inc")
+file(GLOB_RECURSE Q9_PUBLIC_INCLUDES CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/*.inl")
 foreach(list Q9_PUBLIC_HEADERS Q9_PUBLIC_INCLUDES)
-    list(FILTER ${list} EXCLUDE REGEX "(Impl\\.(h|inc)|/detail/.*|/src/platform/(host|win32)/.*|/src/portmonitor/.*)$")
+    list(FILTER ${list} EXCLUDE REGEX "(Impl\\.(h|inl)|/detail/.*|/src/platform/(host|win32)/.*|/src/portmonitor/.*)$")
 endforeach()
 
 # q9util.h includes every public header, in the order of their paths.

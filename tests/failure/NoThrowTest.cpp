@@ -86,7 +86,10 @@ TEST(OutOfMemory, WhileRaisingNeverGivesAThirdKindOfFailure) {
                 VLM_ASSERT(csLong.IsEmpty(), VTEXT("%s"), csLong);
                 VLM_THROW(ExceptionFile, VTEXT("%s and %s"), csLong, csLong);
             } catch (const ExceptionFile& rException) {
-                EXPECT_THAT(rException.what(), ::testing::StartsWith("Object of ExceptionFile thrown from:\r\n"));
+                // A piece of the description that finds no memory is left out; with memory none is.
+                const std::string description = rException.what();
+                EXPECT_TRUE(MemoryLimit::Reached() || description.starts_with("Object of ExceptionFile thrown from:"))
+                    << description;
             } catch (const ExceptionOutOfMemory&) {
                 EXPECT_TRUE(MemoryLimit::Reached());
             }

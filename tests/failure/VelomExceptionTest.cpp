@@ -141,7 +141,7 @@ TEST(TypeCodes, OfTheGroupsAndOfTheEndsOfTheList) {
 
     std::set<std::string> codes;
 #define VLM_EXCEPTION(name, base, code) EXPECT_TRUE(codes.insert(code).second) << #name;
-#include "utilities/debuggingandexceptions/VelomExceptionList.inc"
+#include "utilities/debuggingandexceptions/VelomExceptionList.inl"
 #undef VLM_EXCEPTION
     EXPECT_EQ(codes.size(), 94u);
 }

@@ -48,7 +48,7 @@ def may_see(floor):
 
 
 def is_public(path):
-    return (path.endswith((".h", ".inc")) and not path.endswith(("Impl.h", "Impl.inc")) and "/detail/" not in path
+    return (path.endswith((".h", ".inl")) and not path.endswith(("Impl.h", "Impl.inl")) and "/detail/" not in path
             and not path.startswith(("src/platform/win32/", "src/platform/host/", "src/portmonitor/")))
 
 
@@ -121,7 +121,7 @@ def check(root):
             target_floor = floor_of(floors, target)
             if target_floor is not None and target_floor not in may_see(floor):
                 problems.append(f"{where}: floor {floor} may not see {header} (floor {target_floor})")
-            if is_public(path) and not is_public(target) and not target.endswith(".inc"):
+            if is_public(path) and not is_public(target) and not target.endswith(".inl"):
                 problems.append(f"{where}: a public header includes the private {header}")
             # A header that is split (X.h, XOperators.h) is one header in two files.
             if path.endswith(".h") and (target == path or not target.startswith(path[:-2])):

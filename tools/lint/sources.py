@@ -4,7 +4,7 @@ import pathlib
 import re
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-EXTENSIONS = {".h", ".cpp", ".inc", ".rc"}
+EXTENSIONS = {".h", ".cpp", ".inl", ".rc"}
 
 
 def glob_to_regex(glob):

@@ -19,7 +19,7 @@ struct Category {
 
 constexpr Category CATEGORIES[] = {
 #define VLM_CATEGORY(constant, mask, text) {text, mask},
-#include "utilities/debuggingandexceptions/DebugMessageCategories.inc"
+#include "utilities/debuggingandexceptions/DebugMessageCategories.inl"
 #undef VLM_CATEGORY
 };
 

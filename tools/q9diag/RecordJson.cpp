@@ -25,11 +25,11 @@ constexpr std::size_t PREFIX_LENGTH = 6;  // "ABIDE_", "ABVTE_"
 
 constexpr AttributeBytesIdEnum ID_TYPES[] = {
 #define VLM_ATTRIBUTE_ID(tag, enumerator, ...) AttributeBytesId::enumerator,
-#include "utilities/attributebytes/AttributeBytesIdList.inc"
+#include "utilities/attributebytes/AttributeBytesIdList.inl"
 };
 constexpr AttributeBytesValueEnum VALUE_TYPES[] = {
 #define VLM_ATTRIBUTE_VALUE(tag, enumerator, ...) AttributeBytesValue::enumerator,
-#include "utilities/attributebytes/AttributeBytesValueList.inc"
+#include "utilities/attributebytes/AttributeBytesValueList.inl"
 };
 
 template <typename Types>

@@ -55,11 +55,11 @@ CXString AttributeBytesId::GetDebugDisplayString(AttributeBytesIdEnum abideType)
 #define VLM_ATTRIBUTE_ID(tag, enumerator, className, fixedBytes, tail) \
     case tag:                                                          \
         return VTEXT(#enumerator);
-#include "utilities/attributebytes/AttributeBytesIdList.inc"
+#include "utilities/attributebytes/AttributeBytesIdList.inl"
         default:
             return CXString::FormatString(
-                VTEXT("Unrecognized AttributeBytesIdEnumType of %ld (0x%lx). You may need to update ")
-                    VTEXT("GetDebugDisplayString() with a recently added derived class enum type."),
+                VTEXT("Unrecognized AttributeBytesIdEnumType of %ld (0x%lx). You may need to update "
+                      "GetDebugDisplayString() with a recently added derived class enum type."),
                 static_cast<LONG>(abideType), static_cast<LONG>(abideType));
     }
 }

@@ -23,7 +23,7 @@ public:
     enum AttributeBytesIdEnum : std::int32_t {
         ABIDE_UNSPECIFIED = 1,  ///< stands for no class; not allowed on the wire
 #define VLM_ATTRIBUTE_ID(tag, enumerator, className, fixedBytes, tail) enumerator = tag,
-#include "utilities/attributebytes/AttributeBytesIdList.inc"
+#include "utilities/attributebytes/AttributeBytesIdList.inl"
     };
 
     virtual ~AttributeBytesId();

@@ -112,8 +112,8 @@ const AttributeBytes& AttributeBytesIndexedList::GetAttributeBytesRef(const Attr
     const AttributeBytes* const pRecord = GetAttributeBytesPtr(rId);
     if (!pRecord) {
         VLM_THROW(ExceptionFeatureNotFound,
-                  VTEXT("Request for a non-existent attribute (%s)! Consider using the 'xxxPtr' method, instead, and ")
-                      VTEXT("check the return code."),
+                  VTEXT("Request for a non-existent attribute (%s)! Consider using the 'xxxPtr' method, instead, and "
+                        "check the return code."),
                   rId.GetDumpDisplayString(true));
     }
     return *pRecord;

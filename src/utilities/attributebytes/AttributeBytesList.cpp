@@ -43,8 +43,8 @@ AttributeBytesSharedPtr AttributeBytesList::GetAttributeBytesByIndex(LONG lIndex
         GetNextAttributeBytesSharedPtr(*apoWalker);
     if (!IsValid(*apoWalker)) {
         VLM_THROW(ExceptionIndexOutOfBounds,
-                  VTEXT("Somehow the iterator that resulted from walking the list by the specified number of elements ")
-                      VTEXT("is invalid!"));
+                  VTEXT("Somehow the iterator that resulted from walking the list by the specified number of elements "
+                        "is invalid!"));
     }
     return GetNextAttributeBytesSharedPtr(*apoWalker);
 }

@@ -86,11 +86,10 @@ const AttributeBytesId& AttributeBytesOptionValue::GetValueIdOrNewValueIdValue(
     const AttributeBytesId& rFeatureId) const {
     const AttributeBytesIdEnum eType = m_apoOptionId->GetAttributeBytesIdType();
     if (eType != AttributeBytesId::ABIDE_VALUE && eType != AttributeBytesId::ABIDE_NEWVALUE) {
-        VLM_THROW(
-            ExceptionAttributeValueTypeMismatch,
-            VTEXT("The value assigned is NOT an AttributeBytesNewValueId or a AttributeBytesValueId. The feature ")
-                VTEXT("we wanted to convert is %s."),
-            rFeatureId.GetDumpDisplayString(true));
+        VLM_THROW(ExceptionAttributeValueTypeMismatch,
+                  VTEXT("The value assigned is NOT an AttributeBytesNewValueId or a AttributeBytesValueId. The feature "
+                        "we wanted to convert is %s."),
+                  rFeatureId.GetDumpDisplayString(true));
     }
     return *m_apoOptionId;
 }

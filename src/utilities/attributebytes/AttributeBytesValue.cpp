@@ -68,11 +68,11 @@ CXString AttributeBytesValue::GetDebugDisplayString(AttributeBytesValueEnum abvt
 #define VLM_ATTRIBUTE_VALUE(tag, enumerator, className, fixedBytes, tail) \
     case tag:                                                             \
         return VTEXT(#enumerator);
-#include "utilities/attributebytes/AttributeBytesValueList.inc"
+#include "utilities/attributebytes/AttributeBytesValueList.inl"
         default:
             return CXString::FormatString(
-                VTEXT("Unrecognized AttributeBytesValueEnumType of %ld (0x%lx). You may need to update ")
-                    VTEXT("GetDebugDisplayString() with a recently added derived class enum type."),
+                VTEXT("Unrecognized AttributeBytesValueEnumType of %ld (0x%lx). You may need to update "
+                      "GetDebugDisplayString() with a recently added derived class enum type."),
                 static_cast<LONG>(abvteValueType), static_cast<LONG>(abvteValueType));
     }
 }

@@ -22,7 +22,7 @@ public:
     enum AttributeBytesValueEnum : std::int32_t {
         ABVTE_UNSPECIFIED = 1,  ///< stands for no class; not allowed on the wire
 #define VLM_ATTRIBUTE_VALUE(tag, enumerator, className, fixedBytes, tail) enumerator = tag,
-#include "utilities/attributebytes/AttributeBytesValueList.inc"
+#include "utilities/attributebytes/AttributeBytesValueList.inl"
     };
 
     virtual ~AttributeBytesValue();

@@ -134,8 +134,8 @@ bool PersistentAttributes::ImportPersistentAttributesState(const ByteBuffer& rbb
     GetMajorComponentsFromStateDataBuffer(bbStateData, oHeader, bbCompressedData);
     if (!IsCurrentVersionHeader(oHeader)) {
         VLM_REPORT_ERROR(DebugCategory::AttrBytes,
-                         VTEXT("Import request ignored. Don't have header structure of the most recent version. The ")
-                             VTEXT("header information doesn't exist or doesn't match."));
+                         VTEXT("Import request ignored. Don't have header structure of the most recent version. The "
+                               "header information doesn't exist or doesn't match."));
         return false;
     }
 
@@ -176,8 +176,8 @@ void PersistentAttributes::ValidateCompressedData(const ByteBuffer& rbbCompresse
     }
     if (fTrustedSource) {
         VLM_REPORT(DebugCategory::AttrBytes,
-                   VTEXT("The state data from the trusted source passes a minimal validity test. Import request ")
-                       VTEXT("fulfilled."));
+                   VTEXT("The state data from the trusted source passes a minimal validity test. Import request "
+                         "fulfilled."));
     } else {
         VLM_REPORT(DebugCategory::AttrBytes,
                    VTEXT("Data is OK. Got real, decompressed data from raw data buffer. Size is what we expected."));

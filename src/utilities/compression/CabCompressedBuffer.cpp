@@ -199,17 +199,17 @@ bool CabCompressedBuffer::ConvertCompressedDataToNativeFormat(CompressionFormatE
 
 bool CabCompressedBuffer::ConvertZlibData(LONG lLevel, DWORD dwOriginalSize, ByteBuffer& rbbData, bool fThrow) const {
     if (dwOriginalSize > LARGEST_ZLIB_ORIGINAL) {
-        static constexpr const XCHAR* TEXT =
-            VTEXT("Compression data is in Zlib format and the original data size is %ld bytes. Original data > 32K ")
-                VTEXT("(%ld) bytes cannot be uncompressed by this class.");
+        static constexpr const XCHAR* TEXT = VTEXT(
+            "Compression data is in Zlib format and the original data size is %ld bytes. Original data > 32K "
+            "(%ld) bytes cannot be uncompressed by this class.");
         VLM_REPORT(DebugCategory::Compress, TEXT, dwOriginalSize, LARGEST_ZLIB_ORIGINAL);
         if (fThrow) VLM_THROW(ExceptionIncompatibleCompressionFormat, TEXT, dwOriginalSize, LARGEST_ZLIB_ORIGINAL);
         return false;
     }
     try {
         VLM_REPORT(DebugCategory::Compress,
-                   VTEXT("Uncompress the ZLIB data to get the original data (%ld bytes). Try to make it look like CAB ")
-                       VTEXT("data, since ZlibCompressedBuffer is not supported."),
+                   VTEXT("Uncompress the ZLIB data to get the original data (%ld bytes). Try to make it look like CAB "
+                         "data, since ZlibCompressedBuffer is not supported."),
                    dwOriginalSize);
         ByteBuffer bbCabinet;
         vlm::MakeZlibDataLookLikeCabinetData(rbbData, dwOriginalSize, bbCabinet);
@@ -224,9 +224,9 @@ bool CabCompressedBuffer::ConvertZlibData(LONG lLevel, DWORD dwOriginalSize, Byt
     } catch (const std::exception&) {
         VLM_REPORT_ERROR(
             DebugCategory::Compress,
-            VTEXT("Exception thrown while trying to convert the ZLIB data into CAB format. Original data size was ")
-                VTEXT("%ld bytes. Note that original Zlib data > 32K (%ld) bytes will always fail when trying to use ")
-                    VTEXT("CabCompressedBuffer."),
+            VTEXT("Exception thrown while trying to convert the ZLIB data into CAB format. Original data size was "
+                  "%ld bytes. Note that original Zlib data > 32K (%ld) bytes will always fail when trying to use "
+                  "CabCompressedBuffer."),
             dwOriginalSize, LARGEST_ZLIB_ORIGINAL);
     }
     VLM_REPORT(DebugCategory::Compress,

@@ -43,8 +43,8 @@ CompressedBuffer::~CompressedBuffer() = default;
 
 void CompressedBuffer::Dump() const {
     VLM_REPORT(DebugCategory::Compress,
-               VTEXT("CompressedBuffer: %lu bytes of original data, state of %lu bytes, compression level %ld, ")
-                   VTEXT("compression format %s."),
+               VTEXT("CompressedBuffer: %lu bytes of original data, state of %lu bytes, compression level %ld, "
+                     "compression format %s."),
                m_dwOriginalDataSize, m_bbState.GetLength(), m_lCompressionLevel, FormatName(m_eCompressionFormat));
 }
 
@@ -101,8 +101,8 @@ bool CompressedBuffer::Initialize(const ByteBuffer& kbbState, bool fThrow) {
     if (!GetFooterInfo(kbbState, fThrow, info)) return false;
     const std::size_t cCompressed = kbbState.size() - info.dwFooterSize;
     VLM_REPORT(DebugCategory::Compress,
-               VTEXT("Compressed data of size %ld contains original data of size %ld (compression level %ld). ")
-                   VTEXT("The format is %ld. Footer is %ld bytes."),
+               VTEXT("Compressed data of size %ld contains original data of size %ld (compression level %ld). "
+                     "The format is %ld. Footer is %ld bytes."),
                static_cast<DWORD>(cCompressed), info.dwOriginalSize, info.lLevel, static_cast<LONG>(info.eFormat),
                info.dwFooterSize);
 

@@ -56,16 +56,16 @@ void CompressedBuffer::AddFooterInfo(ByteBuffer& rbbState, DWORD dwOriginalSize,
 bool CompressedBuffer::GetFooterInfo(const ByteBuffer& kbbState, bool fThrow, FooterInfo& rInfo) {
     static constexpr FooterVersion VERSIONS[] = {
         {SIGNATURE, VTEXT("Current"),
-         VTEXT("Current version signature mismatch. Byte in buffer ('%c') doesn't match expected byte #%d ('%c') in ")
-             VTEXT("current signature."),
+         VTEXT("Current version signature mismatch. Byte in buffer ('%c') doesn't match expected byte #%d ('%c') in "
+               "current signature."),
          FOOTER_SIZE, 0, 1, 5},
         {SIGNATURE_V40, VTEXT("v4.0"),
-         VTEXT("Version 4.0 signature mismatch. Byte in buffer ('%c') doesn't match expected byte #%d ('%c') in v4.0 ")
-             VTEXT("signature."),
+         VTEXT("Version 4.0 signature mismatch. Byte in buffer ('%c') doesn't match expected byte #%d ('%c') in v4.0 "
+               "signature."),
          FOOTER_SIZE_V40, -1, 0, 4},
         {SIGNATURE_V37, VTEXT("v3.7"),
-         VTEXT("Version 3.7 signature mismatch. Byte in buffer ('%c') doesn't match expected byte #%d ('%c') in v3.7 ")
-             VTEXT("signature."),
+         VTEXT("Version 3.7 signature mismatch. Byte in buffer ('%c') doesn't match expected byte #%d ('%c') in v3.7 "
+               "signature."),
          FOOTER_SIZE_V37, -1, -1, 0},
     };
 
@@ -78,9 +78,9 @@ bool CompressedBuffer::GetFooterInfo(const ByteBuffer& kbbState, bool fThrow, Fo
 
     const std::size_t cTail = std::min<std::size_t>(kbbState.size(), SIGNATURE_SIZE);
     const CXString csTail = ByteBuffer(kbbState.data() + (kbbState.size() - cTail), cTail).getAsHexBinaryString();
-    static constexpr const XCHAR* TEXT =
-        VTEXT("Footer information missing (buffer is %ld bytes versus footer size of %ld, %ld, or %ld) OR signature ")
-            VTEXT("bytes were invalid (%s). CompressedBuffer ByteBuffer is invalid!");
+    static constexpr const XCHAR* TEXT = VTEXT(
+        "Footer information missing (buffer is %ld bytes versus footer size of %ld, %ld, or %ld) OR signature "
+        "bytes were invalid (%s). CompressedBuffer ByteBuffer is invalid!");
     if (fThrow) {
         VLM_THROW(ExceptionMissingOrBadCompressedBufferFooter, TEXT, kbbState.GetLength(), FOOTER_SIZE, FOOTER_SIZE_V40,
                   FOOTER_SIZE_V37, csTail);
@@ -117,8 +117,8 @@ void CompressedBuffer::ReadFooter(const ByteBuffer& kbbState, const FooterVersio
     } else {
         VLM_REPORT(
             DebugCategory::Compress,
-            VTEXT("This is an older version footer (%s) or the buffer (%ld bytes) is not big enough (%ld bytes). ")
-                VTEXT("Use default compression level."),
+            VTEXT("This is an older version footer (%s) or the buffer (%ld bytes) is not big enough (%ld bytes). "
+                  "Use default compression level."),
             rVersion.pszName, kbbState.GetLength(), FOOTER_SIZE_V40);
     }
     if (rVersion.iFormatOffset >= 0) {
@@ -128,8 +128,8 @@ void CompressedBuffer::ReadFooter(const ByteBuffer& kbbState, const FooterVersio
     } else {
         VLM_REPORT(
             DebugCategory::Compress,
-            VTEXT("This is an older version footer (%s) or the buffer (%ld bytes) is not big enough (%ld bytes). ")
-                VTEXT("Use default compression format."),
+            VTEXT("This is an older version footer (%s) or the buffer (%ld bytes) is not big enough (%ld bytes). "
+                  "Use default compression format."),
             rVersion.pszName, kbbState.GetLength(), FOOTER_SIZE);
     }
 }

@@ -29,8 +29,8 @@ void MakeZlibDataLookLikeCabinetData(const ByteBuffer& kbbZlib, DWORD dwOriginal
     const ULONGLONG ullBlock = ULONGLONG{dwZlib} - dwZlibHeader + dwSignature;
     if (ullBlock > dwMost || dwOriginalSize > dwMost) {
         VLM_THROW(ExceptionCompression,
-                  VTEXT("The size of the MSZIP compressed data (%ld) and/or the size of the original data (%ld) is ")
-                      VTEXT("larger than can be reported in the CFDATA structure (%ld)"),
+                  VTEXT("The size of the MSZIP compressed data (%ld) and/or the size of the original data (%ld) is "
+                        "larger than can be reported in the CFDATA structure (%ld)"),
                   static_cast<DWORD>(ullBlock), dwOriginalSize, dwMost);
     }
     const auto dwBlock = static_cast<DWORD>(ullBlock);

@@ -13,7 +13,7 @@ using DebugMessageCategories = ULONGLONG;
 namespace DebugCategory {
 
 #define VLM_CATEGORY(constant, mask, text) inline constexpr DebugMessageCategory constant = mask;
-#include "utilities/debuggingandexceptions/DebugMessageCategories.inc"
+#include "utilities/debuggingandexceptions/DebugMessageCategories.inl"
 #undef VLM_CATEGORY
 
 /// Every category at once; its name is "all".

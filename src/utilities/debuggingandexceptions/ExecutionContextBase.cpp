@@ -19,7 +19,7 @@ struct IdName {
 
 constexpr auto STATIC_ID_NAMES = std::to_array<IdName>({
 #define VLM_CONTEXT_ID(name) {name, VTEXT(#name)},
-#include "utilities/debuggingandexceptions/ExecutionContextIds.inc"
+#include "utilities/debuggingandexceptions/ExecutionContextIds.inl"
 #undef VLM_CONTEXT_ID
 });
 

@@ -15,5 +15,5 @@
                    const CXString& kcsFunctionName, const ExecutionContextStack* pExecutionContextStack) {          \
         return name(kcsMessage, kcsFileName, iLine, kcsFunctionName, pExecutionContextStack);                       \
     }
-#include "utilities/debuggingandexceptions/VelomExceptionList.inc"
+#include "utilities/debuggingandexceptions/VelomExceptionList.inl"
 #undef VLM_EXCEPTION

@@ -4,7 +4,7 @@
 
 #include "utilities/debuggingandexceptions/VelomException.h"
 
-// Each line of VelomExceptionList.inc becomes a class and its factory, `GetExceptionFile(...)` for `ExceptionFile`. The
+// Each line of VelomExceptionList.inl becomes a class and its factory, `GetExceptionFile(...)` for `ExceptionFile`. The
 // factory builds the object and returns it by value; it does not log and does not throw by itself.
 #define VLM_EXCEPTION(name, base, code)                                                                           \
     class VLM_API name : public base {                                                                            \
@@ -18,5 +18,5 @@
     };                                                                                                            \
     VLM_API name Get##name(const CXString& kcsMessage, const CXString& kcsFileName, int iLine,                    \
                            const CXString& kcsFunctionName, const ExecutionContextStack* pExecutionContextStack);
-#include "utilities/debuggingandexceptions/VelomExceptionList.inc"
+#include "utilities/debuggingandexceptions/VelomExceptionList.inl"
 #undef VLM_EXCEPTION

@@ -17,7 +17,7 @@ struct Unit {
 
 constexpr Unit UNITS[] = {
 #define VLM_DIMENSION_UNIT(code, name, factor, text) {Dimension::DUE_##name, factor, VTEXT(text)},
-#include "utilities/utilitiesdll/DimensionUnits.inc"
+#include "utilities/utilitiesdll/DimensionUnits.inl"
 #undef VLM_DIMENSION_UNIT
 };
 constexpr DWORD UNIT_COUNT = sizeof UNITS / sizeof *UNITS;

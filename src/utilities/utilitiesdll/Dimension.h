@@ -14,10 +14,10 @@
 /// then.
 class VLM_API Dimension {
 public:
-    /// The units; DimensionUnits.inc holds their factors and display names.
+    /// The units; DimensionUnits.inl holds their factors and display names.
     enum UnitsEnum : DWORD {
 #define VLM_DIMENSION_UNIT(code, name, factor, text) DUE_##name = code,
-#include "utilities/utilitiesdll/DimensionUnits.inc"
+#include "utilities/utilitiesdll/DimensionUnits.inl"
 #undef VLM_DIMENSION_UNIT
     };
 

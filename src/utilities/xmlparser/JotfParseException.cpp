@@ -11,7 +11,7 @@ namespace {
 
 constexpr auto CODE_NAMES = std::to_array<const XCHAR*>({
 #define VLM_JOTF_CODE(name) VTEXT(#name),
-#include "utilities/xmlparser/JotfParseExceptionCodes.inc"
+#include "utilities/xmlparser/JotfParseExceptionCodes.inl"
 #undef VLM_JOTF_CODE
 });
 

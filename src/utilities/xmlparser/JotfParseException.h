@@ -10,7 +10,7 @@ public:
     /// What the parser met.
     enum ExceptionCode : std::int16_t {
 #define VLM_JOTF_CODE(name) name,
-#include "utilities/xmlparser/JotfParseExceptionCodes.inc"
+#include "utilities/xmlparser/JotfParseExceptionCodes.inl"
 #undef VLM_JOTF_CODE
     };
 

@@ -41,7 +41,7 @@ std::unique_ptr<AttributeBytesId> AttributeBytesIdFactory::CreateAttributeBytesI
 #define VLM_ATTRIBUTE_ID(tag, enumerator, className, fixedBytes, tail) \
     case tag:                                                          \
         return std::make_unique<className>();
-#include "utilities/attributebytes/AttributeBytesIdList.inc"
+#include "utilities/attributebytes/AttributeBytesIdList.inl"
         default:
             ThrowUnhandledId(abideType);
     }
@@ -58,7 +58,7 @@ std::unique_ptr<AttributeBytesValue> AttributeBytesValueFactory::CreateAttribute
 #define VLM_ATTRIBUTE_VALUE(tag, enumerator, className, fixedBytes, tail) \
     case tag:                                                             \
         return std::make_unique<className>();
-#include "utilities/attributebytes/AttributeBytesValueList.inc"
+#include "utilities/attributebytes/AttributeBytesValueList.inl"
         default:
             ThrowUnhandledValue(abvteValueType);
     }

@@ -20,11 +20,11 @@ struct Shape {
 
 constexpr Shape IDENTIFIER_SHAPES[] = {
 #define VLM_ATTRIBUTE_ID(tag, enumerator, className, fixedBytes, tail) {tag, fixedBytes, ShapeTail::tail},
-#include "utilities/attributebytes/AttributeBytesIdList.inc"
+#include "utilities/attributebytes/AttributeBytesIdList.inl"
 };
 constexpr Shape VALUE_SHAPES[] = {
 #define VLM_ATTRIBUTE_VALUE(tag, enumerator, className, fixedBytes, tail) {tag, fixedBytes, ShapeTail::tail},
-#include "utilities/attributebytes/AttributeBytesValueList.inc"
+#include "utilities/attributebytes/AttributeBytesValueList.inl"
 };
 constexpr BYTE FIRST_TAG = 2;
 static_assert(IDENTIFIER_SHAPES[0].m_byTag == FIRST_TAG && VALUE_SHAPES[0].m_byTag == FIRST_TAG);
