@@ -14,6 +14,8 @@ namespace dlltest {
 class Module {
 public:
 #ifdef _WIN32
+    /// Code of the module is gone when its last user has let go of it.
+    static constexpr bool STAYS_LOADED = false;
     explicit Module(const char* pszPath) : m_hModule(LoadLibraryA(pszPath)) {}
     ~Module() {
         if (m_hModule) FreeLibrary(m_hModule);
@@ -28,6 +30,8 @@ public:
         return GetModuleHandleA(pszPath) != nullptr;
     }
 #else
+    /// The module stays until the process ends, because the system calls it at the end of every thread that used it.
+    static constexpr bool STAYS_LOADED = true;
     explicit Module(const char* pszPath) : m_hModule(dlopen(pszPath, RTLD_NOW | RTLD_LOCAL)) {}
     ~Module() {
         if (m_hModule) dlclose(m_hModule);
