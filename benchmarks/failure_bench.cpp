@@ -110,10 +110,12 @@ void ConstructException(benchmark::State& rState) {
 }
 BENCHMARK(ConstructException);
 
+volatile bool gfRaise = true;
+
 template <class Raise>
 [[gnu::noinline]] int Deep(int iDepth, const Raise& raise) {
     if (iDepth == 0) {
-        raise();
+        if (gfRaise) raise();
         return 0;
     }
     const int iResult = Deep(iDepth - 1, raise);

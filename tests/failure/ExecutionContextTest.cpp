@@ -168,8 +168,22 @@ TEST(ExecutionContextLifetime, GivesEverythingBack) {
     EXPECT_TRUE(stack.IsEmpty());
     EXPECT_EQ(MemoryPool::GetOutstandingBlocks(), llBefore);
     EXPECT_THAT(sink.Texts(), IsEmpty());
+    {
+        auto apoOuter =
+            std::make_unique<ExecutionContextLifetime>(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE), stack);
+        auto apoInner =
+            std::make_unique<ExecutionContextLifetime>(MakeExecutionContext(ECIE_GENERATE_JOTF, VLM_HERE), stack);
+        apoOuter.reset();
+        EXPECT_THAT(sink.Texts(), ElementsAre(HasSubstr("Expected to pop this context, 'ECIE_IMPORT_JCAP (")));
+        apoInner.reset();  // its context went with the pop before
+        EXPECT_THAT(sink.Texts(),
+                    ElementsAre(testing::_, HasSubstr("Expected to pop this context, 'ECIE_GENERATE_JOTF (")));
+    }
+    EXPECT_TRUE(stack.IsEmpty());
+    EXPECT_EQ(MemoryPool::GetOutstandingBlocks(), llBefore);
+    RecordingSink sinkOfNull(DebugCategory::Errors);
     { const ExecutionContextLifetime nothing(nullptr, stack); }
-    EXPECT_THAT(sink.Texts(), ElementsAre(HasSubstr("A null execution context cannot be pushed.")));
+    EXPECT_THAT(sinkOfNull.Texts(), ElementsAre(HasSubstr("A null execution context cannot be pushed.")));
 }
 
 }  // namespace

@@ -7,10 +7,6 @@ BasicExecutionContext::BasicExecutionContext(ExecutionContextIdType eContext, co
                                              bool fLocationEmbeddedInMsg, const CXString& kcsMessage)
     : ExecutionContextBase(eContext, kcsFile, kcsFunction, dwLineNumber, fLocationEmbeddedInMsg, kcsMessage) {}
 
-BasicExecutionContext::BasicExecutionContext(ExecutionContextIdType eContext, const vlm::SourcePosition& rPosition,
-                                             LiteralText literalMessage, bool fLocationEmbeddedInMsg) noexcept
-    : ExecutionContextBase(eContext, rPosition, fLocationEmbeddedInMsg, ExecutionContextText(literalMessage)) {}
-
 BasicExecutionContext::~BasicExecutionContext() = default;
 
 std::unique_ptr<ExecutionContextBase> BasicExecutionContext::Clone() const {

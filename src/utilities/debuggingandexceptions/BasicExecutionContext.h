@@ -19,12 +19,13 @@ public:
                           DWORD dwLineNumber, bool fLocationEmbeddedInMsg, const CXString& kcsMessage);
     /// At a place given by `VLM_HERE`, with a literal for a message.
     BasicExecutionContext(ExecutionContextIdType eContext, const vlm::SourcePosition& rPosition,
-                          LiteralText literalMessage = VTEXT(""), bool fLocationEmbeddedInMsg = false) noexcept;
+                          LiteralText literalMessage = VTEXT(""), bool fLocationEmbeddedInMsg = false) noexcept
+        : ExecutionContextBase(eContext, rPosition, fLocationEmbeddedInMsg, literalMessage) {}
     /// At a place given by `VLM_HERE`, with a string for a message.
     template <std::same_as<CXString> Text>
     BasicExecutionContext(ExecutionContextIdType eContext, const vlm::SourcePosition& rPosition, const Text& rcsMessage,
                           bool fLocationEmbeddedInMsg = false)
-        : ExecutionContextBase(eContext, rPosition, fLocationEmbeddedInMsg, ExecutionContextText(rcsMessage)) {}
+        : ExecutionContextBase(eContext, rPosition, fLocationEmbeddedInMsg, rcsMessage) {}
     BasicExecutionContext(const BasicExecutionContext&) = default;
     BasicExecutionContext& operator=(const BasicExecutionContext&) = default;
     ~BasicExecutionContext() override;

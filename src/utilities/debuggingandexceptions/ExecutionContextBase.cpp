@@ -41,27 +41,24 @@ ExecutionContextBase::ExecutionContextBase(ExecutionContextIdType eContext, cons
                                            const CXString& kcsFunction, DWORD dwLineNumber, bool fLocationEmbeddedInMsg,
                                            const CXString& kcsMessage)
     : m_eExecutionContextIdType(CheckedId(eContext)),
+      m_dwLineNumWhereConstructed(dwLineNumber),
       m_oMessage(kcsMessage),
       m_oFileWhereConstructed(kcsFile),
       m_oFunctionWhereConstructed(kcsFunction),
-      m_dwLineNumWhereConstructed(dwLineNumber),
       m_fLocationEmbeddedInMsg(fLocationEmbeddedInMsg) {}
 
 ExecutionContextBase::ExecutionContextBase(ExecutionContextIdType eContext, const vlm::SourcePosition& rPosition,
-                                           bool fLocationEmbeddedInMsg, ExecutionContextText oMessage) noexcept
+                                           bool fLocationEmbeddedInMsg, const CXString& kcsMessage)
     : m_eExecutionContextIdType(CheckedId(eContext)),
-      m_oMessage(std::move(oMessage)),
+      m_dwLineNumWhereConstructed(rPosition.dwLine),
+      m_oMessage(kcsMessage),
       m_oFileWhereConstructed(rPosition.pszFile),
       m_oFunctionWhereConstructed(rPosition.pszMethod),
-      m_dwLineNumWhereConstructed(rPosition.dwLine),
       m_fLocationEmbeddedInMsg(fLocationEmbeddedInMsg) {}
 
 ExecutionContextBase::~ExecutionContextBase() = default;
 
-ExecutionContextIdType ExecutionContextBase::CheckedId(ExecutionContextIdType eContext) noexcept {
-    if (eContext >= ECIE_NOT_SPECIFIED) [[likely]] {
-        return eContext;
-    }
+ExecutionContextIdType ExecutionContextBase::ReplaceBadId(ExecutionContextIdType eContext) noexcept {
     AssertValidContextIdType(eContext);
     return ECIE_NOT_SPECIFIED;
 }

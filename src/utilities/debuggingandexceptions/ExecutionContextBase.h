@@ -61,9 +61,18 @@ public:
 protected:
     ExecutionContextBase(ExecutionContextIdType eContext, const CXString& kcsFile, const CXString& kcsFunction,
                          DWORD dwLineNumber, bool fLocationEmbeddedInMsg, const CXString& kcsMessage);
-    /// From literals alone: nothing is copied.
+    /// From literals: nothing is copied.  Here, because contexts are made all the time.
     ExecutionContextBase(ExecutionContextIdType eContext, const vlm::SourcePosition& rPosition,
-                         bool fLocationEmbeddedInMsg, ExecutionContextText oMessage) noexcept;
+                         bool fLocationEmbeddedInMsg, LiteralText literalMessage) noexcept
+        : m_eExecutionContextIdType(CheckedId(eContext)),
+          m_dwLineNumWhereConstructed(rPosition.dwLine),
+          m_oMessage(literalMessage),
+          m_oFileWhereConstructed(rPosition.pszFile),
+          m_oFunctionWhereConstructed(rPosition.pszMethod),
+          m_fLocationEmbeddedInMsg(fLocationEmbeddedInMsg) {}
+    /// At a place given by literals, with a string for a message.
+    ExecutionContextBase(ExecutionContextIdType eContext, const vlm::SourcePosition& rPosition,
+                         bool fLocationEmbeddedInMsg, const CXString& kcsMessage);
     ExecutionContextBase(const ExecutionContextBase&) = default;
     ExecutionContextBase& operator=(const ExecutionContextBase&) = default;
 
@@ -71,16 +80,19 @@ protected:
     std::strong_ordering CompareFields(const ExecutionContextBase& rOther) const noexcept;
 
 private:
-    static ExecutionContextIdType CheckedId(ExecutionContextIdType eContext) noexcept;
+    static ExecutionContextIdType CheckedId(ExecutionContextIdType eContext) noexcept {
+        return eContext >= ECIE_NOT_SPECIFIED ? eContext : ReplaceBadId(eContext);
+    }
+    static ExecutionContextIdType ReplaceBadId(ExecutionContextIdType eContext) noexcept;
     static void PopulateStringMapForExecutionContextIdType();
 
     static CriticalResource m_soStringMapResource;
 
     ExecutionContextIdType m_eExecutionContextIdType;
+    DWORD m_dwLineNumWhereConstructed;
     ExecutionContextText m_oMessage;
     ExecutionContextText m_oFileWhereConstructed;
     ExecutionContextText m_oFunctionWhereConstructed;
-    DWORD m_dwLineNumWhereConstructed;
     bool m_fLocationEmbeddedInMsg;
 };
 

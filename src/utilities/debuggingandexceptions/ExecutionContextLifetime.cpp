@@ -12,10 +12,15 @@ ExecutionContextLifetime::ExecutionContextLifetime(std::unique_ptr<ExecutionCont
 
 ExecutionContextLifetime::ExecutionContextLifetime(std::unique_ptr<ExecutionContextBase> apoExecutionContextBase,
                                                    ExecutionContextStack& rStack)
-    : m_rExecutionContextStack(rStack), m_shpoExecutionContextBase(std::move(apoExecutionContextBase)) {
-    m_rExecutionContextStack.PushContext(m_shpoExecutionContextBase);
+    : m_rExecutionContextStack(rStack),
+      m_pExecutionContextBase(apoExecutionContextBase.get()),
+      m_eExecutionContextIdType(apoExecutionContextBase ? apoExecutionContextBase->GetExecutionContextIdType()
+                                                        : ECIE_NOT_SPECIFIED) {
+    m_rExecutionContextStack.PushContext(ExecutionContextPointer(std::move(apoExecutionContextBase)));
 }
 
 ExecutionContextLifetime::~ExecutionContextLifetime() {
-    if (m_shpoExecutionContextBase) m_rExecutionContextStack.PopContext(m_shpoExecutionContextBase);
+    if (m_pExecutionContextBase) {
+        m_rExecutionContextStack.PopContext(m_pExecutionContextBase, m_eExecutionContextIdType);
+    }
 }

@@ -25,5 +25,7 @@ public:
 
 private:
     ExecutionContextStack& m_rExecutionContextStack;
-    ExecutionContextPointer m_shpoExecutionContextBase;
+    // The stack owns the context.  The address only says which one it was; null when nothing was pushed.
+    const ExecutionContextBase* m_pExecutionContextBase;
+    ExecutionContextIdType m_eExecutionContextIdType;
 };

@@ -8,6 +8,7 @@
 #include "platform/Platform.h"
 #include "platform/ProcessPort.h"
 #include "platform/ThreadPort.h"
+#include "utilities/debuggingandexceptions/BasicExecutionContext.h"
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 #include "utilities/debuggingandexceptions/detail/failure/SafeText.h"
@@ -63,6 +64,19 @@ void ExecutionContextStack::PopContext(const ExecutionContextPointer& shpoExecut
                      "to fix this."),
                display(shpoExecutionContextBase), display(m_vshpoExecutionContextStack.back()));
     m_vshpoExecutionContextStack.pop_back();
+}
+
+void ExecutionContextStack::PopContext(const ExecutionContextBase* pExecutionContextBase,
+                                       ExecutionContextIdType eContext) noexcept {
+    if (!m_vshpoExecutionContextStack.empty() && m_vshpoExecutionContextStack.back().get() == pExecutionContextBase)
+        [[likely]] {
+        m_vshpoExecutionContextStack.pop_back();
+        return;
+    }
+    for (const ExecutionContextPointer& rshpoContext : m_vshpoExecutionContextStack) {
+        if (rshpoContext.get() == pExecutionContextBase) return PopContext(ExecutionContextPointer(rshpoContext));
+    }
+    vlm::NoThrow([&] { PopContext(ExecutionContextPointer(MakeExecutionContext(eContext, VLM_HERE))); });
 }
 
 CXString ExecutionContextStack::GetMultiLineDisplayString(bool fWithLocations) const {

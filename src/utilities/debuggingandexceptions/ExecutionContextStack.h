@@ -28,6 +28,11 @@ public:
     /// another innermost context is reported and removed all the same, so that a stack never grows without bound.
     void PopContext(const ExecutionContextPointer& shpoExecutionContextBase) noexcept;
 
+    /// The same for a context that the stack owns alone, told by its address.
+    /// @param pExecutionContextBase only compared, because an earlier pop out of order may have destroyed it.
+    /// @param eContext its id, to name it by in that case.
+    void PopContext(const ExecutionContextBase* pExecutionContextBase, ExecutionContextIdType eContext) noexcept;
+
     bool IsEmpty() const noexcept { return m_vshpoExecutionContextStack.empty(); }
     std::size_t GetDepth() const noexcept { return m_vshpoExecutionContextStack.size(); }
 
