@@ -5,7 +5,6 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 
 #include "utilities/utilitiesdll/Format.h"
@@ -157,10 +156,11 @@ void PutFloat(FormatWriter& roWriter, const FormatSpec& koSpec, double dblValue)
                 // it.
                 pchEnd =
                     std::to_chars(achText, pchLast, dblMagnitude, std::chars_format::scientific, iPrecision - 1).ptr;
-                *pchEnd = '\0';
-                const int iExponent = std::atoi(
-                    static_cast<const char*>(std::memchr(achText, 'e', static_cast<std::size_t>(pchEnd - achText))) +
-                    1);
+                // Scientific text always ends with "e", a sign and digits.
+                const char* const pchSign = static_cast<const char*>(std::memchr(achText, 'e', MAX_TEXT)) + 1;
+                int iExponent = 0;
+                std::from_chars(pchSign + 1, pchEnd, iExponent);
+                if (*pchSign == '-') iExponent = -iExponent;
                 const bool bFixed = iExponent >= -4 && iExponent < iPrecision;
                 eFormat = bFixed ? std::chars_format::fixed : std::chars_format::scientific;
                 iPrecision = bFixed ? iPrecision - 1 - iExponent : iPrecision - 1;
