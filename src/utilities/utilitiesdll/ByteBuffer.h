@@ -311,7 +311,9 @@ private:
         const T ordered = InLittleEndian(value);
         BYTE abyValue[sizeof(T)];
         std::memcpy(abyValue, &ordered, sizeof ordered);
-        return AppendBytes(abyValue, sizeof abyValue);
+        if (m_vbyData.capacity() - m_vbyData.size() < sizeof abyValue) return AppendBytes(abyValue, sizeof abyValue);
+        m_vbyData.insert(m_vbyData.end(), abyValue, abyValue + sizeof abyValue);
+        return *this;
     }
     ByteBuffer& AppendBytes(const BYTE* pbyData, std::size_t cBytes);
     ByteBuffer& AppendUnits(const XCHAR* pchText, std::size_t cUnits);

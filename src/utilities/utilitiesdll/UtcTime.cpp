@@ -84,7 +84,8 @@ bool TakeYear(XStringView& rText, LONGLONG& rllYear) noexcept {
 
 void UtcTime::SetSeconds(LONGLONG llSeconds) noexcept {
     const LONGLONG llDays = FloorDivide(llSeconds, SECONDS_PER_DAY);
-    const LONGLONG llSecondOfDay = llSeconds - llDays * SECONDS_PER_DAY;
+    const LONGLONG llRest = llSeconds % SECONDS_PER_DAY;
+    const LONGLONG llSecondOfDay = llRest < 0 ? llRest + SECONDS_PER_DAY : llRest;
     const LONGLONG llShifted = llDays + DAYS_TO_1970;
     const LONGLONG llEra = FloorDivide(llShifted, DAYS_PER_ERA);
     const LONGLONG llDayOfEra = llShifted - llEra * DAYS_PER_ERA;
@@ -104,7 +105,7 @@ void UtcTime::SetSeconds(LONGLONG llSeconds) noexcept {
 WORD UtcTime::GetDayOfWeek() const noexcept {
     constexpr LONGLONG THURSDAY = 4;  // 1970-01-01
     const LONGLONG llDays = FloorDivide(m_llSeconds, SECONDS_PER_DAY);
-    return static_cast<WORD>(llDays + THURSDAY - FloorDivide(llDays + THURSDAY, 7) * 7);
+    return static_cast<WORD>(((llDays + THURSDAY) % 7 + 7) % 7);
 }
 
 bool UtcTime::TrySet(LONGLONG llYear, WORD wMonth, WORD wDay, WORD wHour, WORD wMinute, WORD wSecond) noexcept {

@@ -30,14 +30,49 @@ VLM_CLMUL inline __m128i Fold(__m128i piece, crc::FoldFactors factors) noexcept 
     return _mm_xor_si128(_mm_clmulepi64_si128(piece, k, 0x00), _mm_clmulepi64_si128(piece, k, 0x11));
 }
 
+/// Selections for byte shuffles.  The 16 from offset t on move a piece's first t bytes to its end, the 16 from offset
+/// 16 + t on move the other bytes to its beginning; what comes free is cleared.
+alignas(16) constexpr signed char SHIFTS[48] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1,
+                                                0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15,
+                                                -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+
+VLM_CLMUL inline __m128i Selection(std::size_t cOffset) noexcept {
+    return Load(reinterpret_cast<const BYTE*>(SHIFTS) + cOffset);
+}
+
+/// Folds the last 1 to 15 bytes onto `piece`, which stands before them; 16 bytes up to `pbyEnd` are readable.
+VLM_CLMUL inline __m128i FoldTail(__m128i piece, const BYTE* pbyEnd, std::size_t cTail) noexcept {
+    // The piece and the tail are 16 + cTail bytes: the first cTail of them are folded onto the other 16.
+    const __m128i front = _mm_shuffle_epi8(piece, Selection(cTail));
+    const __m128i rest = _mm_shuffle_epi8(piece, Selection(16 + cTail));
+    const __m128i tail = _mm_andnot_si128(_mm_cmpgt_epi8(Selection(16 + cTail), _mm_set1_epi8(-1)), Load(pbyEnd - 16));
+    return _mm_xor_si128(Fold(front, crc::FoldBy(128)), _mm_or_si128(rest, tail));
+}
+
+/// Reduces 128 bits, followed by the 32 zero bits that a CRC implies, to the register.
+VLM_CLMUL inline DWORD Reduce(__m128i piece) noexcept {
+    constexpr std::int64_t BY_96 = crc::FoldBy(128).llHigh;
+    constexpr std::int64_t BY_64 = crc::FoldBy(96).llHigh;
+    static_assert(BY_64 == 0x163CD6124 && crc::POLYNOMIAL_33 == 0x1DB710641 && crc::QUOTIENT_33 == 0x1F7011641);
+    const __m128i low32 = _mm_set_epi32(0, 0, 0, -1);
+    // 128 bits to 96, then to 64.
+    __m128i v = _mm_xor_si128(_mm_clmulepi64_si128(piece, _mm_set_epi64x(0, BY_96), 0x00), _mm_srli_si128(piece, 8));
+    v = _mm_xor_si128(_mm_clmulepi64_si128(_mm_and_si128(v, low32), _mm_set_epi64x(0, BY_64), 0x00),
+                      _mm_srli_si128(v, 4));
+    // 64 to 32: subtract the multiple of P that the quotient tells.
+    const __m128i barrett = _mm_set_epi64x(crc::QUOTIENT_33, crc::POLYNOMIAL_33);
+    const __m128i quotient = _mm_clmulepi64_si128(_mm_and_si128(v, low32), barrett, 0x10);
+    const __m128i multiple = _mm_clmulepi64_si128(_mm_and_si128(quotient, low32), barrett, 0x00);
+    return static_cast<DWORD>(_mm_extract_epi32(_mm_xor_si128(v, multiple), 1));
+}
+
 /// Folds what is left of the message onto `piece`, and that into the register.
 VLM_CLMUL inline DWORD Finish(__m128i piece, const BYTE* pbyData, std::size_t cBytes) noexcept {
     constexpr crc::FoldFactors BY_128 = crc::FoldBy(128);
     for (; cBytes >= 16; cBytes -= 16, pbyData += 16)
         piece = _mm_xor_si128(Fold(piece, BY_128), Load(pbyData));
-    BYTE abyPiece[16];
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(abyPiece), piece);
-    return UpdateCrcSliced(UpdateCrcSliced(0, abyPiece, sizeof abyPiece), pbyData, cBytes);
+    if (cBytes > 0) piece = FoldTail(piece, pbyData + cBytes, cBytes);
+    return Reduce(piece);
 }
 
 /// Folds four neighbouring pieces, the earliest first, onto the last.

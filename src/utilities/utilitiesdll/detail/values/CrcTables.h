@@ -56,4 +56,16 @@ consteval FoldFactors FoldBy(unsigned iBits) noexcept {
     return {static_cast<std::int64_t>(PowerOfX(iBits + 32)) << 1, static_cast<std::int64_t>(PowerOfX(iBits - 32)) << 1};
 }
 
+/// The polynomial and floor(x^64 / P), both of 33 bits and reflected, for the last reduction (P. Barrett).
+inline constexpr std::int64_t POLYNOMIAL_33 = static_cast<std::int64_t>(POLYNOMIAL) << 1 | 1;
+inline constexpr std::int64_t QUOTIENT_33 = [] {
+    std::int64_t llQuotient = 1;  // the coefficient of x^32, which reflection puts lowest
+    std::uint32_t v = PowerOfX(32);
+    for (int bit = 1; bit <= 32; ++bit) {
+        llQuotient |= static_cast<std::int64_t>(v & 1) << bit;
+        v = TimesX(v);
+    }
+    return llQuotient;
+}();
+
 }  // namespace vlm::crc

@@ -15,9 +15,15 @@ static_assert(std::endian::native == std::endian::little, "words are loaded as t
 
 [[gnu::always_inline]] inline std::uint32_t Sum(const BYTE* pbyData, std::size_t cWords) noexcept {
     std::uint32_t sum = 0;
-    for (std::size_t i = 0; i < cWords; ++i) {
+    // Two words at a time: splitting a lane is cheaper than widening one.
+    for (std::size_t i = 0; i < cWords / 2; ++i) {
+        std::uint32_t pair;
+        std::memcpy(&pair, pbyData + 4 * i, sizeof pair);
+        sum += (pair & 0xFFFF) + (pair >> 16);
+    }
+    if (cWords % 2 != 0) {
         std::uint16_t word;
-        std::memcpy(&word, pbyData + 2 * i, sizeof word);
+        std::memcpy(&word, pbyData + 2 * (cWords - 1), sizeof word);
         sum += word;
     }
     return sum;
