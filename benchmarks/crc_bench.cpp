@@ -71,6 +71,7 @@ void Sizes(benchmark::internal::Benchmark* pBenchmark) {
 }
 BENCHMARK(Ours<CpuLevel::Plain>)->Apply(Sizes);
 BENCHMARK(Ours<CpuLevel::Clmul>)->Apply(Sizes);
+BENCHMARK(Ours<CpuLevel::Avx2>)->Apply(Sizes);
 BENCHMARK(Ours<CpuLevel::Avx512>)->Apply(Sizes);
 BENCHMARK(OursPlainLoop)->Apply(Sizes);
 BENCHMARK(Zlib)->Apply(Sizes);

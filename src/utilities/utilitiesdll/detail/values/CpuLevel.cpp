@@ -3,12 +3,12 @@
 #include "utilities/utilitiesdll/detail/values/CpuLevel.h"
 
 #include <algorithm>
-#include <atomic>
 
 namespace vlm {
-namespace {
 
-constinit std::atomic<CpuLevel> geCpuLevel{CpuLevel::Unknown};
+constinit std::atomic<CpuLevel> detail::geCpuLevel{CpuLevel::Unknown};
+
+namespace {
 
 /// The compiler's own detection also asks whether the operating system saves the wide registers.
 CpuLevel Detect() noexcept {
@@ -21,17 +21,14 @@ CpuLevel Detect() noexcept {
 
 }  // namespace
 
-CpuLevel GetCpuLevel() noexcept {
-    CpuLevel eLevel = geCpuLevel.load(std::memory_order_relaxed);
-    if (eLevel == CpuLevel::Unknown) [[unlikely]] {
-        eLevel = Detect();
-        geCpuLevel.store(eLevel, std::memory_order_relaxed);
-    }
+CpuLevel detail::FindCpuLevel() noexcept {
+    const CpuLevel eLevel = Detect();
+    geCpuLevel.store(eLevel, std::memory_order_relaxed);
     return eLevel;
 }
 
 CpuLevel ExchangeCpuLevel(CpuLevel eLevel) noexcept {
-    return geCpuLevel.exchange(std::min(eLevel, Detect()), std::memory_order_relaxed);
+    return detail::geCpuLevel.exchange(std::min(eLevel, Detect()), std::memory_order_relaxed);
 }
 
 }  // namespace vlm

@@ -1,21 +1,16 @@
 /// @file
-/// The table forms of the CRC-32 step, and the choice among all forms.
+/// The table forms of the CRC-32 step.
 #include "utilities/utilitiesdll/detail/values/CrcKernels.h"
 
 #include <bit>
 #include <cstring>
 
-#include "utilities/utilitiesdll/detail/values/CpuLevel.h"
 #include "utilities/utilitiesdll/detail/values/CrcTables.h"
 
 namespace vlm {
 namespace {
 
 static_assert(std::endian::native == std::endian::little, "words are loaded as the message's bytes stand");
-
-/// Below this, setting up the folding costs more than the tables.
-constexpr std::size_t FOLD_FROM = 32;
-constexpr std::size_t FOLD_512_FROM = 256;
 
 /// The effect of the four bytes of `v`, the first of which is followed by `iBehind` bytes.
 inline std::uint32_t Slice(std::uint32_t v, std::size_t iBehind) noexcept {
@@ -53,17 +48,6 @@ DWORD UpdateCrcSliced(DWORD dwRegister, const BYTE* pbyData, std::size_t cBytes)
         pbyData += 4;
     }
     return UpdateCrcPlain(dwRegister, pbyData, cBytes);
-}
-
-DWORD UpdateCrc(DWORD dwRegister, const BYTE* pbyData, std::size_t cBytes) noexcept {
-    if (cBytes >= FOLD_FROM) {
-        const CpuLevel eLevel = GetCpuLevel();
-        if (eLevel >= CpuLevel::Avx512 && cBytes >= FOLD_512_FROM) {
-            return UpdateCrcFolded512(dwRegister, pbyData, cBytes);
-        }
-        if (eLevel >= CpuLevel::Clmul) return UpdateCrcFolded(dwRegister, pbyData, cBytes);
-    }
-    return UpdateCrcSliced(dwRegister, pbyData, cBytes);
 }
 
 }  // namespace vlm

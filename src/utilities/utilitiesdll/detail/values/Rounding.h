@@ -2,25 +2,22 @@
 /// Truncation and rounding of doubles, with a defined answer for every value.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
 #include "platform/WinTypes.h"
 
 namespace vlm {
 
-/// Cuts off the fraction.  What 64 (32) bits cannot hold, and what is no number, gives the lowest value, as the x86
-/// conversion instructions do; the language leaves it undefined.
+/// Cuts off the fraction.  What 64 (32) bits cannot hold, and what is no number, gives the lowest value: that is what
+/// the processor's instruction does, while the language leaves it undefined.
 inline std::int64_t TruncateToInt64(double dbl) noexcept {
-    constexpr double LIMIT = 9223372036854775808.0;  // 2^63
-    return dbl >= -LIMIT && dbl < LIMIT ? static_cast<std::int64_t>(dbl) : std::numeric_limits<std::int64_t>::min();
+    return _mm_cvttsd_si64(_mm_set_sd(dbl));
 }
-
 inline std::int32_t TruncateToInt32(double dbl) noexcept {
-    constexpr double LIMIT = 2147483648.0;  // 2^31
-    return dbl > -LIMIT - 1.0 && dbl < LIMIT ? static_cast<std::int32_t>(dbl)
-                                             : std::numeric_limits<std::int32_t>::min();
+    return _mm_cvttsd_si32(_mm_set_sd(dbl));
 }
 
 /// 10^n: exact from 0 to 22.
