@@ -19,8 +19,6 @@ target_compile_options(q9_options INTERFACE
 # Unique symbols would keep the host's module in a process for ever after dlclose.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT WIN32)
     target_compile_options(q9_options INTERFACE -fno-gnu-unique)
-    # A call within the library means the library's own function, as on Windows, and may be inlined.
-    target_compile_options(q9_options INTERFACE -fno-semantic-interposition)
 endif()
 
 # The compiler believes a Windows stack to be aligned for the 256-bit values that it spills there (a known defect of this
