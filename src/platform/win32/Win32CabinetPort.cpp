@@ -12,6 +12,8 @@
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <utility>
 
 #include "platform/CabinetPort.h"
 
@@ -73,14 +75,46 @@ int WriteCode() noexcept {
                           : static_cast<int>(CabinetCompressError::CabinetFile);
 }
 
+/// Memory for the rest of an extraction that has run out of it.  Some versions of the library do not look whether they
+/// were given memory for their code tables; they get it from here, and the next read ends the extraction.  Used under
+/// `gCallLock`; starts anew whenever nothing of it is in use.
+class Reserve {
+public:
+    void* Allocate(std::size_t cBytes) noexcept {
+        if (m_cBlocks == 0) m_cUsed = 0;
+        const std::size_t cRounded = (cBytes + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT;
+        if (cBytes > SIZE || cRounded > SIZE - m_cUsed) return nullptr;
+        ++m_cBlocks;
+        return m_abyMemory + std::exchange(m_cUsed, m_cUsed + cRounded);
+    }
+    /// @return false when the block is not from here.
+    bool Release(const void* pMemory) noexcept {
+        const auto* const pby = static_cast<const BYTE*>(pMemory);
+        const std::less<const BYTE*> Before;
+        if (Before(pby, m_abyMemory) || !Before(pby, m_abyMemory + SIZE)) return false;
+        --m_cBlocks;
+        return true;
+    }
+
+private:
+    static constexpr std::size_t SIZE = 256 * 1024;
+    static constexpr std::size_t ALIGNMENT = 16;
+
+    alignas(ALIGNMENT) BYTE m_abyMemory[SIZE] = {};
+    std::size_t m_cUsed = 0;
+    std::size_t m_cBlocks = 0;
+};
+constinit Reserve gReserve;
+
 void* DIAMONDAPI OnAllocate(ULONG cBytes) noexcept {
-    void* pMemory = gpCall->rFiles.Allocate(cBytes);
-    if (!pMemory) Remember(AllocationCode());
-    return pMemory;
+    void* const pMemory = gpCall->rFiles.Allocate(cBytes);
+    if (pMemory) return pMemory;
+    Remember(AllocationCode());
+    return IsExtraction() ? gReserve.Allocate(cBytes) : nullptr;
 }
 
 void DIAMONDAPI OnRelease(void* pMemory) noexcept {
-    if (pMemory) gpCall->rFiles.Release(pMemory);
+    if (pMemory && !gReserve.Release(pMemory)) gpCall->rFiles.Release(pMemory);
 }
 
 INT_PTR OpenFile(const char* pszName, int iFlags, int iFailureCode) noexcept {
@@ -92,6 +126,7 @@ INT_PTR OpenFile(const char* pszName, int iFlags, int iFailureCode) noexcept {
 
 UINT DIAMONDAPI OnRead(INT_PTR hFile, void* pTarget, UINT cBytes) noexcept {
     if (hFile == -1) return 0;  // the library's own handle for a member without bytes
+    if (gpCall->fCallbackFailed) return TRANSFER_FAILED;
     const UINT cRead = gpCall->rFiles.Read(hFile, pTarget, cBytes);
     if (cRead == TRANSFER_FAILED) Remember(ReadCode());
     return cRead;
