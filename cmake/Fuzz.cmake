@@ -1,6 +1,9 @@
 # Fuzz targets: fuzz/<name>_fuzz.cpp with fuzz/corpus/<name>/ and fuzz/dict/<name>.dict.
 # With Q9_FUZZ each becomes <name>_fuzz under libFuzzer; in every other build its corpus is replayed as a test.
 file(GLOB fuzz_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/fuzz/*_fuzz.cpp")
+if(NOT DEFINED Q9_STAGED_INCLUDE_DIR)
+    list(FILTER fuzz_sources EXCLUDE REGEX "settings_json_fuzz")
+endif()
 foreach(source IN LISTS fuzz_sources)
     cmake_path(GET source STEM target)
     string(REGEX REPLACE "_fuzz$" "" name "${target}")
@@ -19,6 +22,13 @@ foreach(source IN LISTS fuzz_sources)
     q9_define_data_folder("${source}")
     target_link_libraries(${target} PRIVATE q9_options)
     q9_link_floors(${target} ${Q9_ALL_OBJECTS})
+    if(name STREQUAL "settings_json")    # the tool's reader and writer of settings, with its JSON library
+        foreach(unit Failure JsonObject JsonText RecordJson Settings SettingsJson SettingsText Text Units)
+            target_sources(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tools/q9diag/${unit}.cpp")
+        endforeach()
+        target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tools/q9diag")
+        target_include_directories(${target} SYSTEM PRIVATE "${Q9_STAGED_INCLUDE_DIR}")
+    endif()
     if(TARGET q9_test_support)
         target_link_libraries(${target} PRIVATE q9_test_support gmock)
     endif()

@@ -2,7 +2,7 @@
 # own, because the system's include folder must never be on the path of the cross build.
 add_custom_target(all-tools)
 file(GLOB q9diag_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tools/q9diag/*.cpp")
-if(NOT Q9_BUILD_TOOLS OR NOT q9diag_sources OR NOT TARGET q9util073)
+if(NOT q9diag_sources OR NOT (Q9_BUILD_TOOLS OR Q9_FUZZ))
     return()
 endif()
 
@@ -14,6 +14,10 @@ foreach(library nlohmann CLI)
     endif()
     file(CREATE_LINK "/usr/include/${library}" "${Q9_STAGED_INCLUDE_DIR}/${library}" SYMBOLIC)
 endforeach()
+
+if(NOT Q9_BUILD_TOOLS OR NOT TARGET q9util073)
+    return()
+endif()
 
 # The demo's stored settings are compiled in.
 set(demo_block "${PROJECT_SOURCE_DIR}/examples/data/queue-settings.bin")
