@@ -25,7 +25,9 @@ inline constexpr std::uint32_t MAX_FILE_ORIGINAL_BYTES = 256 * 1024 * 1024;
 
 /// Most bytes that `cCompressed` bytes of deflate can stand for: it reaches 1,032 to one, and short data has room to
 /// spare.  A larger claim is false.
-constexpr std::uint64_t MaxOriginalBytes(std::uint64_t cCompressed) noexcept { return 1100 * cCompressed + 32 * 1024; }
+constexpr std::uint64_t MaxOriginalBytes(std::uint64_t cCompressed) noexcept {
+    return 1100 * cCompressed + 32 * 1024;
+}
 
 /// Most bytes of working memory that a cabinet library gets for one operation; it needs about half a megabyte.
 inline constexpr std::size_t MAX_CABINET_WORK_BYTES = 16 * 1024 * 1024;

@@ -14,8 +14,8 @@ namespace vlm::win32 {
 
 namespace {
 
-// The first 64 slots stand in the thread's own block, which a segment register leads to: one load, and the last error is
-// left alone.  Later ones take the call.
+// The first 64 slots stand in the thread's own block, which a segment register leads to: one load, and the last error
+// is left alone.  Later ones take the call.
 constexpr DWORD cDirectSlots = 64;
 static_assert(offsetof(TEB, TlsSlots) == 0x1480 && sizeof(TEB::TlsSlots) == cDirectSlots * sizeof(void*));
 

@@ -65,11 +65,7 @@ std::size_t AttributeBytes::GetAttributeBytesStateSize() const noexcept {
 }
 
 BYTE* AttributeBytes::StoreAttributeBytesState(BYTE* pbyOut) const {
-    pbyOut = vlm::StoreByte(pbyOut, static_cast<BYTE>(m_apoId->GetAttributeBytesIdType()));
-    pbyOut = m_apoId->StoreIdentifierState(pbyOut);
-    pbyOut = vlm::StoreByte(pbyOut, static_cast<BYTE>(m_apoValue->GetAttributeBytesValueType()));
-    pbyOut = vlm::StoreByte(pbyOut, m_apoValue->IsSpecified() ? 0 : 1);
-    return m_apoValue->StoreValueState(pbyOut);
+    return m_apoValue->StoreTypeAndValueState(m_apoId->StoreTypeAndIdentifierState(pbyOut));
 }
 
 ByteBuffer AttributeBytes::GetAttributeBytesState() const {

@@ -29,8 +29,8 @@ DWORD AttributeBytesCapabilityId::GetIdentifierStateSize() const noexcept {
     return 6;
 }
 
-BYTE* AttributeBytesCapabilityId::StoreIdentifierState(BYTE* pbyOut) const {
-    return vlm::StoreLong(vlm::StoreShort(pbyOut, m_nCapabilityType), m_lFeatureId);
+BYTE* AttributeBytesCapabilityId::StoreTypeAndIdentifierState(BYTE* pbyOut) const {
+    return vlm::StoreLong(vlm::StoreShort(vlm::StoreByte(pbyOut, ABIDE_CAPABILITY), m_nCapabilityType), m_lFeatureId);
 }
 
 ULONGLONG AttributeBytesCapabilityId::GetOrderKey() const noexcept {
@@ -64,8 +64,9 @@ DWORD AttributeBytesNewCapabilityId::GetIdentifierStateSize() const noexcept {
     return static_cast<DWORD>(2 + vlm::GetRecordTextSize(m_csFeatureName));
 }
 
-BYTE* AttributeBytesNewCapabilityId::StoreIdentifierState(BYTE* pbyOut) const {
-    return vlm::StoreRecordText(vlm::StoreShort(pbyOut, m_nCapabilityType), m_csFeatureName);
+BYTE* AttributeBytesNewCapabilityId::StoreTypeAndIdentifierState(BYTE* pbyOut) const {
+    return vlm::StoreRecordText(vlm::StoreShort(vlm::StoreByte(pbyOut, ABIDE_NEWCAPABILITY), m_nCapabilityType),
+                                m_csFeatureName);
 }
 
 ULONGLONG AttributeBytesNewCapabilityId::GetOrderKey() const noexcept {

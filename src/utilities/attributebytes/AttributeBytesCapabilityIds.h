@@ -17,7 +17,7 @@ public:
     CXString GetDumpDisplayString(bool fShowType) const override;
     void WalkBufferToSetIdentifier(const BYTE*& rpbyCursor, DWORD& rdwRemaining) override;
     DWORD GetIdentifierStateSize() const noexcept override;
-    BYTE* StoreIdentifierState(BYTE* pbyOut) const override;
+    BYTE* StoreTypeAndIdentifierState(BYTE* pbyOut) const override;
     ULONGLONG GetOrderKey() const noexcept override;
 
     LONG GetFeatureId() const noexcept { return m_lFeatureId; }
@@ -44,7 +44,7 @@ public:
     CXString GetDumpDisplayString(bool fShowType) const override;
     void WalkBufferToSetIdentifier(const BYTE*& rpbyCursor, DWORD& rdwRemaining) override;
     DWORD GetIdentifierStateSize() const noexcept override;
-    BYTE* StoreIdentifierState(BYTE* pbyOut) const override;
+    BYTE* StoreTypeAndIdentifierState(BYTE* pbyOut) const override;
     ULONGLONG GetOrderKey() const noexcept override;
     std::strong_ordering CompareBeyondKey(const AttributeBytesId& rSameType) const noexcept override;
 

@@ -21,8 +21,8 @@ void AttributeBytesStringValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, DW
 std::size_t AttributeBytesStringValue::GetValueStateSize() const noexcept {
     return vlm::GetRecordTextSize(m_csValue);
 }
-BYTE* AttributeBytesStringValue::StoreValueState(BYTE* pbyOut) const {
-    return vlm::StoreRecordText(pbyOut, m_csValue);
+BYTE* AttributeBytesStringValue::StoreTypeAndValueState(BYTE* pbyOut) const {
+    return vlm::StoreRecordText(StoreHead(pbyOut, ABVTE_STRING), m_csValue);
 }
 std::strong_ordering AttributeBytesStringValue::CompareMembers(const AttributeBytesValue& rSameType) const noexcept {
     return vlm::CompareTexts(m_csValue, static_cast<const AttributeBytesStringValue&>(rSameType).m_csValue);
@@ -46,8 +46,9 @@ void AttributeBytesDataBlobValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, 
 std::size_t AttributeBytesDataBlobValue::GetValueStateSize() const noexcept {
     return 4 + m_bbValue.size();
 }
-BYTE* AttributeBytesDataBlobValue::StoreValueState(BYTE* pbyOut) const {
-    return vlm::StoreBytes(vlm::StoreDword(pbyOut, m_bbValue.GetLength()), m_bbValue.data(), m_bbValue.size());
+BYTE* AttributeBytesDataBlobValue::StoreTypeAndValueState(BYTE* pbyOut) const {
+    return vlm::StoreBytes(vlm::StoreDword(StoreHead(pbyOut, ABVTE_DATABLOB), m_bbValue.GetLength()), m_bbValue.data(),
+                           m_bbValue.size());
 }
 std::strong_ordering AttributeBytesDataBlobValue::CompareMembers(const AttributeBytesValue& rSameType) const noexcept {
     const ByteBuffer& rbbOther = static_cast<const AttributeBytesDataBlobValue&>(rSameType).m_bbValue;

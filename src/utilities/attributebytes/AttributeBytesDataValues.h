@@ -14,7 +14,7 @@ public:
     std::unique_ptr<AttributeBytesValue> Clone() const override;
     void WalkBufferToSetValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining) override;
     std::size_t GetValueStateSize() const noexcept override;
-    BYTE* StoreValueState(BYTE* pbyOut) const override;
+    BYTE* StoreTypeAndValueState(BYTE* pbyOut) const override;
     std::strong_ordering CompareMembers(const AttributeBytesValue& rSameType) const noexcept override;
 
     const CXString& GetStringValue() const noexcept { return m_csValue; }
@@ -37,7 +37,7 @@ public:
     std::unique_ptr<AttributeBytesValue> Clone() const override;
     void WalkBufferToSetValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining) override;
     std::size_t GetValueStateSize() const noexcept override;
-    BYTE* StoreValueState(BYTE* pbyOut) const override;
+    BYTE* StoreTypeAndValueState(BYTE* pbyOut) const override;
     std::strong_ordering CompareMembers(const AttributeBytesValue& rSameType) const noexcept override;
 
     const ByteBuffer& GetDataBlobValue() const noexcept { return m_bbValue; }

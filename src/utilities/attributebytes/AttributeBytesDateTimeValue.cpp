@@ -17,8 +17,8 @@ void AttributeBytesDateTimeValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, 
 std::size_t AttributeBytesDateTimeValue::GetValueStateSize() const noexcept {
     return 8;
 }
-BYTE* AttributeBytesDateTimeValue::StoreValueState(BYTE* pbyOut) const {
-    return vlm::StoreLong64(pbyOut, m_oValue.GetSeconds());
+BYTE* AttributeBytesDateTimeValue::StoreTypeAndValueState(BYTE* pbyOut) const {
+    return vlm::StoreLong64(StoreHead(pbyOut, ABVTE_DATETIME), m_oValue.GetSeconds());
 }
 std::strong_ordering AttributeBytesDateTimeValue::CompareMembers(const AttributeBytesValue& rSameType) const noexcept {
     return m_oValue <=> static_cast<const AttributeBytesDateTimeValue&>(rSameType).m_oValue;

@@ -44,8 +44,8 @@ void AttributeBytesDimensionValue::WalkBufferToSetValue(const BYTE*& rpbyCursor,
 std::size_t AttributeBytesDimensionValue::GetValueStateSize() const noexcept {
     return 4;
 }
-BYTE* AttributeBytesDimensionValue::StoreValueState(BYTE* pbyOut) const {
-    return vlm::StoreLong(pbyOut, ToThousandths(m_oValue));
+BYTE* AttributeBytesDimensionValue::StoreTypeAndValueState(BYTE* pbyOut) const {
+    return vlm::StoreLong(StoreHead(pbyOut, ABVTE_DIMENSION), ToThousandths(m_oValue));
 }
 LONG AttributeBytesDimensionValue::GetThousandthsOfMillimetre() const noexcept {
     return ToThousandths(m_oValue);
@@ -77,8 +77,9 @@ void AttributeBytesRangeOfDimensionValue::WalkBufferToSetValue(const BYTE*& rpby
 std::size_t AttributeBytesRangeOfDimensionValue::GetValueStateSize() const noexcept {
     return 8;
 }
-BYTE* AttributeBytesRangeOfDimensionValue::StoreValueState(BYTE* pbyOut) const {
-    return vlm::StoreLong(vlm::StoreLong(pbyOut, ToThousandths(m_oLow)), ToThousandths(m_oHigh));
+BYTE* AttributeBytesRangeOfDimensionValue::StoreTypeAndValueState(BYTE* pbyOut) const {
+    return vlm::StoreLong(vlm::StoreLong(StoreHead(pbyOut, ABVTE_RANGEOFDIMENSION), ToThousandths(m_oLow)),
+                          ToThousandths(m_oHigh));
 }
 LONG AttributeBytesRangeOfDimensionValue::GetLowInThousandthsOfMillimetre() const noexcept {
     return ToThousandths(m_oLow);

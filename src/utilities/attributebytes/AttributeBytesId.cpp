@@ -29,13 +29,12 @@ void AttributeBytesId::Dump() const {
 }
 
 ByteBuffer AttributeBytesId::GetIdentifierState() const {
-    return vlm::MakeState(GetIdentifierStateSize(), [this](BYTE* pbyOut) { StoreIdentifierState(pbyOut); });
+    const ByteBuffer bbWithTag = GetTypeAndIdentifierState();
+    return ByteBuffer(bbWithTag.data() + 1, bbWithTag.size() - 1);
 }
 
 ByteBuffer AttributeBytesId::GetTypeAndIdentifierState() const {
-    return vlm::MakeState(1 + GetIdentifierStateSize(), [this](BYTE* pbyOut) {
-        StoreIdentifierState(vlm::StoreByte(pbyOut, static_cast<BYTE>(GetAttributeBytesIdType())));
-    });
+    return vlm::MakeState(1 + GetIdentifierStateSize(), [this](BYTE* pbyOut) { StoreTypeAndIdentifierState(pbyOut); });
 }
 
 std::unique_ptr<AttributeBytesId> AttributeBytesId::WalkBufferToGetTypeAndCreateIdentifier(const BYTE*& rpbyCursor,

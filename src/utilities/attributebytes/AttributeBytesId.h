@@ -46,8 +46,8 @@ public:
 
     /// Size of the payload in bytes.
     virtual DWORD GetIdentifierStateSize() const noexcept = 0;
-    /// Writes the payload, exactly GetIdentifierStateSize() bytes.  @return the position behind it.
-    virtual BYTE* StoreIdentifierState(BYTE* pbyOut) const = 0;
+    /// Writes tag and payload, exactly 1 + GetIdentifierStateSize() bytes.  @return the position behind them.
+    virtual BYTE* StoreTypeAndIdentifierState(BYTE* pbyOut) const = 0;
     /// The order as a number: type in the top 8 bits, below it the members, or as much of them as fits.  Identifiers
     /// with different keys are ordered by them; with equal keys by CompareBeyondKey.
     virtual ULONGLONG GetOrderKey() const noexcept = 0;

@@ -173,7 +173,11 @@ void AttributeBytesIndexedList::ReplaceAllAttributeBytes(const std::vector<Attri
 void AttributeBytesIndexedList::ImportRecords(const BYTE* pbyCursor, DWORD dwRemaining, bool fNestingChecked) {
     AttributeBytesIndexedList oBuiltAside;
     while (dwRemaining != 0) {
-        oBuiltAside.AddAttributeBytes(vlm::RecordReader::ReadSharedRecord(pbyCursor, dwRemaining, fNestingChecked));
+        AttributeBytesSharedPtr shpoRecord =
+            vlm::RecordReader::ReadSharedRecord(pbyCursor, dwRemaining, fNestingChecked);
+        if (!oBuiltAside.m_oSet.Insert(std::move(shpoRecord))) {
+            oBuiltAside.AddAttributeBytes(std::move(shpoRecord));  // still ours; fails with its own text
+        }
     }
     *this = std::move(oBuiltAside);
 }

@@ -65,8 +65,8 @@ std::size_t AttributeBytesListValue::GetValueStateSize() const noexcept {
     return 5 + m_apoRawList->GetAttributeBytesRawListStateSize();
 }
 
-BYTE* AttributeBytesListValue::StoreValueState(BYTE* pbyOut) const {
-    pbyOut = vlm::StoreByte(pbyOut, m_byKindOfList);
+BYTE* AttributeBytesListValue::StoreTypeAndValueState(BYTE* pbyOut) const {
+    pbyOut = vlm::StoreByte(StoreHead(pbyOut, ABVTE_LIST), m_byKindOfList);
     pbyOut = vlm::StoreDword(pbyOut, static_cast<DWORD>(m_apoRawList->GetAttributeBytesRawListStateSize()));
     return m_apoRawList->StoreAttributeBytesRawListState(pbyOut);
 }

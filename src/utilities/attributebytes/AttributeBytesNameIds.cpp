@@ -20,8 +20,8 @@ DWORD AttributeBytesNameId::GetIdentifierStateSize() const noexcept {
     return static_cast<DWORD>(vlm::GetRecordTextSize(m_csName));
 }
 
-BYTE* AttributeBytesNameId::StoreIdentifierState(BYTE* pbyOut) const {
-    return vlm::StoreRecordText(pbyOut, m_csName);
+BYTE* AttributeBytesNameId::StoreTypeAndIdentifierState(BYTE* pbyOut) const {
+    return vlm::StoreRecordText(vlm::StoreByte(pbyOut, static_cast<BYTE>(GetAttributeBytesIdType())), m_csName);
 }
 
 ULONGLONG AttributeBytesNameId::GetOrderKey() const noexcept {

@@ -21,12 +21,12 @@ DWORD AttributeBytesNumberId::GetIdentifierStateSize() const noexcept {
     return 4;
 }
 
-BYTE* AttributeBytesNumberId::StoreIdentifierState(BYTE* pbyOut) const {
-    return vlm::StoreLong(pbyOut, m_lNumber);
+BYTE* AttributeBytesNumberId::StoreTypeAndIdentifierState(BYTE* pbyOut) const {
+    return vlm::StoreLong(vlm::StoreByte(pbyOut, m_byType), m_lNumber);
 }
 
 ULONGLONG AttributeBytesNumberId::GetOrderKey() const noexcept {
-    return vlm::MakeNumberKey(GetAttributeBytesIdType(), m_lNumber);
+    return vlm::MakeNumberKey(m_byType, m_lNumber);
 }
 
 AttributeBytesFeatureId::~AttributeBytesFeatureId() = default;

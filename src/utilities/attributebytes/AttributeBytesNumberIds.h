@@ -11,21 +11,26 @@ public:
     CXString GetDumpDisplayString(bool fShowType) const override;
     void WalkBufferToSetIdentifier(const BYTE*& rpbyCursor, DWORD& rdwRemaining) override;
     DWORD GetIdentifierStateSize() const noexcept override;
-    BYTE* StoreIdentifierState(BYTE* pbyOut) const override;
+    BYTE* StoreTypeAndIdentifierState(BYTE* pbyOut) const override;
     ULONGLONG GetOrderKey() const noexcept override;
 
 protected:
-    explicit AttributeBytesNumberId(LONG lNumber) noexcept : m_lNumber(lNumber) {}
+    AttributeBytesNumberId(AttributeBytesIdEnum abideType, LONG lNumber) noexcept
+        : m_lNumber(lNumber), m_byType(static_cast<BYTE>(abideType)) {}
     AttributeBytesNumberId(const AttributeBytesNumberId&) = default;
     AttributeBytesNumberId& operator=(const AttributeBytesNumberId&) = default;
 
     LONG m_lNumber;
+
+private:
+    BYTE m_byType;  // the class's own, so that the order key needs no further call
 };
 
 /// A numbered feature (tag 2).
 class VLM_API AttributeBytesFeatureId : public AttributeBytesNumberId {
 public:
-    explicit AttributeBytesFeatureId(LONG lFeatureId = 0) noexcept : AttributeBytesNumberId(lFeatureId) {}
+    explicit AttributeBytesFeatureId(LONG lFeatureId = 0) noexcept
+        : AttributeBytesNumberId(ABIDE_FEATURE, lFeatureId) {}
     ~AttributeBytesFeatureId() override;
     AttributeBytesIdEnum GetAttributeBytesIdType() const noexcept override;
     std::unique_ptr<AttributeBytesId> Clone() const override;
@@ -37,7 +42,7 @@ public:
 /// A numbered value (tag 4).
 class VLM_API AttributeBytesValueId : public AttributeBytesNumberId {
 public:
-    explicit AttributeBytesValueId(LONG lValueId = 0) noexcept : AttributeBytesNumberId(lValueId) {}
+    explicit AttributeBytesValueId(LONG lValueId = 0) noexcept : AttributeBytesNumberId(ABIDE_VALUE, lValueId) {}
     ~AttributeBytesValueId() override;
     AttributeBytesIdEnum GetAttributeBytesIdType() const noexcept override;
     std::unique_ptr<AttributeBytesId> Clone() const override;
@@ -49,7 +54,8 @@ public:
 /// An item of a list of values (tag 6).
 class VLM_API AttributeBytesListOfValuesItemId : public AttributeBytesNumberId {
 public:
-    explicit AttributeBytesListOfValuesItemId(LONG lIndex = 0) noexcept : AttributeBytesNumberId(lIndex) {}
+    explicit AttributeBytesListOfValuesItemId(LONG lIndex = 0) noexcept
+        : AttributeBytesNumberId(ABIDE_LISTOFVALUESITEM, lIndex) {}
     ~AttributeBytesListOfValuesItemId() override;
     AttributeBytesIdEnum GetAttributeBytesIdType() const noexcept override;
     std::unique_ptr<AttributeBytesId> Clone() const override;
@@ -62,7 +68,8 @@ public:
 /// A name space (tag 9).
 class VLM_API AttributeBytesNameSpacesId : public AttributeBytesNumberId {
 public:
-    explicit AttributeBytesNameSpacesId(LONG lNameSpaceId = 0) noexcept : AttributeBytesNumberId(lNameSpaceId) {}
+    explicit AttributeBytesNameSpacesId(LONG lNameSpaceId = 0) noexcept
+        : AttributeBytesNumberId(ABIDE_NAMESPACE, lNameSpaceId) {}
     ~AttributeBytesNameSpacesId() override;
     AttributeBytesIdEnum GetAttributeBytesIdType() const noexcept override;
     std::unique_ptr<AttributeBytesId> Clone() const override;

@@ -21,8 +21,8 @@ void AttributeBytesIntegerValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, D
 std::size_t AttributeBytesIntegerValue::GetValueStateSize() const noexcept {
     return 4;
 }
-BYTE* AttributeBytesIntegerValue::StoreValueState(BYTE* pbyOut) const {
-    return vlm::StoreLong(pbyOut, m_lValue);
+BYTE* AttributeBytesIntegerValue::StoreTypeAndValueState(BYTE* pbyOut) const {
+    return vlm::StoreLong(StoreHead(pbyOut, ABVTE_INTEGER), m_lValue);
 }
 std::strong_ordering AttributeBytesIntegerValue::CompareMembers(const AttributeBytesValue& rSameType) const noexcept {
     return m_lValue <=> static_cast<const AttributeBytesIntegerValue&>(rSameType).m_lValue;
@@ -47,8 +47,8 @@ void AttributeBytesBooleanValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, D
 std::size_t AttributeBytesBooleanValue::GetValueStateSize() const noexcept {
     return 1;
 }
-BYTE* AttributeBytesBooleanValue::StoreValueState(BYTE* pbyOut) const {
-    return vlm::StoreByte(pbyOut, m_bValue ? 1 : 0);
+BYTE* AttributeBytesBooleanValue::StoreTypeAndValueState(BYTE* pbyOut) const {
+    return vlm::StoreByte(StoreHead(pbyOut, ABVTE_BOOLEAN), m_bValue ? 1 : 0);
 }
 std::strong_ordering AttributeBytesBooleanValue::CompareMembers(const AttributeBytesValue& rSameType) const noexcept {
     return m_bValue <=> static_cast<const AttributeBytesBooleanValue&>(rSameType).m_bValue;
@@ -74,8 +74,8 @@ void AttributeBytesRangeValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, DWO
 std::size_t AttributeBytesRangeValue::GetValueStateSize() const noexcept {
     return 8;
 }
-BYTE* AttributeBytesRangeValue::StoreValueState(BYTE* pbyOut) const {
-    return vlm::StoreLong(vlm::StoreLong(pbyOut, m_lLow), m_lHigh);
+BYTE* AttributeBytesRangeValue::StoreTypeAndValueState(BYTE* pbyOut) const {
+    return vlm::StoreLong(vlm::StoreLong(StoreHead(pbyOut, ABVTE_RANGE), m_lLow), m_lHigh);
 }
 std::strong_ordering AttributeBytesRangeValue::CompareMembers(const AttributeBytesValue& rSameType) const noexcept {
     const auto& rOther = static_cast<const AttributeBytesRangeValue&>(rSameType);
@@ -103,8 +103,9 @@ void AttributeBytesResolutionValue::WalkBufferToSetValue(const BYTE*& rpbyCursor
 std::size_t AttributeBytesResolutionValue::GetValueStateSize() const noexcept {
     return 10;
 }
-BYTE* AttributeBytesResolutionValue::StoreValueState(BYTE* pbyOut) const {
-    return vlm::StoreShort(vlm::StoreLong(vlm::StoreLong(pbyOut, m_lFeed), m_lCrossFeed), m_nUnits);
+BYTE* AttributeBytesResolutionValue::StoreTypeAndValueState(BYTE* pbyOut) const {
+    return vlm::StoreShort(vlm::StoreLong(vlm::StoreLong(StoreHead(pbyOut, ABVTE_RESOLUTION), m_lFeed), m_lCrossFeed),
+                           m_nUnits);
 }
 std::strong_ordering AttributeBytesResolutionValue::CompareMembers(
     const AttributeBytesValue& rSameType) const noexcept {

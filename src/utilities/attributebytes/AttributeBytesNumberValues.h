@@ -13,7 +13,7 @@ public:
     std::unique_ptr<AttributeBytesValue> Clone() const override;
     void WalkBufferToSetValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining) override;
     std::size_t GetValueStateSize() const noexcept override;
-    BYTE* StoreValueState(BYTE* pbyOut) const override;
+    BYTE* StoreTypeAndValueState(BYTE* pbyOut) const override;
     std::strong_ordering CompareMembers(const AttributeBytesValue& rSameType) const noexcept override;
 
     LONG GetIntegerValue() const noexcept { return m_lValue; }
@@ -35,7 +35,7 @@ public:
     std::unique_ptr<AttributeBytesValue> Clone() const override;
     void WalkBufferToSetValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining) override;
     std::size_t GetValueStateSize() const noexcept override;
-    BYTE* StoreValueState(BYTE* pbyOut) const override;
+    BYTE* StoreTypeAndValueState(BYTE* pbyOut) const override;
     std::strong_ordering CompareMembers(const AttributeBytesValue& rSameType) const noexcept override;
 
     bool GetBooleanValue() const noexcept { return m_bValue; }
@@ -57,7 +57,7 @@ public:
     std::unique_ptr<AttributeBytesValue> Clone() const override;
     void WalkBufferToSetValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining) override;
     std::size_t GetValueStateSize() const noexcept override;
-    BYTE* StoreValueState(BYTE* pbyOut) const override;
+    BYTE* StoreTypeAndValueState(BYTE* pbyOut) const override;
     std::strong_ordering CompareMembers(const AttributeBytesValue& rSameType) const noexcept override;
 
     LONG GetLowValue() const noexcept { return m_lLow; }
@@ -84,7 +84,7 @@ public:
     std::unique_ptr<AttributeBytesValue> Clone() const override;
     void WalkBufferToSetValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining) override;
     std::size_t GetValueStateSize() const noexcept override;
-    BYTE* StoreValueState(BYTE* pbyOut) const override;
+    BYTE* StoreTypeAndValueState(BYTE* pbyOut) const override;
     std::strong_ordering CompareMembers(const AttributeBytesValue& rSameType) const noexcept override;
 
     LONG GetCrossFeed() const noexcept { return m_lCrossFeed; }

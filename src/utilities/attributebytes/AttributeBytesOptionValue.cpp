@@ -40,9 +40,8 @@ void AttributeBytesOptionValue::WalkBufferToSetValue(const BYTE*& rpbyCursor, DW
 std::size_t AttributeBytesOptionValue::GetValueStateSize() const noexcept {
     return 1 + m_apoOptionId->GetIdentifierStateSize();
 }
-BYTE* AttributeBytesOptionValue::StoreValueState(BYTE* pbyOut) const {
-    pbyOut = vlm::StoreByte(pbyOut, static_cast<BYTE>(m_apoOptionId->GetAttributeBytesIdType()));
-    return m_apoOptionId->StoreIdentifierState(pbyOut);
+BYTE* AttributeBytesOptionValue::StoreTypeAndValueState(BYTE* pbyOut) const {
+    return m_apoOptionId->StoreTypeAndIdentifierState(StoreHead(pbyOut, ABVTE_OPTION));
 }
 std::strong_ordering AttributeBytesOptionValue::CompareMembers(const AttributeBytesValue& rSameType) const noexcept {
     const AttributeBytesId& rOtherId = *static_cast<const AttributeBytesOptionValue&>(rSameType).m_apoOptionId;

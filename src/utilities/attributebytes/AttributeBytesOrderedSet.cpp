@@ -3,6 +3,7 @@
 #include "utilities/attributebytes/AttributeBytesOrderedSet.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 
 #include "utilities/debuggingandexceptions/NoThrow.h"
@@ -14,14 +15,14 @@ namespace {
 /// The first room that a leaf gets.
 constexpr std::uint32_t FIRST_ROOM = 8;
 
-/// Moves an entry to raw memory and ends it where it was.
-void Relocate(AttributeBytesEntry* poTo, AttributeBytesEntry* poFrom) noexcept {
-    new (static_cast<void*>(poTo)) AttributeBytesEntry(std::move(*poFrom));
-    poFrom->~AttributeBytesEntry();
+constexpr std::size_t BytesFor(std::uint32_t cRoom) noexcept {
+    return cRoom * (sizeof(ULONGLONG) + sizeof(AttributeBytesSharedPtr));
 }
 
-AttributeBytesEntry* AllocateEntries(std::uint32_t cRoom) {
-    return static_cast<AttributeBytesEntry*>(MemoryPool::Allocate(cRoom * sizeof(AttributeBytesEntry)));
+/// Moves a pointer to raw memory and ends it where it was.
+void Relocate(AttributeBytesSharedPtr* pshpoTo, AttributeBytesSharedPtr* pshpoFrom) noexcept {
+    new (static_cast<void*>(pshpoTo)) AttributeBytesSharedPtr(std::move(*pshpoFrom));
+    pshpoFrom->~AttributeBytesSharedPtr();
 }
 
 /// Are identifiers of this key's type told apart by their keys alone?  Those that hold a name are not.
@@ -32,27 +33,25 @@ constexpr bool IsWholeKey(ULONGLONG ullKey) noexcept {
     return (NAMED_TYPES >> (ullKey >> 56) & 1) == 0;
 }
 
-/// Does an entry come before an identifier with a key?
-bool ComesBefore(const AttributeBytesEntry& rEntry, const AttributeBytesId& rId, ULONGLONG ullKey) noexcept {
-    if (rEntry.m_ullKey != ullKey) return rEntry.m_ullKey < ullKey;
-    return rEntry.m_shpoRecord->GetAttributeBytesId().CompareBeyondKey(rId) < 0;
+/// How an entry of a leaf stands to an identifier with a key.
+std::strong_ordering CompareEntry(const AttributeBytesLeaf& rLeaf, std::uint32_t uIndex, const AttributeBytesId& rId,
+                                  ULONGLONG ullKey) noexcept {
+    const ULONGLONG ullEntryKey = rLeaf.Keys()[uIndex];
+    if (ullEntryKey != ullKey || IsWholeKey(ullKey)) return ullEntryKey <=> ullKey;
+    return rLeaf.Record(uIndex)->GetAttributeBytesId().CompareBeyondKey(rId);
 }
 
-bool IsSame(const AttributeBytesEntry& rEntry, const AttributeBytesId& rId, ULONGLONG ullKey) noexcept {
-    return rEntry.m_ullKey == ullKey && rEntry.m_shpoRecord->GetAttributeBytesId().CompareBeyondKey(rId) == 0;
-}
-
-/// The first of `cElements` (at least 1) whose key is not below `ullKey`, or one past them.  No branch depends on the
-/// data: each step halves the run and moves its beginning by a conditional move.
-template <class Element, class KeyOf>
-const Element* LowerBoundOfKeys(const Element* pElements, std::size_t cElements, ULONGLONG ullKey,
-                                KeyOf keyOf) noexcept {
-    while (cElements > 1) {
-        const std::size_t cHalf = cElements / 2;
-        pElements += (keyOf(pElements[cHalf - 1]) < ullKey) ? cHalf : 0;
-        cElements -= cHalf;
+/// How many of `cKeys` sorted keys (at least 1) are below `ullKey`.  No branch depends on the keys: each step halves
+/// the run and moves its beginning by a conditional move.
+inline std::size_t CountBelow(const ULONGLONG* pullKeys, std::size_t cKeys, ULONGLONG ullKey) noexcept {
+    const ULONGLONG* pullRun = pullKeys;
+    while (cKeys > 1) {
+        const std::size_t cHalf = cKeys / 2;
+        const ULONGLONG* const pullUpper = pullRun + cHalf;
+        pullRun = pullUpper[-1] < ullKey ? pullUpper : pullRun;
+        cKeys -= cHalf;
     }
-    return pElements + (keyOf(*pElements) < ullKey ? 1 : 0);
+    return static_cast<std::size_t>(pullRun - pullKeys) + static_cast<std::size_t>(*pullRun < ullKey);
 }
 
 }  // namespace
@@ -62,77 +61,85 @@ const Element* LowerBoundOfKeys(const Element* pElements, std::size_t cElements,
 AttributeBytesLeaf::AttributeBytesLeaf(const AttributeBytesLeaf& rOther) {
     if (rOther.m_cEntries == 0) return;
     Reserve(rOther.m_cEntries);
-    for (const AttributeBytesEntry& rEntry : rOther) {
-        new (static_cast<void*>(m_poEntries + m_cEntries)) AttributeBytesEntry(rEntry);
-        ++m_cEntries;
+    std::memcpy(m_pullKeys, rOther.m_pullKeys, rOther.m_cEntries * sizeof(ULONGLONG));
+    for (; m_cEntries < rOther.m_cEntries; ++m_cEntries) {
+        new (static_cast<void*>(Records() + m_cEntries)) AttributeBytesSharedPtr(rOther.Record(m_cEntries));
     }
 }
 
 AttributeBytesLeaf::~AttributeBytesLeaf() {
-    for (std::uint32_t i = 0; i < m_cEntries; ++i)
-        m_poEntries[i].~AttributeBytesEntry();
-    if (m_poEntries) MemoryPool::Release(m_poEntries, m_cRoom * sizeof(AttributeBytesEntry));
+    if (!m_pullKeys) return;
+    std::destroy_n(Records(), m_cEntries);
+    MemoryPool::Release(m_pullKeys, BytesFor(m_cRoom));
 }
 
 void AttributeBytesLeaf::Reserve(std::uint32_t cEntries) {
     if (cEntries <= m_cRoom) return;
+    AttributeBytesLeaf oLarger;
     const std::uint32_t cRoom = std::min(CAPACITY, std::max({FIRST_ROOM, cEntries, 2 * m_cRoom}));
-    AttributeBytesEntry* const poEntries = AllocateEntries(cRoom);
-    for (std::uint32_t i = 0; i < m_cEntries; ++i)
-        Relocate(poEntries + i, m_poEntries + i);
-    if (m_poEntries) MemoryPool::Release(m_poEntries, m_cRoom * sizeof(AttributeBytesEntry));
-    m_poEntries = poEntries;
-    m_cRoom = cRoom;
+    oLarger.m_pullKeys = static_cast<ULONGLONG*>(MemoryPool::Allocate(BytesFor(cRoom)));
+    oLarger.m_cRoom = cRoom;
+    MoveTailTo(0, oLarger);
+    *this = std::move(oLarger);
 }
 
-void AttributeBytesLeaf::Insert(std::uint32_t uIndex, AttributeBytesEntry&& rEntry) noexcept {
+void AttributeBytesLeaf::Insert(std::uint32_t uIndex, ULONGLONG ullKey,
+                                AttributeBytesSharedPtr&& rshpoRecord) noexcept {
+    AttributeBytesSharedPtr* const pshpoRecords = Records();
+    std::memmove(m_pullKeys + uIndex + 1, m_pullKeys + uIndex, (m_cEntries - uIndex) * sizeof(ULONGLONG));
     for (std::uint32_t i = m_cEntries; i > uIndex; --i)
-        Relocate(m_poEntries + i, m_poEntries + i - 1);
-    new (static_cast<void*>(m_poEntries + uIndex)) AttributeBytesEntry(std::move(rEntry));
+        Relocate(pshpoRecords + i, pshpoRecords + i - 1);
+    m_pullKeys[uIndex] = ullKey;
+    new (static_cast<void*>(pshpoRecords + uIndex)) AttributeBytesSharedPtr(std::move(rshpoRecord));
     ++m_cEntries;
 }
 
 void AttributeBytesLeaf::Erase(std::uint32_t uIndex) noexcept {
-    m_poEntries[uIndex].~AttributeBytesEntry();
+    AttributeBytesSharedPtr* const pshpoRecords = Records();
+    pshpoRecords[uIndex].~AttributeBytesSharedPtr();
     --m_cEntries;
+    std::memmove(m_pullKeys + uIndex, m_pullKeys + uIndex + 1, (m_cEntries - uIndex) * sizeof(ULONGLONG));
     for (std::uint32_t i = uIndex; i < m_cEntries; ++i)
-        Relocate(m_poEntries + i, m_poEntries + i + 1);
+        Relocate(pshpoRecords + i, pshpoRecords + i + 1);
 }
 
 void AttributeBytesLeaf::MoveTailTo(std::uint32_t uIndex, AttributeBytesLeaf& rTarget) noexcept {
-    for (std::uint32_t i = uIndex; i < m_cEntries; ++i)
-        Relocate(rTarget.m_poEntries + rTarget.m_cEntries++, m_poEntries + i);
+    const std::uint32_t cMoved = m_cEntries - uIndex;
+    if (cMoved == 0) return;
+    std::memcpy(rTarget.m_pullKeys, m_pullKeys + uIndex, cMoved * sizeof(ULONGLONG));
+    for (std::uint32_t i = 0; i < cMoved; ++i)
+        Relocate(rTarget.Records() + i, Records() + uIndex + i);
+    rTarget.m_cEntries = cMoved;
     m_cEntries = uIndex;
 }
 
 // ---- set ----
 
 /// The place of the first record that is not before the identifier; behind the last entry of a leaf rather than at the
-/// first of the next.
-AttributeBytesOrderedSet::Position AttributeBytesOrderedSet::LowerBound(const AttributeBytesId& rId,
-                                                                        ULONGLONG ullKey) const noexcept {
+/// first of the next.  The set is not empty.
+inline AttributeBytesOrderedSet::Position AttributeBytesOrderedSet::LowerBound(const AttributeBytesId& rId,
+                                                                               ULONGLONG ullKey) const noexcept {
+    // The last leaf whose first key is not above the key (for names: whose last entry may not be before it).
+    const std::size_t cLeaves = m_voLeaves.size();
     if (IsWholeKey(ullKey)) {
-        // The last leaf whose first key is not above the key; the first leaf when there is none.
-        const ULONGLONG* const pullFirst = m_vullFirstKeys.data();
-        std::size_t cLeaf = 0;
-        if (m_vullFirstKeys.size() > 1) {
-            const ULONGLONG* const pullFound = LowerBoundOfKeys(pullFirst + 1, m_vullFirstKeys.size() - 1, ullKey + 1,
-                                                                [](ULONGLONG ullFirst) { return ullFirst; });
-            cLeaf = static_cast<std::size_t>(pullFound - pullFirst) - 1;
-        }
+        const std::size_t cLeaf = cLeaves == 1 ? 0 : CountBelow(m_vullFirstKeys.data() + 1, cLeaves - 1, ullKey + 1);
         const AttributeBytesLeaf& rLeaf = m_voLeaves[cLeaf];
-        const AttributeBytesEntry* const poFound = LowerBoundOfKeys(
-            rLeaf.begin(), rLeaf.size(), ullKey, [](const AttributeBytesEntry& r) { return r.m_ullKey; });
-        return {cLeaf, static_cast<std::uint32_t>(poFound - rLeaf.begin())};
+        return {cLeaf, static_cast<std::uint32_t>(CountBelow(rLeaf.Keys(), rLeaf.size(), ullKey))};
     }
-    const auto itLeaf =
-        std::partition_point(m_voLeaves.begin(), m_voLeaves.end() - 1,
-                             [&](const AttributeBytesLeaf& rLeaf) { return ComesBefore(rLeaf.back(), rId, ullKey); });
-    const AttributeBytesEntry* const poFound =
-        std::partition_point(itLeaf->begin(), itLeaf->end(),
-                             [&](const AttributeBytesEntry& rEntry) { return ComesBefore(rEntry, rId, ullKey); });
-    return {static_cast<std::size_t>(itLeaf - m_voLeaves.begin()),
-            static_cast<std::uint32_t>(poFound - itLeaf->begin())};
+    const auto itLeaf = std::partition_point(m_voLeaves.begin(), m_voLeaves.end() - 1, [&](const auto& rLeaf) {
+        return CompareEntry(rLeaf, rLeaf.size() - 1, rId, ullKey) < 0;
+    });
+    std::uint32_t uFirst = 0;
+    for (std::uint32_t cLeft = itLeaf->size(); cLeft > 0;) {
+        const std::uint32_t cHalf = cLeft / 2;
+        if (CompareEntry(*itLeaf, uFirst + cHalf, rId, ullKey) < 0) {
+            uFirst += cHalf + 1;
+            cLeft -= cHalf + 1;
+        } else {
+            cLeft = cHalf;
+        }
+    }
+    return {static_cast<std::size_t>(itLeaf - m_voLeaves.begin()), uFirst};
 }
 
 AttributeBytesOrderedSet::Position AttributeBytesOrderedSet::Find(const AttributeBytesId& rId) const noexcept {
@@ -141,9 +148,7 @@ AttributeBytesOrderedSet::Position AttributeBytesOrderedSet::Find(const Attribut
     const Position oPosition = LowerBound(rId, ullKey);
     const AttributeBytesLeaf& rLeaf = m_voLeaves[oPosition.m_cLeaf];
     if (oPosition.m_uEntry == rLeaf.size()) return End();
-    const AttributeBytesEntry& rEntry = rLeaf[oPosition.m_uEntry];
-    const bool bFound = IsWholeKey(ullKey) ? rEntry.m_ullKey == ullKey : IsSame(rEntry, rId, ullKey);
-    return bFound ? oPosition : End();
+    return CompareEntry(rLeaf, oPosition.m_uEntry, rId, ullKey) == 0 ? oPosition : End();
 }
 
 bool AttributeBytesOrderedSet::Insert(AttributeBytesSharedPtr&& rshpoRecord) {
@@ -152,61 +157,66 @@ bool AttributeBytesOrderedSet::Insert(AttributeBytesSharedPtr&& rshpoRecord) {
     Position oPosition{0, 0};
     if (m_cRecords != 0) {
         const AttributeBytesLeaf& rLast = m_voLeaves.back();
-        if (ComesBefore(rLast.back(), rId, ullKey)) {
+        if (CompareEntry(rLast, rLast.size() - 1, rId, ullKey) < 0) {
             oPosition = {m_voLeaves.size() - 1, rLast.size()};
         } else {
             oPosition = LowerBound(rId, ullKey);
             const AttributeBytesLeaf& rLeaf = m_voLeaves[oPosition.m_cLeaf];
-            if (oPosition.m_uEntry < rLeaf.size() && IsSame(rLeaf[oPosition.m_uEntry], rId, ullKey)) return false;
+            if (oPosition.m_uEntry < rLeaf.size() && CompareEntry(rLeaf, oPosition.m_uEntry, rId, ullKey) == 0) {
+                return false;
+            }
         }
     }
-    InsertAt(oPosition, AttributeBytesEntry{ullKey, std::move(rshpoRecord)});
+    InsertAt(oPosition, ullKey, std::move(rshpoRecord));
     ++m_cRecords;
     return true;
 }
 
-void AttributeBytesOrderedSet::InsertAt(Position oPosition, AttributeBytesEntry&& rEntry) {
-    const bool bFull = m_voLeaves.empty() || m_voLeaves[oPosition.m_cLeaf].size() == AttributeBytesLeaf::CAPACITY;
-    if (bFull) {
-        TranslateOutOfMemory([this] {
-            if (m_voLeaves.size() == m_voLeaves.capacity()) m_voLeaves.reserve(2 * m_voLeaves.size() + 1);
-            if (m_vullFirstKeys.size() == m_vullFirstKeys.capacity()) {
-                m_vullFirstKeys.reserve(2 * m_vullFirstKeys.size() + 1);
-            }
-        });
-        const bool bAtEnd = m_voLeaves.empty() || (oPosition.m_cLeaf + 1 == m_voLeaves.size() &&
-                                                   oPosition.m_uEntry == AttributeBytesLeaf::CAPACITY);
-        AttributeBytesLeaf oNew;
-        oNew.Reserve(bAtEnd ? (m_voLeaves.empty() ? 1 : AttributeBytesLeaf::CAPACITY) : AttributeBytesLeaf::CAPACITY);
-        // Nothing below can fail.
-        if (bAtEnd) {  // in order: leave the full leaf full
-            oPosition = {m_voLeaves.size(), 0};
-            m_vullFirstKeys.push_back(rEntry.m_ullKey);
-            m_voLeaves.push_back(std::move(oNew));
-        } else {
-            constexpr std::uint32_t HALF = AttributeBytesLeaf::CAPACITY / 2;
-            m_voLeaves[oPosition.m_cLeaf].MoveTailTo(HALF, oNew);
-            m_vullFirstKeys.insert(m_vullFirstKeys.begin() + static_cast<std::ptrdiff_t>(oPosition.m_cLeaf) + 1,
-                                   oNew[0].m_ullKey);
-            m_voLeaves.insert(m_voLeaves.begin() + static_cast<std::ptrdiff_t>(oPosition.m_cLeaf) + 1, std::move(oNew));
-            if (oPosition.m_uEntry > HALF) oPosition = {oPosition.m_cLeaf + 1, oPosition.m_uEntry - HALF};
-        }
+void AttributeBytesOrderedSet::InsertAt(Position oPosition, ULONGLONG ullKey, AttributeBytesSharedPtr&& rshpoRecord) {
+    if (m_voLeaves.empty() || m_voLeaves[oPosition.m_cLeaf].size() == AttributeBytesLeaf::CAPACITY) {
+        oPosition = SplitOrAppendLeaf(oPosition, ullKey);
     }
     AttributeBytesLeaf& rLeaf = m_voLeaves[oPosition.m_cLeaf];
     rLeaf.Reserve(rLeaf.size() + 1);
-    if (oPosition.m_uEntry == 0) m_vullFirstKeys[oPosition.m_cLeaf] = rEntry.m_ullKey;
-    rLeaf.Insert(oPosition.m_uEntry, std::move(rEntry));
+    if (oPosition.m_uEntry == 0) m_vullFirstKeys[oPosition.m_cLeaf] = ullKey;
+    rLeaf.Insert(oPosition.m_uEntry, ullKey, std::move(rshpoRecord));
+}
+
+/// Makes room at a position in a full leaf, or the first leaf; answers where the position has gone.
+AttributeBytesOrderedSet::Position AttributeBytesOrderedSet::SplitOrAppendLeaf(Position oPosition, ULONGLONG ullKey) {
+    TranslateOutOfMemory([this] {
+        if (m_voLeaves.size() == m_voLeaves.capacity()) m_voLeaves.reserve(2 * m_voLeaves.size() + 1);
+        if (m_vullFirstKeys.size() == m_vullFirstKeys.capacity()) m_vullFirstKeys.reserve(2 * m_voLeaves.size() + 1);
+    });
+    AttributeBytesLeaf oNew;
+    oNew.Reserve(m_voLeaves.empty() ? 1 : AttributeBytesLeaf::CAPACITY);
+    // Nothing below can fail.
+    const bool bAtEnd = m_voLeaves.empty() || (oPosition.m_cLeaf + 1 == m_voLeaves.size() &&
+                                               oPosition.m_uEntry == AttributeBytesLeaf::CAPACITY);
+    if (bAtEnd) {  // in order: the full leaf stays full
+        m_vullFirstKeys.push_back(ullKey);
+        m_voLeaves.push_back(std::move(oNew));
+        return {m_voLeaves.size() - 1, 0};
+    }
+    constexpr std::uint32_t HALF = AttributeBytesLeaf::CAPACITY / 2;
+    const auto cNext = static_cast<std::ptrdiff_t>(oPosition.m_cLeaf) + 1;
+    m_voLeaves[oPosition.m_cLeaf].MoveTailTo(HALF, oNew);
+    m_vullFirstKeys.insert(m_vullFirstKeys.begin() + cNext, oNew.Keys()[0]);
+    m_voLeaves.insert(m_voLeaves.begin() + cNext, std::move(oNew));
+    if (oPosition.m_uEntry <= HALF) return oPosition;
+    return {oPosition.m_cLeaf + 1, oPosition.m_uEntry - HALF};
 }
 
 void AttributeBytesOrderedSet::Erase(Position oPosition) noexcept {
+    const auto cLeaf = static_cast<std::ptrdiff_t>(oPosition.m_cLeaf);
     AttributeBytesLeaf& rLeaf = m_voLeaves[oPosition.m_cLeaf];
     rLeaf.Erase(oPosition.m_uEntry);
     --m_cRecords;
     if (rLeaf.size() == 0) {
-        m_voLeaves.erase(m_voLeaves.begin() + static_cast<std::ptrdiff_t>(oPosition.m_cLeaf));
-        m_vullFirstKeys.erase(m_vullFirstKeys.begin() + static_cast<std::ptrdiff_t>(oPosition.m_cLeaf));
+        m_voLeaves.erase(m_voLeaves.begin() + cLeaf);
+        m_vullFirstKeys.erase(m_vullFirstKeys.begin() + cLeaf);
     } else if (oPosition.m_uEntry == 0) {
-        m_vullFirstKeys[oPosition.m_cLeaf] = rLeaf[0].m_ullKey;
+        m_vullFirstKeys[oPosition.m_cLeaf] = rLeaf.Keys()[0];
     }
 }
 

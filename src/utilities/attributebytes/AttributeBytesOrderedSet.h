@@ -12,52 +12,50 @@
 
 namespace vlm {
 
-/// A record with the order key of its identifier beside it, so that a search touches no record.
-struct AttributeBytesEntry {
-    ULONGLONG m_ullKey;
-    AttributeBytesSharedPtr m_shpoRecord;
-};
-
-/// A sorted run of at most CAPACITY entries in one block that grows by doubling.
+/// A sorted run of at most CAPACITY records, in one block from the pool that grows by doubling: first the order keys of
+/// their identifiers, so that a search touches no record, then the pointers.
 class VLM_API AttributeBytesLeaf {
 public:
-    static constexpr std::uint32_t CAPACITY = 128;
+    static constexpr std::uint32_t CAPACITY = 64;
 
     AttributeBytesLeaf() noexcept = default;
     AttributeBytesLeaf(AttributeBytesLeaf&& rOther) noexcept
-        : m_poEntries(std::exchange(rOther.m_poEntries, nullptr)),
+        : m_pullKeys(std::exchange(rOther.m_pullKeys, nullptr)),
           m_cEntries(std::exchange(rOther.m_cEntries, 0)),
           m_cRoom(std::exchange(rOther.m_cRoom, 0)) {}
     AttributeBytesLeaf& operator=(AttributeBytesLeaf&& rOther) noexcept {
         AttributeBytesLeaf oTaken(std::move(rOther));
-        std::swap(m_poEntries, oTaken.m_poEntries);
+        std::swap(m_pullKeys, oTaken.m_pullKeys);
         std::swap(m_cEntries, oTaken.m_cEntries);
         std::swap(m_cRoom, oTaken.m_cRoom);
         return *this;
     }
+    /// The copy shares the records.
     AttributeBytesLeaf(const AttributeBytesLeaf& rOther);
     AttributeBytesLeaf& operator=(const AttributeBytesLeaf&) = delete;
     ~AttributeBytesLeaf();
 
     std::uint32_t size() const noexcept { return m_cEntries; }
-    const AttributeBytesEntry& operator[](std::uint32_t uIndex) const noexcept { return m_poEntries[uIndex]; }
-    const AttributeBytesEntry& back() const noexcept { return m_poEntries[m_cEntries - 1]; }
-    const AttributeBytesEntry* begin() const noexcept { return m_poEntries; }
-    const AttributeBytesEntry* end() const noexcept { return m_poEntries + m_cEntries; }
+    const ULONGLONG* Keys() const noexcept { return m_pullKeys; }
+    const AttributeBytesSharedPtr& Record(std::uint32_t uIndex) const noexcept { return Records()[uIndex]; }
 
     /// Makes room for `cEntries` (at most CAPACITY) in all.
     void Reserve(std::uint32_t cEntries);
     /// Inserts before an index; the caller has made room, so it cannot fail.
-    void Insert(std::uint32_t uIndex, AttributeBytesEntry&& rEntry) noexcept;
+    void Insert(std::uint32_t uIndex, ULONGLONG ullKey, AttributeBytesSharedPtr&& rshpoRecord) noexcept;
     void Replace(std::uint32_t uIndex, AttributeBytesSharedPtr shpoRecord) noexcept {
-        m_poEntries[uIndex].m_shpoRecord.swap(shpoRecord);
+        Records()[uIndex].swap(shpoRecord);
     }
     void Erase(std::uint32_t uIndex) noexcept;
     /// Moves the entries from an index on into an empty leaf that has room for them.
     void MoveTailTo(std::uint32_t uIndex, AttributeBytesLeaf& rTarget) noexcept;
 
 private:
-    AttributeBytesEntry* m_poEntries = nullptr;
+    AttributeBytesSharedPtr* Records() const noexcept {
+        return reinterpret_cast<AttributeBytesSharedPtr*>(m_pullKeys + m_cRoom);
+    }
+
+    ULONGLONG* m_pullKeys = nullptr;
     std::uint32_t m_cEntries = 0;
     std::uint32_t m_cRoom = 0;
 };
@@ -90,7 +88,15 @@ public:
         return oPosition;
     }
     const AttributeBytesSharedPtr& At(Position oPosition) const noexcept {
-        return m_voLeaves[oPosition.m_cLeaf][oPosition.m_uEntry].m_shpoRecord;
+        return m_voLeaves[oPosition.m_cLeaf].Record(oPosition.m_uEntry);
+    }
+    /// Calls `use` with every record in order.
+    template <class Use>
+    void ForEach(Use use) const {
+        for (const AttributeBytesLeaf& rLeaf : m_voLeaves) {
+            for (std::uint32_t u = 0; u < rLeaf.size(); ++u)
+                use(static_cast<const AttributeBytes&>(*rLeaf.Record(u)));
+        }
     }
     /// The place of the record with an equal identifier, or the end.
     Position Find(const AttributeBytesId& rId) const noexcept;
@@ -105,7 +111,8 @@ public:
 
 private:
     Position LowerBound(const AttributeBytesId& rId, ULONGLONG ullKey) const noexcept;
-    void InsertAt(Position oPosition, AttributeBytesEntry&& rEntry);
+    void InsertAt(Position oPosition, ULONGLONG ullKey, AttributeBytesSharedPtr&& rshpoRecord);
+    Position SplitOrAppendLeaf(Position oPosition, ULONGLONG ullKey);
 
     std::vector<AttributeBytesLeaf> m_voLeaves;  // none is empty
     std::vector<ULONGLONG> m_vullFirstKeys;      // of each leaf

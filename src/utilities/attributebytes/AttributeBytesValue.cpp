@@ -39,14 +39,12 @@ void AttributeBytesValue::Dump() const {
 }
 
 ByteBuffer AttributeBytesValue::GetValueState() const {
-    return vlm::MakeState(GetValueStateSize(), [this](BYTE* pbyOut) { StoreValueState(pbyOut); });
+    const ByteBuffer bbWithHead = GetTypeAndValueState();
+    return ByteBuffer(bbWithHead.data() + 2, bbWithHead.size() - 2);
 }
 
 ByteBuffer AttributeBytesValue::GetTypeAndValueState() const {
-    return vlm::MakeState(2 + GetValueStateSize(), [this](BYTE* pbyOut) {
-        pbyOut = vlm::StoreByte(pbyOut, static_cast<BYTE>(GetAttributeBytesValueType()));
-        StoreValueState(vlm::StoreByte(pbyOut, m_bIsSpecified ? 0 : 1));
-    });
+    return vlm::MakeState(2 + GetValueStateSize(), [this](BYTE* pbyOut) { StoreTypeAndValueState(pbyOut); });
 }
 
 std::unique_ptr<AttributeBytesValue> AttributeBytesValue::WalkBufferToGetTypeAndCreateValue(const BYTE*& rpbyCursor,

@@ -48,8 +48,8 @@ public:
 
     /// Size of the payload in bytes.
     virtual std::size_t GetValueStateSize() const noexcept = 0;
-    /// Writes the payload, exactly GetValueStateSize() bytes.  @return the position behind it.
-    virtual BYTE* StoreValueState(BYTE* pbyOut) const = 0;
+    /// Writes tag, flag and payload, exactly 2 + GetValueStateSize() bytes.  @return the position behind them.
+    virtual BYTE* StoreTypeAndValueState(BYTE* pbyOut) const = 0;
     /// Orders two values of one type by their members.
     virtual std::strong_ordering CompareMembers(const AttributeBytesValue& rSameType) const noexcept = 0;
 
@@ -78,6 +78,12 @@ protected:
     AttributeBytesValue() = default;
     AttributeBytesValue(const AttributeBytesValue&) = default;
     AttributeBytesValue& operator=(const AttributeBytesValue&) = default;
+    /// Writes tag and flag.  @return the position behind them.
+    BYTE* StoreHead(BYTE* pbyOut, AttributeBytesValueEnum abvteValueType) const noexcept {
+        pbyOut[0] = static_cast<BYTE>(abvteValueType);
+        pbyOut[1] = m_bIsSpecified ? 0 : 1;
+        return pbyOut + 2;
+    }
     /// The display text without the specified state; its "%s" is the enumerator's name.
     virtual CXString GetMembersDisplayString() const = 0;
 

@@ -227,8 +227,21 @@ void ReleaseToClass(std::size_t uClass, void* pBlock) noexcept {
 
 }  // namespace
 
-void* MemoryPool::TryAllocate(std::size_t cBytes) noexcept {
-    if (cBytes > MAX_POOLED_BYTES) {
+namespace {
+
+/// The calling thread's list for a size, if the thread has lists already and the size is one of the pool's.  What most
+/// requests need is in here; all else is called out of line, so that it costs them nothing.
+inline FreeList* OwnList(std::size_t cBytes) noexcept {
+    if (cBytes > MemoryPool::MAX_POOLED_BYTES) [[unlikely]]
+        return nullptr;
+    auto* const pPools = static_cast<ThreadPools*>(vlm::LoadPoolPointer());
+    if (!pPools) [[unlikely]]
+        return nullptr;
+    return &pPools->m_aoLists[ClassOf(cBytes)];
+}
+
+[[gnu::noinline]] void* TryAllocateOutOfLine(std::size_t cBytes) noexcept {
+    if (cBytes > MemoryPool::MAX_POOLED_BYTES) {
         void* const pBlock = RawAllocate(cBytes);
         if (pBlock) gllLargeBlocks.fetch_add(1, std::memory_order_relaxed);
         return pBlock;
@@ -238,20 +251,49 @@ void* MemoryPool::TryAllocate(std::size_t cBytes) noexcept {
     return pBlock;
 }
 
-void* MemoryPool::Allocate(std::size_t cBytes) {
-    void* const pBlock = TryAllocate(cBytes);
-    if (!pBlock) RaiseOutOfMemory();
+[[gnu::noinline]] void* AllocateOutOfLine(std::size_t cBytes) {
+    void* const pBlock = TryAllocateOutOfLine(cBytes);
+    if (!pBlock) MemoryPool::RaiseOutOfMemory();
     return pBlock;
 }
 
-void MemoryPool::Release(void* pBlock, std::size_t cBytes) noexcept {
+[[gnu::noinline]] void ReleaseOutOfLine(void* pBlock, std::size_t cBytes) noexcept {
     if (!pBlock) return;
-    if (cBytes > MAX_POOLED_BYTES) {
+    if (cBytes > MemoryPool::MAX_POOLED_BYTES) {
         gllLargeBlocks.fetch_sub(1, std::memory_order_relaxed);
         std::free(pBlock);
         return;
     }
     ReleaseToClass(ClassOf(cBytes), pBlock);
+}
+
+}  // namespace
+
+void* MemoryPool::TryAllocate(std::size_t cBytes) noexcept {
+    FreeList* const pList = OwnList(cBytes);
+    void* const pBlock = pList ? pList->Pop() : nullptr;
+    if (!pBlock) [[unlikely]]
+        return TryAllocateOutOfLine(cBytes);
+    Unpoison(pBlock, cBytes);
+    return pBlock;
+}
+
+void* MemoryPool::Allocate(std::size_t cBytes) {
+    FreeList* const pList = OwnList(cBytes);
+    void* const pBlock = pList ? pList->Pop() : nullptr;
+    if (!pBlock) [[unlikely]]
+        return AllocateOutOfLine(cBytes);
+    Unpoison(pBlock, cBytes);
+    return pBlock;
+}
+
+void MemoryPool::Release(void* pBlock, std::size_t cBytes) noexcept {
+    FreeList* const pList = OwnList(cBytes);
+    if (!pList || !pBlock || pList->Count() >= LIST_CAPS[ClassOf(cBytes)]) [[unlikely]]
+        return ReleaseOutOfLine(pBlock, cBytes);
+    Unpoison(pBlock, BLOCK_BYTES[ClassOf(cBytes)]);
+    pList->Push(static_cast<FreeBlock*>(pBlock));
+    Poison(pBlock, BLOCK_BYTES[ClassOf(cBytes)]);
 }
 
 void MemoryPool::CleanUpDueToThreadDetach() noexcept {

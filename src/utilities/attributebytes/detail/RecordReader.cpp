@@ -2,6 +2,8 @@
 /// Making objects from the bytes of records, and the two factories: everything that turns a tag into a class.
 #include "utilities/attributebytes/detail/RecordReader.h"
 
+#include <type_traits>
+
 #include "utilities/attributebytes/AttributeBytesCapabilityIds.h"
 #include "utilities/attributebytes/AttributeBytesDataValues.h"
 #include "utilities/attributebytes/AttributeBytesDateTimeValue.h"
@@ -66,28 +68,54 @@ std::unique_ptr<AttributeBytesValue> AttributeBytesValueFactory::CreateAttribute
 
 namespace vlm {
 
+// The readers know each class, as the factories do, so that making an object and reading its payload costs no virtual
+// call; tags without a class take the factory's way to their failure.
+
 std::unique_ptr<AttributeBytesId> RecordReader::ReadIdentifier(const BYTE*& rpbyCursor, DWORD& rdwRemaining) {
-    const auto abideType = static_cast<AttributeBytesIdEnum>(ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining));
-    std::unique_ptr<AttributeBytesId> apoId = AttributeBytesIdFactory::CreateAttributeBytesId(abideType);
-    if (!apoId) ThrowUnhandledId(abideType);
-    apoId->WalkBufferToSetIdentifier(rpbyCursor, rdwRemaining);
-    return apoId;
+    const BYTE byTag = ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining);
+    switch (byTag) {
+#define VLM_ATTRIBUTE_ID(tag, enumerator, className, fixedBytes, tail)         \
+    case tag: {                                                                \
+        auto apoId = std::make_unique<className>();                            \
+        apoId->className::WalkBufferToSetIdentifier(rpbyCursor, rdwRemaining); \
+        return apoId;                                                          \
+    }
+#include "utilities/attributebytes/AttributeBytesIdList.inl"
+        default:
+            break;
+    }
+    const auto abideType = static_cast<AttributeBytesIdEnum>(byTag);
+    AttributeBytesIdFactory::CreateAttributeBytesId(abideType);
+    ThrowUnhandledId(abideType);
+}
+
+template <class Value>
+std::unique_ptr<AttributeBytesValue> RecordReader::ReadValueOf(const BYTE*& rpbyCursor, DWORD& rdwRemaining,
+                                                               bool fNestingChecked) {
+    auto apoValue = std::make_unique<Value>();
+    apoValue->SetIsSpecified(ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining) == 0);
+    if constexpr (std::is_same_v<Value, AttributeBytesListValue>) {
+        apoValue->ReadPayload(rpbyCursor, rdwRemaining, fNestingChecked);
+    } else {
+        apoValue->Value::WalkBufferToSetValue(rpbyCursor, rdwRemaining);
+    }
+    return apoValue;
 }
 
 std::unique_ptr<AttributeBytesValue> RecordReader::ReadValue(const BYTE*& rpbyCursor, DWORD& rdwRemaining,
                                                              bool fNestingChecked) {
-    const auto abvteValueType =
-        static_cast<AttributeBytesValueEnum>(ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining));
-    std::unique_ptr<AttributeBytesValue> apoValue =
-        AttributeBytesValueFactory::CreateAttributeBytesValue(abvteValueType);
-    if (!apoValue) ThrowUnhandledValue(abvteValueType);
-    apoValue->SetIsSpecified(ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining) == 0);
-    if (abvteValueType == AttributeBytesValue::ABVTE_LIST) {
-        static_cast<AttributeBytesListValue&>(*apoValue).ReadPayload(rpbyCursor, rdwRemaining, fNestingChecked);
-    } else {
-        apoValue->WalkBufferToSetValue(rpbyCursor, rdwRemaining);
+    const BYTE byTag = ByteBuffer::WalkBufferToGetByte(rpbyCursor, rdwRemaining);
+    switch (byTag) {
+#define VLM_ATTRIBUTE_VALUE(tag, enumerator, className, fixedBytes, tail) \
+    case tag:                                                             \
+        return ReadValueOf<className>(rpbyCursor, rdwRemaining, fNestingChecked);
+#include "utilities/attributebytes/AttributeBytesValueList.inl"
+        default:
+            break;
     }
-    return apoValue;
+    const auto abvteValueType = static_cast<AttributeBytesValueEnum>(byTag);
+    AttributeBytesValueFactory::CreateAttributeBytesValue(abvteValueType);
+    ThrowUnhandledValue(abvteValueType);
 }
 
 AttributeBytes RecordReader::ReadRecord(const BYTE*& rpbyCursor, DWORD& rdwRemaining, bool fNestingChecked) {

@@ -18,6 +18,11 @@ public:
                                                           bool fNestingChecked);
     static AttributeBytes ReadRecord(const BYTE*& rpbyCursor, DWORD& rdwRemaining, bool fNestingChecked);
     static AttributeBytesSharedPtr ReadSharedRecord(const BYTE*& rpbyCursor, DWORD& rdwRemaining, bool fNestingChecked);
+
+private:
+    template <class Value>
+    static std::unique_ptr<AttributeBytesValue> ReadValueOf(const BYTE*& rpbyCursor, DWORD& rdwRemaining,
+                                                            bool fNestingChecked);
 };
 
 /// Calls a reader that takes a pointer to constant bytes with a cursor that points to writable ones.

@@ -2,6 +2,8 @@
 /// Storing a text into a record.
 #include "utilities/attributebytes/detail/StoreBytes.h"
 
+#include <bit>
+
 namespace vlm {
 
 BYTE* StoreRecordText(BYTE* pbyOut, const CXString& kcsText) {
@@ -13,9 +15,11 @@ BYTE* StoreRecordText(BYTE* pbyOut, const CXString& kcsText) {
     const std::size_t cUnits = cLength < bounds::MAX_RECORD_TEXT_UNITS ? cLength : bounds::MAX_RECORD_TEXT_UNITS;
     pbyOut = StoreLittleEndian(pbyOut, static_cast<std::uint16_t>(cUnits));
     const XCHAR* const pchText = kcsText.GetLpcwstr();
-    for (std::size_t i = 0; i < cUnits; ++i) {
-        pbyOut = StoreLittleEndian(pbyOut, static_cast<std::uint16_t>(pchText[i]));
+    if constexpr (std::endian::native == std::endian::little) {
+        return StoreBytes(pbyOut, reinterpret_cast<const BYTE*>(pchText), 2 * cUnits);
     }
+    for (std::size_t i = 0; i < cUnits; ++i)
+        pbyOut = StoreLittleEndian(pbyOut, static_cast<std::uint16_t>(pchText[i]));
     return pbyOut;
 }
 
