@@ -173,6 +173,7 @@ class SettingsTest(harness.ToolTest):
         for name, contents in (("empty", b""), ("cut header", block[:15]), ("cut block", block[:-1]), ("header alone", block[:16]),
                                ("other version", block[:4] + b"\x02" + block[5:]), ("cut state", state[:-1]), ("no list", state[:12]),
                                ("noise", bytes(range(64))), ("bad tag", b"ABRL\x0a\x00\x00\x00\x00"), ("trailing", b"\x02\x01\0\0\0\x05\0\x01x"),
+                               ("bad tag in a list", b"ABRL\x02\1\0\0\0\x0b\0\0\5\0\0\0ABRL\x0a"),
                                ("damaged image", block[:100] + b"\xa5" * 20 + block[120:]),
                                ("old footer", b"x" * 20 + b"\0\0\0\x05COMP")):
             with self.subTest(name=name):
@@ -207,6 +208,9 @@ class SettingsTest(harness.ToolTest):
         state[flag] = 0x80
         self.assertIn(f"at byte {flag} of {len(state)}: 80 in the file, 01 when written again (1/value:5)",
                       self.run_tool("settings", "verify", self.file("odd", bytes(state)), expect=ANSWER_NO).text)
+        nested = b"ABRL\x02\1\0\0\0\x0b\0\0\x0c\0\0\0ABRL\x02\1\0\0\0\x05\0\x02"
+        self.assertIn(f"at byte {len(nested) - 1} of {len(nested)}: 02 in the file, 01 when written again (feature:1)",
+                      self.run_tool("settings", "verify", self.file("odd", nested), expect=ANSWER_NO).text)
         block = bytearray(self.build(sample.EVERY_KIND).read_bytes())
         block[8] ^= 1
         self.assertEqual(self.run_tool("settings", "verify", self.file("odd", bytes(block)), "--json", expect=ANSWER_NO)

@@ -90,6 +90,16 @@ Settings DecodeRecord(const ByteBuffer& rbbState, const std::string& strFile) {
     return oSettings;
 }
 
+/// Reads the records of lists in lists, which the library leaves as bytes until somebody asks for them.
+/// @throws as the library does for a damaged record.
+void ReadNestedLists(const AttributeBytes& rRecord) {
+    const AttributeBytesValue& rValue = rRecord.GetAttributeBytesValue();
+    if (!rValue.IsList()) return;
+    const auto& rList = static_cast<const AttributeBytesListValue&>(rValue);
+    for (const AttributeBytesSharedPtr& rshpoRecord : rList.GetAttributeBytesRawList())
+        ReadNestedLists(*rshpoRecord);
+}
+
 /// One of the forms without a compressed state round it.
 Settings DecodePlain(const ByteBuffer& rbbState, const std::string& strFile) {
     Settings oSettings;
@@ -112,6 +122,9 @@ Settings DecodePlain(const ByteBuffer& rbbState, const std::string& strFile) {
     } else {
         oSettings = DecodeRecord(rbbState, strFile);
     }
+    for (const SettingsGroup& rGroup : oSettings.vGroups)
+        for (const AttributeBytesSharedPtr& rshpoRecord : rGroup.vshpoRecords)
+            ReadNestedLists(*rshpoRecord);
     oSettings.cStateBytes = rbbState.size();
     return oSettings;
 }

@@ -83,7 +83,8 @@ int Verify(const std::string& strFile, Output& rOutput) {
 
 SettingsVerdict VerifySettings(const ByteBuffer& rbbFile, const Settings& rSettings) {
     const ByteBuffer bbFound = PlainState(rbbFile);
-    const ByteBuffer bbWritten = PlainState(EncodeSettings(rSettings));
+    // By way of JSON, so that lists in lists are taken apart, too, and the document is proved to say everything.
+    const ByteBuffer bbWritten = PlainState(EncodeSettings(SettingsFromJson(ToJson(rSettings))));
     SettingsVerdict oVerdict;
     oVerdict.cBytes = bbFound.size();
     oVerdict.bSame = bbFound == bbWritten;
