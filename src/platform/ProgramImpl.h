@@ -31,7 +31,7 @@ public:
     StandardStreams& operator=(const StandardStreams&) = delete;
 
 private:
-    unsigned int m_uFormerCodePage = 0;
+    [[maybe_unused]] unsigned int m_uFormerCodePage = 0;  // of the console, where there is one
 };
 
 }  // namespace vlm
