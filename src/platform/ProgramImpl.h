@@ -26,7 +26,7 @@ bool HasEmbeddedStore() noexcept;
 class StandardStreams {
 public:
     StandardStreams() noexcept;
-    ~StandardStreams();
+    ~StandardStreams();  // NOLINT(performance-trivially-destructible): on Windows it has work to do
     StandardStreams(const StandardStreams&) = delete;
     StandardStreams& operator=(const StandardStreams&) = delete;
 

@@ -17,7 +17,7 @@ public:
     /// Bits from the least significant, as deflate packs numbers.
     DeflateBits& Number(unsigned uValue, unsigned cBits) {
         for (unsigned i = 0; i < cBits; ++i)
-            Bit((uValue >> i) & 1);
+            Bit(i < 32 && ((uValue >> i) & 1) != 0);
         return *this;
     }
     /// Bits in the order given, as deflate packs codes: "0011".

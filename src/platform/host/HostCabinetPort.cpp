@@ -2,7 +2,7 @@
 /// The host's cabinet library behind the cabinet port: an image writer over zlib, a reader over libmspack.
 #include "platform/host/HostCabinetPort.h"
 
-#include <errno.h>
+#include <cerrno>
 #include <mspack.h>
 
 #include <cstring>

@@ -28,10 +28,9 @@ constinit Undying<HostClockPort> goClock;
 }  // namespace host
 
 const Platform& GetSystemPlatform() noexcept {
-    using namespace host;
-    static const Platform soPlatform{
-        &goText.object,    &goFiles.object,   &goRegistry.object, &HostCabinetPortInstance(),
-        &goDesktop.object, &goProcess.object, &goThreads.object,  &goClock.object};
+    static const Platform soPlatform{&host::goText.object,       &host::goFiles.object,   &host::goRegistry.object,
+                                     &HostCabinetPortInstance(), &host::goDesktop.object, &host::goProcess.object,
+                                     &host::goThreads.object,    &host::goClock.object};
     return soPlatform;
 }
 

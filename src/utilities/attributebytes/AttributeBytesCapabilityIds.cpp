@@ -76,5 +76,5 @@ ULONGLONG AttributeBytesNewCapabilityId::GetOrderKey() const noexcept {
 std::strong_ordering AttributeBytesNewCapabilityId::CompareBeyondKey(const AttributeBytesId& rSameType) const noexcept {
     const auto& rOther = static_cast<const AttributeBytesNewCapabilityId&>(rSameType);
     const std::strong_ordering order = vlm::CompareTexts(m_csFeatureName, rOther.m_csFeatureName);
-    return order != 0 ? order : m_nCapabilityType <=> rOther.m_nCapabilityType;
+    return std::is_neq(order) ? order : m_nCapabilityType <=> rOther.m_nCapabilityType;
 }

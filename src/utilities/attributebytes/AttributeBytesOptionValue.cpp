@@ -46,7 +46,7 @@ BYTE* AttributeBytesOptionValue::StoreTypeAndValueState(BYTE* pbyOut) const {
 std::strong_ordering AttributeBytesOptionValue::CompareMembers(const AttributeBytesValue& rSameType) const noexcept {
     const AttributeBytesId& rOtherId = *static_cast<const AttributeBytesOptionValue&>(rSameType).m_apoOptionId;
     const std::strong_ordering order = m_apoOptionId->GetOrderKey() <=> rOtherId.GetOrderKey();
-    return order != 0 ? order : m_apoOptionId->CompareBeyondKey(rOtherId);
+    return std::is_neq(order) ? order : m_apoOptionId->CompareBeyondKey(rOtherId);
 }
 CXString AttributeBytesOptionValue::GetMembersDisplayString() const {
     return CXString::FormatString(VTEXT("%s: Value=%s"), GetDebugDisplayString(ABVTE_OPTION),

@@ -22,7 +22,7 @@ bool AttributeBytesValue::LessThan(const AttributeBytesValue& rValue) const noex
     const AttributeBytesValueEnum eOtherType = rValue.GetAttributeBytesValueType();
     if (eType != eOtherType) return eType < eOtherType;
     const std::strong_ordering order = CompareMembers(rValue);
-    return order != 0 ? order < 0 : m_bIsSpecified < rValue.m_bIsSpecified;
+    return std::is_neq(order) ? std::is_lt(order) : m_bIsSpecified < rValue.m_bIsSpecified;
 }
 
 CXString AttributeBytesValue::GetDumpDisplayString(bool fShowSpecified) const {
