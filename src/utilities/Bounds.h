@@ -32,4 +32,21 @@ constexpr std::uint64_t MaxOriginalBytes(std::uint64_t cCompressed) noexcept {
 /// Most bytes of working memory that a cabinet library gets for one operation; it needs about half a megabyte.
 inline constexpr std::size_t MAX_CABINET_WORK_BYTES = 16 * 1024 * 1024;
 
+// ---- requests to the port monitor ----
+
+/// Data of one request, in bytes, and the whole record: the data and 64 KiB for the rest.
+inline constexpr std::size_t MAX_REQUEST_DATA_BYTES = 1024 * 1024;
+inline constexpr std::size_t MAX_REQUEST_BYTES = MAX_REQUEST_DATA_BYTES + 64 * 1024;
+/// A record without strings and data.
+inline constexpr std::size_t MIN_REQUEST_BYTES = 50;
+
+/// A key path in UTF-16 code units, in components, and one component; a value name.
+inline constexpr std::size_t MAX_KEY_PATH_UNITS = 1024;
+inline constexpr std::size_t MAX_KEY_COMPONENTS = 32;
+inline constexpr std::size_t MAX_KEY_COMPONENT_UNITS = 255;
+inline constexpr std::size_t MAX_VALUE_NAME_UNITS = 16383;
+
+/// Values that one query may ask for.
+inline constexpr std::size_t MAX_VALUE_LIST_ENTRIES = 4096;
+
 }  // namespace vlm::bounds
