@@ -20,7 +20,7 @@ constexpr std::array OPERATIONS = {
 #define X(code, operation, mask, effect, name, data)                           \
     RequestOperation{_XPMRegistryFunction::operation, VTEXT(#operation), mask, \
                      RequestEffect::effect,           RequestName::name, RequestData::data},
-#include "environment/PortMonitorOperations.inc"
+#include "environment/PortMonitorOperations.inl"
 #undef X
 };
 

@@ -13,7 +13,7 @@
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the enumeration's established name
 enum class _XPMRegistryFunction : std::uint16_t {
 #define X(code, operation, mask, effect, name, data) operation = code,
-#include "environment/PortMonitorOperations.inc"
+#include "environment/PortMonitorOperations.inl"
 #undef X
 };
 

@@ -1,0 +1,189 @@
+/// @file
+/// The request record: its bytes, and that nothing but a canonical record by the rules is taken apart.
+#include "environment/PortMonitorRequest.h"
+
+#include <gtest/gtest.h>
+
+#include "environment/PortMonitorRequestRules.h"
+#include "support/Bytes.h"
+#include "utilities/Bounds.h"
+
+namespace {
+
+using vlm::PortMonitorRequest;
+using vlm::Status;
+using Function = _XPMRegistryFunction;
+
+PortMonitorRequest Request(_HKEYREGISTRY_ eRoot, Function eFunction, const XCHAR* pszPath = VTEXT(""),
+                           const XCHAR* pszName = VTEXT(""), const XCHAR* pszThird = VTEXT("")) {
+    PortMonitorRequest oRequest;
+    oRequest.m_eRoot = eRoot;
+    oRequest.m_eFunction = eFunction;
+    const vlm::RequestOperation* const pOperation = vlm::FindRequestOperation(static_cast<WORD>(eFunction));
+    oRequest.m_dwAccessMask =
+        pOperation->m_dwMask == vlm::RequestOperation::BY_ADDRESS ? 0x2001F : pOperation->m_dwMask;
+    oRequest.m_csKeyPath = pszPath;
+    oRequest.m_csValueName = pszName;
+    oRequest.m_csThird = pszThird;
+    return oRequest;
+}
+
+std::vector<BYTE> Record(const PortMonitorRequest& rRequest) {
+    ByteBuffer bbRecord;
+    rRequest.AppendTo(bbRecord);
+    return bbRecord.GetVector();
+}
+
+Status DecodeStatus(const std::vector<BYTE>& rvbyRecord) {
+    PortMonitorRequest oRequest;
+    return PortMonitorRequest::Decode(rvbyRecord, oRequest);
+}
+
+const PortMonitorRequest& SetLong() {
+    static const PortMonitorRequest oRequest = [] {
+        PortMonitorRequest oSet =
+            Request(HKeyRegistry::Hkey_Machine_Version, Function::SetLongValue, VTEXT("Ab"), VTEXT("v"));
+        oSet.m_bbData = ByteBuffer::createFromIntValue(0x01020304);
+        return oSet;
+    }();
+    return oRequest;
+}
+
+TEST(PortMonitorRequest, RecordHasEveryFieldInItsPlace) {
+    EXPECT_EQ(vlm::test::ToHex(Record(SetLong())),
+              "EDA55ED1"
+              "0500"
+              "0000"
+              "0000000000000000"
+              "0F00"
+              "0000"
+              "06000200"
+              "30000000"
+              "36000000"
+              "FFFFFFFF"
+              "04000000"
+              "3A000000"
+              "00000000"
+              "410062000000"
+              "76000000"
+              "04030201"
+              "0000");
+    const std::vector<BYTE> vbyBare = Record(Request(HKeyRegistry::Hkey_Machine_Version, Function::GetCountOfSubKeys));
+    EXPECT_EQ(vbyBare.size(), 50u);
+    EXPECT_EQ(vlm::test::ToHex(vbyBare.data() + 24, 12), "FFFFFFFFFFFFFFFFFFFFFFFF");
+    EXPECT_EQ(vlm::test::ToHex(vbyBare.data() + 40, 4), "FFFFFFFF");
+}
+
+TEST(PortMonitorRequest, WhatIsWrittenIsTakenApartAgain) {
+    PortMonitorRequest oRead;
+    ASSERT_EQ(PortMonitorRequest::Decode(Record(SetLong()), oRead), Status::Success);
+    EXPECT_EQ(Record(oRead), Record(SetLong()));
+    EXPECT_EQ(oRead.m_csKeyPath, VTEXT("Ab"));
+    EXPECT_EQ(oRead.m_bbData.getAsIntValue(), 0x01020304);
+}
+
+TEST(PortMonitorRequest, EveryCutAndEveryExtensionIsRefused) {
+    const std::vector<BYTE> vbyRecord = Record(SetLong());
+    for (std::size_t c = 0; c < vbyRecord.size(); ++c) {
+        EXPECT_EQ(DecodeStatus({vbyRecord.begin(), vbyRecord.begin() + static_cast<std::ptrdiff_t>(c)}),
+                  Status::InvalidParameter)
+            << c;
+    }
+    std::vector<BYTE> vbyLonger = vbyRecord;
+    vbyLonger.push_back(0);
+    EXPECT_EQ(DecodeStatus(vbyLonger), Status::InvalidParameter);
+}
+
+TEST(PortMonitorRequest, AnAcceptedMutationIsCanonical) {
+    const std::vector<BYTE> vbyRecord = Record(SetLong());
+    int iAccepted = 0;
+    for (std::size_t c = 0; c < vbyRecord.size(); ++c) {
+        for (int iBit = 0; iBit < 8; ++iBit) {
+            std::vector<BYTE> vbyMutant = vbyRecord;
+            vbyMutant[c] = static_cast<BYTE>(vbyMutant[c] ^ 1 << iBit);
+            PortMonitorRequest oRead;
+            if (PortMonitorRequest::Decode(vbyMutant, oRead) != Status::Success) continue;
+            ++iAccepted;
+            EXPECT_EQ(Record(oRead), vbyMutant) << "byte " << c << ", bit " << iBit;
+        }
+    }
+    EXPECT_GT(iAccepted, 0);  // the texts and the data may change
+}
+
+TEST(PortMonitorRequest, RulesHoldOneByOne) {
+    const auto Changed = [](auto&& change) {
+        PortMonitorRequest oRequest = SetLong();
+        change(oRequest);
+        return DecodeStatus(Record(oRequest));
+    };
+    using R = PortMonitorRequest;
+    const struct {
+        const char* pszRule;
+        void (*change)(R&);
+    } aRows[] = {
+        {"neither root nor handle", [](R& r) { r.m_eRoot = HKeyRegistry::Hkey_None; }},
+        {"root and handle", [](R& r) { r.m_ullKeyHandle = 7; }},
+        {"a root that no client sends", [](R& r) { r.m_eRoot = HKeyRegistry::Hkey_Local_Machine; }},
+        {"another mask", [](R& r) { r.m_dwAccessMask = 0x20019; }},
+        {"no key path where one is written", [](R& r) { r.m_csKeyPath.Empty(); }},
+        {"a doubled backslash", [](R& r) { r.m_csKeyPath = VTEXT("a\\\\b"); }},
+        {"a leading backslash", [](R& r) { r.m_csKeyPath = VTEXT("\\a"); }},
+        {"a trailing backslash", [](R& r) { r.m_csKeyPath = VTEXT("a\\"); }},
+        {"a control character", [](R& r) { r.m_csKeyPath = VTEXT("a\nb"); }},
+        {"too long a component", [](R& r) { r.m_csKeyPath = CXString(VTEXT('a'), 256); }},
+        {"a SID where none belongs", [](R& r) { r.m_csThird = VTEXT("S-1-5-18"); }},
+        {"data of another size", [](R& r) { r.m_bbData.appendNullByte(); }},
+        {"no data", [](R& r) { r.m_bbData.clear(); }},
+    };
+    for (const auto& rRow : aRows)
+        EXPECT_EQ(Changed(rRow.change), Status::InvalidParameter) << rRow.pszRule;
+    EXPECT_EQ(Changed([](R& r) { r.m_csKeyPath = CXString(VTEXT('a'), 255); }), Status::Success);
+    EXPECT_EQ(Changed([](R& r) { r.m_csValueName.Empty(); }), Status::Success);
+}
+
+TEST(PortMonitorRequest, TextsAndSidsAreRegularOrRefused) {
+    PortMonitorRequest oRequest = Request(HKeyRegistry::Hkey_Machine_Version, Function::SetStringValue, VTEXT("k"));
+    const auto With = [&](const char* pszHex) {
+        oRequest.m_bbData = ByteBuffer(vlm::test::FromHex(pszHex));
+        return DecodeStatus(Record(oRequest));
+    };
+    EXPECT_EQ(With("0000"), Status::Success);
+    EXPECT_EQ(With("41000000"), Status::Success);
+    EXPECT_EQ(With("4100"), Status::InvalidParameter);
+    EXPECT_EQ(With("410000"), Status::InvalidParameter);
+
+    for (const XCHAR* pszGood : {VTEXT("S-1-5-18"), VTEXT(".DEFAULT"), VTEXT("S-1-5-21-0-0-0-1000")})
+        EXPECT_TRUE(vlm::IsRegularSid(pszGood));
+    for (const XCHAR* pszBad : {VTEXT(""), VTEXT("S-1-"), VTEXT("S-1-5-"), VTEXT("S-1-05"), VTEXT("S-1-5-18\\Software"),
+                                VTEXT("s-1-5-18"), VTEXT("S-1-1-2-3-4-5-6-7-8-9-10-11-12-13-14-15-16")})
+        EXPECT_FALSE(vlm::IsRegularSid(pszBad));
+}
+
+TEST(PortMonitorRequest, ValueListsAreCanonical) {
+    PortMonitorRequest oRequest =
+        Request(HKeyRegistry::Hkey_Machine_Version, Function::QueryMultipleValues, VTEXT("k"));
+    const std::string zeros(48, '0');
+    const auto With = [&](const std::string& hex) {
+        oRequest.m_bbData = ByteBuffer(vlm::test::FromHex(hex));
+        return DecodeStatus(Record(oRequest));
+    };
+    const std::string two = "4000000000000000" + zeros + "4400000000000000" + zeros;
+    EXPECT_EQ(With(two + "41000000"
+                         "4200"
+                         "0000"),
+              Status::Success);
+    EXPECT_EQ(With(two + "41000000"
+                         "4200"),
+              Status::InvalidParameter);  // not terminated
+    EXPECT_EQ(With(two + "41000000"
+                         "4200"
+                         "0000"
+                         "00"),
+              Status::InvalidParameter);  // more than the names
+    EXPECT_EQ(With("4000000000000000" + zeros + "4000000000000000" + zeros + "41000000"), Status::InvalidParameter);
+    EXPECT_EQ(With("2000000000000000" + zeros + "0000"), Status::InvalidParameter);  // an empty name
+    EXPECT_EQ(With("2100000000000000" + zeros + "0041000000"), Status::InvalidParameter);
+    EXPECT_EQ(With("FFFFFFFFFFFFFFFF" + zeros), Status::InvalidParameter);
+}
+
+}  // namespace

@@ -1,0 +1,290 @@
+/// @file
+/// The whole authorisation matrix against an oracle that knows nothing of the server's tables.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "environment/PortMonitorRequestRules.h"
+#include "platform/SpoolerPort.h"
+#include "portmonitor/RequestDecision.h"
+#include "support/Narrow.h"
+
+namespace {
+
+using vlm::CallerClass;
+using vlm::RequestRights;
+using vlm::Status;
+using Function = _XPMRegistryFunction;
+
+constexpr const XCHAR* OWN_SID = VTEXT("S-1-5-21-1-2-3-1001");
+constexpr const XCHAR* OTHER_SID = VTEXT("S-1-5-21-1-2-3-1002");
+
+enum class Path { Base, Below, Deep, Escape, Sibling, OtherUser, OwnStorage, Trusted, Mirrored, Count };
+enum class Sid { Own, Other, Default, Count };
+
+std::basic_string<XCHAR> KeyPath(Path ePath) {
+    const std::basic_string<XCHAR> storage = VTEXT("Software\\Velom\\PrinterDriver\\V5.0\\LowRightsStorage\\");
+    switch (ePath) {
+        case Path::Base:
+            return {};
+        case Path::Below:
+            return VTEXT("alpha");
+        case Path::Deep:
+            return VTEXT("alpha\\beta");
+        case Path::Escape:
+            return VTEXT("SYSTEM\\x\\Software\\Velom\\PrinterDriver\\V5.0\\LowRightsStorage\\y");
+        case Path::Sibling:
+            return VTEXT("Software\\Velom\\PrinterDriver\\V5.0\\LowRightsStorageEvil");
+        case Path::OtherUser:
+            return storage + OTHER_SID + VTEXT("\\a\\b");
+        case Path::OwnStorage:
+            return storage + OWN_SID + VTEXT("\\a\\b");
+        case Path::Trusted:
+            return VTEXT("Software\\Velom\\KestrixDebugConfig\\a\\b");
+        case Path::Mirrored:
+            return VTEXT("Software\\Velom\\PrinterDriver\\V5.0\\a\\mirrored\\b");
+        case Path::Count:
+            break;
+    }
+    return {};
+}
+
+struct Expected {
+    bool fAllowed;
+    bool fAsCaller;
+};
+
+bool Contains(const std::string& text, const char* pszPart) {
+    return text.find(pszPart) != std::string::npos;
+}
+
+std::string Lower(std::string text) {
+    for (char& c : text)
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+    return text;
+}
+
+/// What the rules of the monitor say, read row by row; paths as lower-case narrow text.
+Expected Oracle(int iRoot, char chOperation, CallerClass eCaller, const std::string& rSubKey, Sid eSid,
+                bool fTrustedValue) {
+    const bool fAdmin = eCaller == CallerClass::Administrator || eCaller == CallerClass::System;
+    const bool fLow = eCaller == CallerClass::LowIntegrity;
+    if (eCaller == CallerClass::Remote) return {false, false};
+    const std::string own = Lower(vlm::test::Narrow(OWN_SID)), other = Lower(vlm::test::Narrow(OTHER_SID));
+    const std::string bases[] = {"",
+                                 "software\\velom\\printerdriver\\v5.0\\lowrightsstorage",
+                                 "",
+                                 "software\\velom",
+                                 "software\\velom\\printerdriver",
+                                 "software\\velom\\printerdriver\\v5.0",
+                                 "software\\velom",
+                                 "software\\velom\\printerdriver",
+                                 "software\\velom\\printerdriver\\v5.0",
+                                 ""};
+    std::string base = bases[iRoot];
+    if (iRoot == 2) base = bases[1] + "\\" + (eSid == Sid::Own ? own : eSid == Sid::Other ? other : ".default");
+    std::string path = rSubKey;
+    if (!base.empty() && !Contains(path, base.c_str())) path = path.empty() ? base : base + "\\" + path;
+    if (!base.empty() && path != base && path.rfind(base + "\\", 0) != 0) return {false, false};
+    const auto Depth = [](const std::string& p) {
+        return p.empty() ? 0 : 1 + static_cast<int>(std::count(p.begin(), p.end(), '\\'));
+    };
+    const std::string below = path == base ? "" : base.empty() ? path : path.substr(base.size() + 1);
+    const bool fRead = chOperation == 'R', fWrite = chOperation == 'W', fDelete = chOperation == 'D';
+
+    if (iRoot >= 6) {
+        if (eSid == Sid::Other || (iRoot == 9 && eSid == Sid::Default))
+            return {fAdmin && (!fDelete || Depth(below) > 0), true};
+        if (eSid == Sid::Default) {
+            if (fAdmin) return {!fDelete || Depth(below) > 0, false};
+            return {!fLow && fRead, false};
+        }
+        const bool fAncestor = iRoot == 9 && std::string("software\\velom\\").rfind(path + "\\", 0) == 0;
+        if (iRoot == 9 || !fLow) return {!fDelete || (Depth(below) > 0 && !fAncestor), true};
+        return {fRead || fWrite, false};
+    }
+    const std::string lrs = bases[1];
+    // Whole trees of the family are nobody's to delete.
+    const bool fWholeTree = fDelete && (lrs + "\\").rfind(path + "\\", 0) == 0;
+    if (fWholeTree) return {false, false};
+    if (path == lrs || path.rfind(lrs + "\\", 0) == 0) {
+        const std::string rest = path == lrs ? "" : path.substr(lrs.size() + 1);
+        const std::string first = rest.substr(0, rest.find('\\'));
+        if (fAdmin) return {!fDelete || !rest.empty(), false};
+        if (first == own) return {true, false};
+        if (first == other || first == ".default") return {false, false};
+        if (fLow) return {fRead, false};
+        return {!fDelete || Depth(rest) >= 2, false};
+    }
+    if (fAdmin) return {!fDelete || !below.empty(), false};
+    const bool fTrusted = fTrustedValue || path.rfind("software\\velom\\kestrixdebugconfig", 0) == 0 ||
+                          Contains("\\" + path + "\\", "\\mirrored\\");
+    if (fTrusted) return {fRead && !fLow, false};
+    if (fLow) return {fRead, false};
+    return {!fDelete || Depth(below) >= 2, false};
+}
+
+/// R, W or D as the operation list has it; 0 for codes that are no operation, 'C' for the copy, 'X' for CloseKey.
+char Kind(int iCode, DWORD dwMask) {
+    switch (iCode) {
+        case 0:
+            return 'C';
+        case 3:
+            return 'X';
+        case 21:
+        case 22:
+            return 'D';
+        case 2:
+        case 25:
+            return (dwMask & 0x10006) ? 'W' : 'R';
+        case 1:
+            return 'W';
+        case 9:
+        case 12:
+        case 23:
+            return 0;
+        default:
+            return iCode > 30 ? 0 : (iCode >= 4 && iCode <= 13) || (iCode >= 24 && iCode <= 27) ? 'R' : 'W';
+    }
+}
+
+vlm::RequestCaller Caller(CallerClass eClass) {
+    return {eClass, OWN_SID, 0};
+}
+
+TEST(RequestAuthorisation, TheWholeMatrixEqualsTheOracle) {
+    int iCells = 0, iAllowed = 0;
+    for (int iRoot = 1; iRoot <= 9; ++iRoot) {
+        const bool fSid = vlm::DoesRootNeedSid(static_cast<_HKEYREGISTRY_>(iRoot));
+        for (int iCode = 0; iCode <= 32; ++iCode) {
+            if (!vlm::FindRequestOperation(static_cast<WORD>(iCode))) {
+                EXPECT_EQ(Kind(iCode, 0), 0) << iCode;
+                continue;
+            }
+            for (int iPath = 0; iPath < static_cast<int>(Path::Count); ++iPath) {
+                for (int iSid = 0; iSid < (fSid ? static_cast<int>(Sid::Count) : 1); ++iSid) {
+                    for (int iCaller = 0; iCaller < static_cast<int>(CallerClass::Count); ++iCaller) {
+                        for (const DWORD dwMask : {0x20019u, 0x20006u}) {
+                            for (const XCHAR* pszValue : {VTEXT("plain"), VTEXT("XMLConstraint")}) {
+                                vlm::PortMonitorRequest oRequest;
+                                oRequest.m_eRoot = static_cast<_HKEYREGISTRY_>(iRoot);
+                                oRequest.m_eFunction = static_cast<Function>(iCode);
+                                oRequest.m_dwAccessMask = dwMask;
+                                oRequest.m_csKeyPath = KeyPath(static_cast<Path>(iPath));
+                                const char chKind = Kind(iCode, dwMask);
+                                if (chKind == 'C' || chKind == 'X') continue;
+                                const vlm::RequestOperation& rOperation =
+                                    *vlm::FindRequestOperation(static_cast<WORD>(iCode));
+                                const bool fName = rOperation.m_eName != vlm::RequestName::No;
+                                if (fName) oRequest.m_csValueName = pszValue;
+                                if (iCode == 20) oRequest.m_bbData = ByteBuffer::createFromIntValue('n');
+                                const Sid eSid = static_cast<Sid>(iSid);
+                                if (fSid)
+                                    oRequest.m_csThird = eSid == Sid::Own     ? OWN_SID
+                                                         : eSid == Sid::Other ? OTHER_SID
+                                                                              : VTEXT(".DEFAULT");
+                                vlm::RequestDecision oDecision;
+                                const auto eCaller = static_cast<CallerClass>(iCaller);
+                                const Status status = vlm::DecideRequest(oRequest, Caller(eCaller), nullptr, oDecision);
+                                const Expected oExpected = Oracle(
+                                    iRoot, chKind, eCaller, Lower(vlm::test::Narrow(oRequest.m_csKeyPath.View())), eSid,
+                                    fName && CXString(pszValue) == VTEXT("XMLConstraint"));
+                                ++iCells;
+                                iAllowed += status == Status::Success;
+                                ASSERT_EQ(status == Status::Success, oExpected.fAllowed)
+                                    << "root " << iRoot << ", operation " << iCode << ", path " << iPath << ", SID "
+                                    << iSid << ", caller " << iCaller << ", mask " << std::hex << dwMask << ", value "
+                                    << vlm::test::Narrow(pszValue);
+                                if (status != Status::Success) continue;
+                                ASSERT_EQ(oDecision.m_eRights == RequestRights::AsCaller, oExpected.fAsCaller)
+                                    << "root " << iRoot << ", operation " << iCode << ", path " << iPath << ", caller "
+                                    << iCaller;
+                            }
+                        }
+                    }
+                }
+            }
+        }
+    }
+    EXPECT_GT(iCells, 40000);
+    EXPECT_GT(iAllowed, iCells / 10);
+}
+
+TEST(RequestAuthorisation, CopiesStayInOneTreeAndNeverGoBelowTheirSource) {
+    const auto Copy = [](CallerClass eCaller, _HKEYREGISTRY_ eRoot, const XCHAR* pszTarget, const XCHAR* pszSource) {
+        vlm::PortMonitorRequest oRequest;
+        oRequest.m_eRoot = eRoot;
+        oRequest.m_eFunction = Function::CopyKeyAndSubkeysFrom;
+        oRequest.m_csKeyPath = pszTarget;
+        oRequest.m_csThird = pszSource;
+        vlm::RequestDecision oDecision;
+        return vlm::DecideRequest(oRequest, Caller(eCaller), nullptr, oDecision);
+    };
+    using enum CallerClass;
+    constexpr auto VERSION = HKeyRegistry::Hkey_Machine_Version;
+    EXPECT_EQ(Copy(Standard, VERSION, VTEXT("a"), VTEXT("b")), Status::Success);
+    EXPECT_EQ(Copy(LowIntegrity, VERSION, VTEXT("a"), VTEXT("b")), Status::AccessDenied);
+    EXPECT_EQ(Copy(Remote, VERSION, VTEXT("a"), VTEXT("b")), Status::AccessDenied);
+    EXPECT_EQ(Copy(Administrator, VERSION, VTEXT("b\\c"), VTEXT("b")), Status::AccessDenied);
+    EXPECT_EQ(Copy(Administrator, VERSION, VTEXT("B"), VTEXT("b")), Status::AccessDenied);
+    EXPECT_EQ(Copy(Standard, VERSION, VTEXT("Mirrored\\a"), VTEXT("b")), Status::AccessDenied);
+    EXPECT_EQ(Copy(Standard, VERSION, VTEXT("LowRightsStorage\\x\\y"), VTEXT("b")), Status::AccessDenied);
+    EXPECT_EQ(Copy(Administrator, VERSION, VTEXT("LowRightsStorage\\x\\y"), VTEXT("b")), Status::Success);
+}
+
+TEST(RequestAuthorisation, DefaultUserTakesOnlyTheValuesMadeForIt) {
+    const auto Set = [](const XCHAR* pszValue) {
+        vlm::PortMonitorRequest oRequest;
+        oRequest.m_eRoot = HKeyRegistry::Hkey_User_Velom;
+        oRequest.m_eFunction = Function::SetLongValue;
+        oRequest.m_csKeyPath = VTEXT("a");
+        oRequest.m_csValueName = pszValue;
+        oRequest.m_csThird = VTEXT(".DEFAULT");
+        vlm::RequestDecision oDecision;
+        return vlm::DecideRequest(oRequest, Caller(CallerClass::Standard), nullptr, oDecision);
+    };
+    EXPECT_EQ(Set(VTEXT("VRCheck")), Status::Success);
+    EXPECT_EQ(Set(VTEXT("vrcheck")), Status::Success);
+    EXPECT_EQ(Set(VTEXT("Other")), Status::AccessDenied);
+}
+
+TEST(RequestAuthorisation, CallersAreClassifiedByTheWorstThatIsKnownOfThem) {
+    vlm::IdentityPort::Identity oIdentity;
+    EXPECT_EQ(vlm::ClassifyCaller(oIdentity, false), CallerClass::Standard);
+    EXPECT_EQ(vlm::ClassifyCaller(oIdentity, true), CallerClass::System);
+    oIdentity.fAdministrator = true;
+    EXPECT_EQ(vlm::ClassifyCaller(oIdentity, false), CallerClass::Administrator);
+    oIdentity.dwIntegrity = vlm::IdentityPort::INTEGRITY_LOW;
+    EXPECT_EQ(vlm::ClassifyCaller(oIdentity, false), CallerClass::LowIntegrity);
+    oIdentity.dwIntegrity = vlm::IdentityPort::INTEGRITY_SYSTEM;
+    oIdentity.fAppContainer = true;
+    EXPECT_EQ(vlm::ClassifyCaller(oIdentity, false), CallerClass::LowIntegrity);
+    oIdentity.fRemote = true;
+    EXPECT_EQ(vlm::ClassifyCaller(oIdentity, false), CallerClass::Remote);
+}
+
+TEST(RequestAuthorisation, CommandsNeedTheirRights) {
+    using enum CallerClass;
+    using vlm::ChannelCommand;
+    const auto Allowed = [](CallerClass eClass, DWORD dwGranted, ChannelCommand eCommand,
+                            const XCHAR* pszSid = VTEXT("")) {
+        return vlm::AuthoriseCommand({eClass, OWN_SID, dwGranted}, eCommand, pszSid);
+    };
+    constexpr DWORD ADMINISTER = vlm::SpoolerPort::SERVER_ACCESS_ADMINISTER;
+    for (const CallerClass eClass : {Remote, LowIntegrity, Standard, Administrator, System}) {
+        EXPECT_TRUE(Allowed(eClass, 0, ChannelCommand::IsReady));
+        EXPECT_FALSE(Allowed(eClass, 0, ChannelCommand::Upgrade));
+        EXPECT_EQ(Allowed(eClass, ADMINISTER, ChannelCommand::RemoveLrs), eClass == Administrator || eClass == System);
+        EXPECT_EQ(Allowed(eClass, 0, ChannelCommand::RemoveSid, OWN_SID), eClass >= Standard);
+        EXPECT_EQ(Allowed(eClass, 0, ChannelCommand::RemoveSid, OTHER_SID), eClass >= Administrator);
+    }
+}
+
+TEST(RequestAuthorisation, NobodyGetsTheRightsToPlantLinksOrChangeOwners) {
+    EXPECT_EQ(vlm::MaskRights(0xF003F), 0x3001Fu);
+    EXPECT_EQ(vlm::MaskRights(0x2000000), 0u);
+    EXPECT_EQ(vlm::MaskRights(0x20019), 0x20019u);
+}
+
+}  // namespace
