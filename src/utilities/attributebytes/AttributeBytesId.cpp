@@ -2,6 +2,8 @@
 /// What all identifiers share.
 #include "utilities/attributebytes/AttributeBytesId.h"
 
+#include <compare>
+
 #include "utilities/attributebytes/detail/RecordReader.h"
 #include "utilities/attributebytes/detail/StoreBytes.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
@@ -9,13 +11,13 @@
 AttributeBytesId::~AttributeBytesId() = default;
 
 bool AttributeBytesId::IsEqual(const AttributeBytesId& rId) const noexcept {
-    return GetOrderKey() == rId.GetOrderKey() && CompareBeyondKey(rId) == 0;
+    return GetOrderKey() == rId.GetOrderKey() && std::is_eq(CompareBeyondKey(rId));
 }
 
 bool AttributeBytesId::LessThan(const AttributeBytesId& rId) const noexcept {
     const ULONGLONG ullKey = GetOrderKey();
     const ULONGLONG ullOtherKey = rId.GetOrderKey();
-    return ullKey != ullOtherKey ? ullKey < ullOtherKey : CompareBeyondKey(rId) < 0;
+    return ullKey != ullOtherKey ? ullKey < ullOtherKey : std::is_lt(CompareBeyondKey(rId));
 }
 
 std::strong_ordering AttributeBytesId::CompareBeyondKey(const AttributeBytesId&) const noexcept {

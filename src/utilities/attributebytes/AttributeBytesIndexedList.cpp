@@ -125,9 +125,9 @@ void AttributeBytesIndexedList::AddAttributeBytes(AttributeBytesSharedPtr&& rshp
     VLM_ASSERT_IN(DebugCategory::AttrBytes, rshpoAttributeBytes != nullptr);
     if (!rshpoAttributeBytes) return;
     if (!m_oSet.Insert(std::move(rshpoAttributeBytes))) {  // not moved from when it answers false
-        VLM_THROW(ExceptionDuplicateAttributeId,
-                  VTEXT("An entry already exists in the list for=%s! Insertion failed!\r\n"),
-                  rshpoAttributeBytes->GetAttributeBytesId().GetDumpDisplayString(true));
+        VLM_THROW(
+            ExceptionDuplicateAttributeId, VTEXT("An entry already exists in the list for=%s! Insertion failed!\r\n"),
+            rshpoAttributeBytes->GetAttributeBytesId().GetDumpDisplayString(true));  // NOLINT(bugprone-use-after-move)
     }
     ++m_ullGeneration;
 }
@@ -176,7 +176,8 @@ void AttributeBytesIndexedList::ImportRecords(const BYTE* pbyCursor, DWORD dwRem
         AttributeBytesSharedPtr shpoRecord =
             vlm::RecordReader::ReadSharedRecord(pbyCursor, dwRemaining, fNestingChecked);
         if (!oBuiltAside.m_oSet.Insert(std::move(shpoRecord))) {
-            oBuiltAside.AddAttributeBytes(std::move(shpoRecord));  // still ours; fails with its own text
+            // Still ours after the answer false; this fails with its own text.
+            oBuiltAside.AddAttributeBytes(std::move(shpoRecord));  // NOLINT(bugprone-use-after-move)
         }
     }
     *this = std::move(oBuiltAside);

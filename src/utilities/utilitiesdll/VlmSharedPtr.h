@@ -52,7 +52,7 @@ public:
     requires(std::is_convertible_v<U*, T*>) VlmSharedPtr(std::unique_ptr<U> apoObject) {
         if (!apoObject) return;
         m_pBlock = new (MemoryPool::Allocate(sizeof(Block))) Block{apoObject.get()};
-        apoObject.release();
+        static_cast<void>(apoObject.release());
     }
     VlmSharedPtr(const VlmSharedPtr& rOther) noexcept : m_pBlock(rOther.m_pBlock) {
         if (m_pBlock) m_pBlock->m_lRefs.fetch_add(1, std::memory_order_relaxed);
