@@ -2,8 +2,8 @@
 /// The host's cabinet library behind the cabinet port: an image writer over zlib, a reader over libmspack.
 #include "platform/host/HostCabinetPort.h"
 
-#include <cerrno>
 #include <mspack.h>
+#include <cerrno>
 
 #include <cstring>
 #include <limits>
