@@ -17,9 +17,14 @@ constexpr DWORD ANY_MASK = RequestOperation::ANY_MASK;
 constexpr DWORD BY_ADDRESS = RequestOperation::BY_ADDRESS;
 
 constexpr std::array OPERATIONS = {
-#define X(code, operation, mask, effect, name, data)                           \
-    RequestOperation{_XPMRegistryFunction::operation, VTEXT(#operation), mask, \
-                     RequestEffect::effect,           RequestName::name, RequestData::data},
+#define X(code, operation, mask, effect, name, data, reply) \
+    RequestOperation{_XPMRegistryFunction::operation,       \
+                     VTEXT(#operation),                     \
+                     mask,                                  \
+                     RequestEffect::effect,                 \
+                     RequestName::name,                     \
+                     RequestData::data,                     \
+                     ReplyLayout::reply},
 #include "environment/PortMonitorOperations.inl"
 #undef X
 };

@@ -12,7 +12,7 @@
 /// The operation codes of a request; the numbers are a wire format.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the enumeration's established name
 enum class _XPMRegistryFunction : std::uint16_t {
-#define X(code, operation, mask, effect, name, data) operation = code,
+#define X(code, operation, mask, effect, name, data, reply) operation = code,
 #include "environment/PortMonitorOperations.inl"
 #undef X
 };
@@ -28,6 +28,9 @@ enum class RequestName : std::uint8_t { No, Optional, Needed };
 /// What the data of a request must look like.
 enum class RequestData : std::uint8_t { None, Bytes1, Bytes4, Bytes8, Text, ValueName, Bytes, ValueList };
 
+/// What the reply to a request that succeeded looks like; see PortMonitorReply.
+enum class ReplyLayout : std::uint8_t { Empty, KeyToken, Boolean, Long, Long64, Count, Text, Bytes, Names, Values };
+
 /// One row of the operation table.
 struct RequestOperation {
     /// Marks a mask that the caller chooses, and one that depends on how the key is addressed.
@@ -39,6 +42,7 @@ struct RequestOperation {
     RequestEffect m_eEffect;
     RequestName m_eName;
     RequestData m_eData;
+    ReplyLayout m_eReply;
 };
 
 /// The row of an operation code; null when no operation has it.

@@ -49,4 +49,7 @@ inline constexpr std::size_t MAX_VALUE_NAME_UNITS = 16383;
 /// Values that one query may ask for.
 inline constexpr std::size_t MAX_VALUE_LIST_ENTRIES = 4096;
 
+/// A reply: the data of one value, or of a value list with its entries.
+inline constexpr std::size_t MAX_REPLY_BYTES = MAX_REQUEST_BYTES + MAX_VALUE_LIST_ENTRIES * 32;
+
 }  // namespace vlm::bounds
