@@ -13,6 +13,7 @@ class DesktopPort;
 class FilePort;
 class ProcessPort;
 class RegistryPort;
+class SpoolerPort;
 class TextPort;
 class ThreadPort;
 
@@ -26,6 +27,7 @@ struct Platform {
     ProcessPort* pProcess;
     ThreadPort* pThreads;
     ClockPort* pClock;
+    SpoolerPort* pSpooler;
 };
 
 /// The system's own ports: Windows, or the host's adapters.  Valid before any constructor of the library has run.

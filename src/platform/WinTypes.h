@@ -67,6 +67,7 @@ enum class Status : DWORD {
     DiskFull = 112,
     InsufficientBuffer = 122,
     InvalidName = 123,
+    ModuleNotFound = 126,
     DirectoryNotEmpty = 145,
     BadPathName = 161,
     Busy = 170,

@@ -6,6 +6,7 @@
 #include "support/FakeFilePort.h"
 #include "support/FakePorts.h"
 #include "support/FakeRegistryPort.h"
+#include "support/FakeSpoolerPort.h"
 
 namespace vlm::test {
 
@@ -19,20 +20,22 @@ namespace vlm::test {
 class FakePlatform {
 public:
     FakePlatform() noexcept
-        : m_oPlatform{&text, &files, &registry, GetSystemPlatform().pCabinet, &desktop, &process, &threads, &clock} {}
+        : m_oPlatform{&text,    &files, &registry, GetSystemPlatform().pCabinet, &desktop, &process,
+                      &threads, &clock, &spooler} {}
 
     const Platform& Get() const noexcept { return m_oPlatform; }
 
     /// Handles, slots and blocks that are taken at the moment.
     std::size_t TakenResources() const {
-        return files.OpenHandles() + registry.OpenHandles() + static_cast<std::size_t>(threads.OpenSlots()) +
-               static_cast<std::size_t>(threads.LocalBlocks());
+        return files.OpenHandles() + registry.OpenHandles() + spooler.OpenHandles() +
+               static_cast<std::size_t>(threads.OpenSlots()) + static_cast<std::size_t>(threads.LocalBlocks());
     }
 
     /// The process is gone: handles vanish, disk and registry stay as they are.
     void DropHandles() {
         files.DropHandles();
         registry.DropHandles();
+        spooler.DropHandles();
     }
 
     FakeTextPort text;
@@ -42,6 +45,7 @@ public:
     FakeProcessPort process;
     FakeThreadPort threads;
     FakeClockPort clock;
+    FakeSpoolerPort spooler;
 
 private:
     Platform m_oPlatform;

@@ -11,6 +11,7 @@
 #include "platform/FilePort.h"
 #include "platform/ProcessPort.h"
 #include "platform/RegistryPort.h"
+#include "platform/SpoolerPort.h"
 #include "platform/TextPort.h"
 #include "platform/ThreadPort.h"
 
@@ -233,6 +234,33 @@ private:
     }
 };
 
+class FaultSpooler final : public Wrapper<SpoolerPort> {
+public:
+    using Wrapper::Wrapper;
+    Status OpenPrinterHandle(const XCHAR* pszName, DWORD dwAccess, HANDLE& rhPrinter) noexcept override {
+        return Guard([&] { return m_rBelow.OpenPrinterHandle(pszName, dwAccess, rhPrinter); });
+    }
+    Status ClosePrinterHandle(HANDLE hPrinter) noexcept override {
+        return GuardClose([&] { return m_rBelow.ClosePrinterHandle(hPrinter); });
+    }
+    Status Transceive(HANDLE hChannel, const XCHAR* pszCommand, const BYTE* pbyInput, DWORD cbInput, BYTE* pbyOutput,
+                      DWORD cbOutput, DWORD& rcbNeeded, DWORD& rdwMonitorStatus) noexcept override {
+        return Guard([&] {
+            return m_rBelow.Transceive(hChannel, pszCommand, pbyInput, cbInput, pbyOutput, cbOutput, rcbNeeded,
+                                       rdwMonitorStatus);
+        });
+    }
+    Status AddMonitorDll(const XCHAR* pszName, const XCHAR* pszEnvironment, const XCHAR* pszDll) noexcept override {
+        return Guard([&] { return m_rBelow.AddMonitorDll(pszName, pszEnvironment, pszDll); });
+    }
+    Status DeleteMonitorByName(const XCHAR* pszName, const XCHAR* pszEnvironment) noexcept override {
+        return Guard([&] { return m_rBelow.DeleteMonitorByName(pszName, pszEnvironment); });
+    }
+    Status EnumerateMonitor(DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept override {
+        return Guard([&] { return m_rBelow.EnumerateMonitor(dwIndex, pszName, rcName); });
+    }
+};
+
 class FaultText final : public Wrapper<TextPort> {
 public:
     using Wrapper::Wrapper;
@@ -342,6 +370,7 @@ struct FaultPlatform::Ports {
     FaultDesktop oDesktop;
     FaultProcess oProcess;
     FaultThreads oThreads;
+    FaultSpooler oSpooler;
     Platform oPlatform;
 
     Ports(const Platform& rBelow, FaultScript& rScript)
@@ -352,7 +381,9 @@ struct FaultPlatform::Ports {
           oDesktop(*rBelow.pDesktop, rScript),
           oProcess(*rBelow.pProcess, rScript),
           oThreads(*rBelow.pThreads, rScript),
-          oPlatform{&oText, &oFiles, &oRegistry, &oCabinet, &oDesktop, &oProcess, &oThreads, rBelow.pClock} {}
+          oSpooler(*rBelow.pSpooler, rScript),
+          oPlatform{&oText, &oFiles, &oRegistry, &oCabinet, &oDesktop, &oProcess, &oThreads, rBelow.pClock, &oSpooler} {
+    }
 };
 
 FaultPlatform::FaultPlatform(const Platform& rBelow) : m_apoPorts(std::make_unique<Ports>(rBelow, m_oScript)) {}

@@ -7,6 +7,7 @@
 #include "platform/host/HostFilePort.h"
 #include "platform/host/HostProcessPort.h"
 #include "platform/host/HostRegistryPort.h"
+#include "platform/host/HostSpoolerPort.h"
 #include "platform/host/HostTextPort.h"
 #include "platform/host/HostThreadPort.h"
 #include "platform/host/Undying.h"
@@ -23,6 +24,7 @@ constinit Undying<HostDesktopPort> goDesktop;
 constinit Undying<HostProcessPort> goProcess;
 constinit Undying<HostThreadPort> goThreads;
 constinit Undying<HostClockPort> goClock;
+constinit Undying<HostSpoolerPort> goSpooler;
 
 }  // namespace
 }  // namespace host
@@ -30,7 +32,7 @@ constinit Undying<HostClockPort> goClock;
 const Platform& GetSystemPlatform() noexcept {
     static const Platform soPlatform{&host::goText.object,       &host::goFiles.object,   &host::goRegistry.object,
                                      &HostCabinetPortInstance(), &host::goDesktop.object, &host::goProcess.object,
-                                     &host::goThreads.object,    &host::goClock.object};
+                                     &host::goThreads.object,    &host::goClock.object,   &host::goSpooler.object};
     return soPlatform;
 }
 

@@ -8,6 +8,7 @@
 #include "platform/win32/Win32FilePort.h"
 #include "platform/win32/Win32ProcessPort.h"
 #include "platform/win32/Win32RegistryPort.h"
+#include "platform/win32/Win32SpoolerPort.h"
 #include "platform/win32/Win32TextPort.h"
 #include "platform/win32/Win32ThreadPort.h"
 
@@ -23,6 +24,7 @@ constinit Undying<Win32DesktopPort> goDesktop;
 constinit Undying<Win32ProcessPort> goProcess;
 constinit Undying<Win32ThreadPort> goThreads;
 constinit Undying<Win32ClockPort> goClock;
+constinit Undying<Win32SpoolerPort> goSpooler;
 
 }  // namespace
 }  // namespace win32
@@ -31,7 +33,8 @@ const Platform& GetSystemPlatform() noexcept {
     using namespace win32;
     static const Platform soPlatform{
         &goText.object,    &goFiles.object,   &goRegistry.object, &Win32CabinetPortInstance(),
-        &goDesktop.object, &goProcess.object, &goThreads.object,  &goClock.object};
+        &goDesktop.object, &goProcess.object, &goThreads.object,  &goClock.object,
+        &goSpooler.object};
     return soPlatform;
 }
 
