@@ -51,7 +51,7 @@ add_library(q9_platform_libraries INTERFACE)
 if(WIN32)
     q9_add_floor(q9_platform ${q9_sources_win32})
     target_link_libraries(q9_platform_libraries INTERFACE
-        kernel32 user32 advapi32 shlwapi cabinet winspool crypt32 wtsapi32)
+        kernel32 user32 ntdll advapi32 shlwapi cabinet winspool crypt32 wtsapi32)
 else()
     find_package(PkgConfig REQUIRED)
     find_package(ZLIB REQUIRED)

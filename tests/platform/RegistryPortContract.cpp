@@ -256,6 +256,89 @@ TEST_P(RegistryPortContract, OnlyBareKeysAreDeletedAndTheirHandlesKnow) {
         EXPECT_EQ(Registry().Close(h), Status::Success);
 }
 
+TEST_P(RegistryPortContract, AnOpenKeyCanBeDeletedItself) {
+    const HKEY hOuter = Make(m_hKey, VTEXT("outer"));
+    const HKEY hInner = Make(hOuter, VTEXT("inner"));
+    HKEY hReader = nullptr;
+    EXPECT_EQ(Registry().Open(hOuter, VTEXT("inner"), READ, hReader), Status::Success);
+    EXPECT_EQ(Registry().DeleteOpenKey(hReader), Status::AccessDenied);
+    EXPECT_EQ(Registry().DeleteOpenKey(hOuter), Status::AccessDenied);
+    EXPECT_EQ(Registry().DeleteOpenKey(hInner), Status::Success);
+    EXPECT_EQ(TryOpen(hOuter, VTEXT("inner")), Status::FileNotFound);
+    DWORD dwType = 0, cb = 0;
+    EXPECT_EQ(Registry().QueryValue(hReader, VTEXT("v"), dwType, nullptr, cb), Status::KeyDeleted);
+    EXPECT_EQ(Registry().DeleteOpenKey(hOuter), Status::Success);
+    EXPECT_EQ(KeyNames(m_hKey), std::vector<XString>());
+    for (const HKEY h : {hReader, hInner, hOuter})
+        EXPECT_EQ(Registry().Close(h), Status::Success);
+}
+
+TEST_P(RegistryPortContract, CountsAndLongestNamesAreTold) {
+    RegistryPort::KeyInfo oInfo;
+    EXPECT_EQ(Registry().QueryInfo(m_hKey, oInfo), Status::Success);
+    EXPECT_EQ(oInfo.cSubKeys + oInfo.cValues + oInfo.cMaxKeyName + oInfo.cMaxValueName + oInfo.cbMaxData, 0u);
+    for (const XCHAR* pszName : {VTEXT("a"), VTEXT("four"), VTEXT("two")})
+        EXPECT_EQ(Registry().Close(Make(m_hKey, pszName)), Status::Success);
+    EXPECT_EQ(Set(VTEXT("longer name"), RegistryPort::TYPE_BINARY, "12"), Status::Success);
+    EXPECT_EQ(Set(nullptr, RegistryPort::TYPE_BINARY, "1234567"), Status::Success);
+    EXPECT_EQ(Registry().QueryInfo(m_hKey, oInfo), Status::Success);
+    EXPECT_EQ(oInfo.cSubKeys, 3u);
+    EXPECT_EQ(oInfo.cMaxKeyName, 4u);
+    EXPECT_EQ(oInfo.cValues, 2u);
+    EXPECT_EQ(oInfo.cMaxValueName, 11u);
+    EXPECT_EQ(oInfo.cbMaxData, 7u);
+}
+
+TEST_P(RegistryPortContract, ALinkIsFollowedUnlessItIsOpenedItself) {
+    const HKEY hVictim = Make(m_hKey, VTEXT("victim"));
+    EXPECT_EQ(Registry().Close(Make(hVictim, VTEXT("below"))), Status::Success);
+    EXPECT_EQ(Registry().SetValue(hVictim, VTEXT("v"), 3, "1", 1), Status::Success);
+    const Status eMade = Registry().CreateLink(m_hKey, VTEXT("link"), hVictim);
+    HKEY hKey = nullptr;
+    bool fLink = true;
+    EXPECT_EQ(Registry().OpenLink(m_hKey, VTEXT("victim"), ALL, hKey, fLink), Status::Success);
+    EXPECT_FALSE(fLink);
+    EXPECT_EQ(Registry().Close(hKey), Status::Success);
+    if (eMade == Status::NotSupported) {
+        EXPECT_EQ(TryOpen(m_hKey, VTEXT("link")), Status::FileNotFound);
+        EXPECT_EQ(Registry().Close(hVictim), Status::Success);
+        GTEST_SKIP() << "no links on this system";
+    }
+    ASSERT_EQ(eMade, Status::Success);
+    EXPECT_EQ(Registry().CreateLink(m_hKey, VTEXT("LINK"), hVictim), Status::AlreadyExists);
+    EXPECT_EQ(TryOpen(m_hKey, VTEXT("link\\below")), Status::Success);
+    EXPECT_EQ(Registry().OpenLink(m_hKey, VTEXT("link\\below"), READ, hKey, fLink), Status::Success);
+    EXPECT_FALSE(fLink);
+    EXPECT_EQ(Registry().Close(hKey), Status::Success);
+    EXPECT_EQ(Registry().OpenLink(m_hKey, VTEXT("link"), ALL, hKey, fLink), Status::Success);
+    EXPECT_TRUE(fLink);
+    EXPECT_EQ(KeyNames(hKey), std::vector<XString>());
+    EXPECT_EQ(Registry().DeleteOpenKey(hKey), Status::Success);
+    EXPECT_EQ(Registry().Close(hKey), Status::Success);
+    EXPECT_EQ(KeyNames(m_hKey), std::vector<XString>{VTEXT("victim")});
+    EXPECT_EQ(KeyNames(hVictim), std::vector<XString>{VTEXT("below")});
+    EXPECT_EQ(Registry().Close(hVictim), Status::Success);
+}
+
+TEST_P(RegistryPortContract, ARestrictedKeyIsMadeOnceAndByOneName) {
+    const XCHAR* const pszSid = VTEXT("S-1-5-21-0-0-0-1000");
+    HKEY hKey = nullptr;
+    bool fCreated = false;
+    EXPECT_EQ(Registry().CreateRestricted(m_hKey, VTEXT("mine"), ALL, pszSid, hKey, fCreated), Status::Success);
+    EXPECT_TRUE(fCreated);
+    EXPECT_EQ(Registry().SetValue(hKey, VTEXT("v"), 3, "1", 1), Status::Success);
+    EXPECT_EQ(Registry().Close(hKey), Status::Success);
+    EXPECT_EQ(Registry().CreateRestricted(m_hKey, VTEXT("MINE"), READ, pszSid, hKey, fCreated), Status::Success);
+    EXPECT_FALSE(fCreated);
+    EXPECT_EQ(Registry().Close(hKey), Status::Success);
+    for (const XCHAR* pszName : {VTEXT(""), VTEXT("mine\\below")}) {
+        EXPECT_EQ(Registry().CreateRestricted(m_hKey, pszName, ALL, pszSid, hKey, fCreated), Status::InvalidParameter);
+    }
+    EXPECT_EQ(Registry().CreateRestricted(m_hKey, VTEXT("x"), ALL, VTEXT("S-1-5)(A;;KA;;;WD"), hKey, fCreated),
+              Status::InvalidParameter);
+    EXPECT_EQ(KeyNames(m_hKey), std::vector<XString>{VTEXT("mine")});
+}
+
 TEST_P(RegistryPortContract, VolatileKeysHaveVolatileChildrenOnly) {
     const HKEY hVolatile = Make(m_hKey, VTEXT("volatile"), ALL, true);
     HKEY hKey = nullptr;
@@ -274,6 +357,7 @@ TEST_P(RegistryPortContract, AClosedHandleIsRefusedByEveryCall) {
     bool fCreated = false;
     RegistryPort::ValueQuery oQuery;
     oQuery.pszName = VTEXT("v");
+    RegistryPort::KeyInfo oInfo;
     DWORD dwType = 0, cb = 0, cName = 8;
     for (const HKEY h : {hClosed, HKEY{nullptr}}) {
         EXPECT_EQ(Registry().Close(h), Status::InvalidHandle);
@@ -285,6 +369,12 @@ TEST_P(RegistryPortContract, AClosedHandleIsRefusedByEveryCall) {
         EXPECT_EQ(Registry().DeleteValue(h, VTEXT("v")), Status::InvalidHandle);
         EXPECT_EQ(Registry().DeleteKey(h, VTEXT("x")), Status::InvalidHandle);
         EXPECT_EQ(Registry().EnumerateKey(h, 0, szName, cName), Status::InvalidHandle);
+        EXPECT_EQ(Registry().OpenLink(h, VTEXT("x"), READ, hKey, fCreated), Status::InvalidHandle);
+        EXPECT_EQ(Registry().CreateLink(h, VTEXT("x"), m_hKey), Status::InvalidHandle);
+        EXPECT_EQ(Registry().DeleteOpenKey(h), Status::InvalidHandle);
+        EXPECT_EQ(Registry().QueryInfo(h, oInfo), Status::InvalidHandle);
+        EXPECT_EQ(Registry().CreateRestricted(h, VTEXT("x"), ALL, VTEXT("S-1-5-18"), hKey, fCreated),
+                  Status::InvalidHandle);
         EXPECT_EQ(Registry().EnumerateValue(h, 0, szName, cName, dwType, nullptr, cb), Status::InvalidHandle);
     }
 }

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "support/AllocationFaults.h"
+#include "support/FakeRegistryKey.h"
 
 namespace vlm::test {
 
@@ -15,13 +16,11 @@ namespace {
 
 constexpr XStringView CURRENT_USER_SID = VTEXT("S-1-5-21-0-0-0-1000");
 
-XString Fold(XStringView svName) {
-    XString folded(svName);
-    for (XCHAR& runit : folded) {
-        if (runit >= VTEXT('a') && runit <= VTEXT('z')) runit = static_cast<XCHAR>(runit - 0x20);
-    }
-    return folded;
-}
+/// Roots that this registry does not have.
+constexpr RegistryPort::Root MISSING_ROOTS[] = {
+    RegistryPort::Root::PerformanceData, RegistryPort::Root::CurrentConfig,
+    RegistryPort::Root::DynData,         RegistryPort::Root::CurrentUserLocalSettings,
+    RegistryPort::Root::PerformanceText, RegistryPort::Root::PerformanceNlstext};
 
 XString NameOf(const XCHAR* pszName) {
     return pszName ? XString(pszName) : XString();
@@ -49,15 +48,6 @@ Status HandOutName(const XString& rName, XCHAR* pszName, DWORD& rcName) {
 
 }  // namespace
 
-struct FakeRegistryPort::Key {
-    XString name;
-    bool fVolatile = false;
-    bool fDeleted = false;
-    DWORD dwDenied = 0;
-    std::map<XString, KeyPointer> mapKeys;
-    std::map<XString, std::pair<XString, Value>> mapValues;
-};
-
 FakeRegistryPort::FakeRegistryPort() {
     const AllocationExempt oExempt;
     for (const Root eRoot : {Root::ClassesRoot, Root::LocalMachine, Root::Users}) {
@@ -65,6 +55,7 @@ FakeRegistryPort::FakeRegistryPort() {
     }
     const auto shpoUser = std::make_shared<Key>();
     shpoUser->name = CURRENT_USER_SID;
+    shpoUser->wpoParent = m_mapRoots[Root::Users];
     m_mapRoots[Root::Users]->mapKeys[Fold(CURRENT_USER_SID)] = shpoUser;
     m_mapRoots[Root::CurrentUser] = shpoUser;
 }
@@ -86,116 +77,22 @@ std::optional<std::vector<XString>> FakeRegistryPort::Components(XStringView svP
     return vComponents;
 }
 
-/// The script's way to a key; null when it is not there.
-FakeRegistryPort::KeyPointer FakeRegistryPort::AtPath(XStringView svPath, bool fCreate) const {
-    static constexpr std::pair<Root, XStringView> ROOTS[] = {{Root::ClassesRoot, VTEXT("HKEY_CLASSES_ROOT")},
-                                                             {Root::CurrentUser, VTEXT("HKEY_CURRENT_USER")},
-                                                             {Root::LocalMachine, VTEXT("HKEY_LOCAL_MACHINE")},
-                                                             {Root::Users, VTEXT("HKEY_USERS")}};
-    Status eStatus{};
-    const std::vector<XString> vComponents = Components(svPath, eStatus).value_or(std::vector<XString>());
-    const auto pRoot = std::find_if(std::begin(ROOTS), std::end(ROOTS), [&](const auto& rRoot) {
-        return !vComponents.empty() && vComponents.front() == rRoot.second;
-    });
-    if (pRoot == std::end(ROOTS)) {
-        ADD_FAILURE() << "a scripted key must begin with the name of a root";
-        return std::make_shared<Key>();
+FakeRegistryPort::KeyPointer FakeRegistryPort::AddChild(const KeyPointer& rshpoParent, const XString& rName) {
+    const auto shpoChild = std::make_shared<Key>();
+    shpoChild->name = rName;
+    shpoChild->wpoParent = rshpoParent;
+    rshpoParent->mapKeys[Fold(rName)] = shpoChild;
+    return shpoChild;
+}
+
+/// Where a path goes on from a key; null when it is a link that leads nowhere.
+FakeRegistryPort::KeyPointer FakeRegistryPort::Target(KeyPointer shpoKey) {
+    constexpr int cMostLinks = 16;
+    for (int i = 0; i < cMostLinks && shpoKey && shpoKey->fLink; ++i) {
+        shpoKey = shpoKey->wpoTarget.lock();
+        if (shpoKey && shpoKey->fDeleted) shpoKey = nullptr;
     }
-    KeyPointer shpoKey = m_mapRoots.at(pRoot->first);
-    for (std::size_t i = 1; i < vComponents.size(); ++i) {
-        KeyPointer& rshpoChild = shpoKey->mapKeys[Fold(vComponents[i])];
-        if (!rshpoChild && !fCreate) {
-            shpoKey->mapKeys.erase(Fold(vComponents[i]));
-            return nullptr;
-        }
-        if (!rshpoChild) {
-            rshpoChild = std::make_shared<Key>();
-            rshpoChild->name = vComponents[i];
-        }
-        shpoKey = rshpoChild;
-    }
-    return shpoKey;
-}
-
-void FakeRegistryPort::AddKey(XStringView svPath) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    AtPath(svPath, true);
-}
-
-void FakeRegistryPort::AddValue(XStringView svPath, XStringView svName, DWORD dwType, std::vector<BYTE> vbyData) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    AtPath(svPath, true)->mapValues[Fold(svName)] = {XString(svName), Value{dwType, std::move(vbyData)}};
-}
-
-void FakeRegistryPort::AddText(XStringView svPath, XStringView svName, XStringView svText) {
-    const AllocationExempt oExempt;
-    std::vector<BYTE> vbyData((svText.size() + 1) * sizeof(XCHAR));
-    std::memcpy(vbyData.data(), svText.data(), svText.size() * sizeof(XCHAR));
-    AddValue(svPath, svName, TYPE_SZ, std::move(vbyData));
-}
-
-void FakeRegistryPort::AddDword(XStringView svPath, XStringView svName, DWORD dwValue) {
-    const AllocationExempt oExempt;
-    std::vector<BYTE> vbyData(sizeof(dwValue));
-    std::memcpy(vbyData.data(), &dwValue, sizeof(dwValue));
-    AddValue(svPath, svName, TYPE_DWORD, std::move(vbyData));
-}
-
-std::optional<FakeRegistryPort::Value> FakeRegistryPort::ValueAt(XStringView svPath, XStringView svName) const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    const KeyPointer shpoKey = AtPath(svPath, false);
-    if (!shpoKey) return std::nullopt;
-    const auto it = shpoKey->mapValues.find(Fold(svName));
-    if (it == shpoKey->mapValues.end()) return std::nullopt;
-    return it->second.second;
-}
-
-bool FakeRegistryPort::HasKey(XStringView svPath) const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    return AtPath(svPath, false) != nullptr;
-}
-
-void FakeRegistryPort::RemoveKey(XStringView svPath) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    const KeyPointer shpoKey = AtPath(svPath, false);
-    if (!shpoKey) return;
-    MarkDeleted(*shpoKey);
-    const KeyPointer shpoParent = AtPath(svPath.substr(0, svPath.rfind(VTEXT('\\'))), false);
-    shpoParent->mapKeys.erase(Fold(shpoKey->name));
-}
-
-void FakeRegistryPort::Deny(XStringView svPath, DWORD dwRights) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    AtPath(svPath, true)->dwDenied = dwRights;
-}
-
-std::size_t FakeRegistryPort::OpenHandles() const {
-    const std::lock_guard oLock(m_oMutex);
-    return m_mapOpen.size();
-}
-
-void FakeRegistryPort::SetMisuseFailsTest(bool fFails) {
-    m_fMisuseFailsTest = fFails;
-}
-
-void FakeRegistryPort::DropHandles() {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    m_mapOpen.clear();
-}
-
-void FakeRegistryPort::Restart() {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    DropHandles();
-    for (auto& [eRoot, shpoKey] : m_mapRoots)
-        DropVolatile(*shpoKey);
+    return shpoKey && !shpoKey->fLink ? shpoKey : nullptr;
 }
 
 void FakeRegistryPort::MarkDeleted(Key& rKey) {
@@ -219,6 +116,9 @@ Status FakeRegistryPort::Resolve(HKEY hKey, DWORD dwRights, KeyPointer& rshpoKey
     }
     const auto it = m_mapOpen.find(hKey);
     if (it == m_mapOpen.end()) {
+        for (const Root eRoot : MISSING_ROOTS) {
+            if (reinterpret_cast<std::uintptr_t>(hKey) == NumberOf(eRoot)) return Status::InvalidHandle;
+        }
         if (m_fMisuseFailsTest) ADD_FAILURE() << "a registry call on a handle that is not open: " << hKey;
         return Status::InvalidHandle;
     }
@@ -227,15 +127,18 @@ Status FakeRegistryPort::Resolve(HKEY hKey, DWORD dwRights, KeyPointer& rshpoKey
     return (it->second.dwRights & dwRights) == dwRights ? Status::Success : Status::AccessDenied;
 }
 
-Status FakeRegistryPort::Walk(HKEY hParent, const XCHAR* pszSubKey, KeyPointer& rshpoKey) {
+Status FakeRegistryPort::Walk(HKEY hParent, const XCHAR* pszSubKey, KeyPointer& rshpoKey, bool fOpenLink) {
     Status eStatus = Resolve(hParent, 0, rshpoKey);
     if (eStatus != Status::Success) return eStatus;
     const auto vComponents = Components(NameOf(pszSubKey), eStatus);
     if (!vComponents) return eStatus;
-    for (const XString& rComponent : *vComponents) {
-        const auto it = rshpoKey->mapKeys.find(Fold(rComponent));
+    for (std::size_t i = 0; i < vComponents->size(); ++i) {
+        const auto it = rshpoKey->mapKeys.find(Fold((*vComponents)[i]));
         if (it == rshpoKey->mapKeys.end()) return Status::FileNotFound;
-        rshpoKey = KeyPointer(it->second);
+        const bool fLast = i + 1 == vComponents->size();
+        const KeyPointer shpoNext = fOpenLink && fLast ? it->second : Target(it->second);
+        if (!shpoNext) return Status::FileNotFound;
+        rshpoKey = shpoNext;
     }
     return Status::Success;
 }
@@ -280,19 +183,56 @@ Status FakeRegistryPort::Create(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRi
     for (; i < vComponents.size(); ++i) {
         const auto it = shpoKey->mapKeys.find(Fold(vComponents[i]));
         if (it == shpoKey->mapKeys.end()) break;
-        shpoKey = KeyPointer(it->second);
+        shpoKey = Target(it->second);
+        if (!shpoKey) return Status::FileNotFound;
     }
     if (shpoKey->dwDenied & CREATE_SUB_KEY) return Status::AccessDenied;
     if (shpoKey->fVolatile && !fVolatile) return Status::ChildMustBeVolatile;
     for (; i < vComponents.size(); ++i) {
-        const auto shpoChild = std::make_shared<Key>();
-        shpoChild->name = vComponents[i];
-        shpoChild->fVolatile = fVolatile;
-        shpoKey->mapKeys[Fold(vComponents[i])] = shpoChild;
-        shpoKey = shpoChild;
+        shpoKey = AddChild(shpoKey, vComponents[i]);
+        shpoKey->fVolatile = fVolatile;
     }
     rfCreated = true;
     return MakeHandle(shpoKey, dwRights, rhKey);
+}
+
+Status FakeRegistryPort::CreateRestricted(HKEY hParent, const XCHAR* pszName, DWORD dwRights, const XCHAR* pszReaderSid,
+                                          HKEY& rhKey, bool& rfCreated) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    const XString name = NameOf(pszName), reader = NameOf(pszReaderSid);
+    if (name.empty() || name.find(VTEXT('\\')) != XString::npos || !IsSidText(reader)) return Status::InvalidParameter;
+    const Status eStatus = Create(hParent, pszName, dwRights, false, rhKey, rfCreated);
+    if (eStatus == Status::Success && rfCreated) m_mapOpen[rhKey].shpoKey->reader = reader;
+    return eStatus;
+}
+
+Status FakeRegistryPort::OpenLink(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey,
+                                  bool& rfLink) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    KeyPointer shpoKey;
+    Status eStatus = Walk(hParent, pszSubKey, shpoKey, true);
+    if (eStatus == Status::Success) eStatus = MakeHandle(shpoKey, dwRights | QUERY_VALUE, rhKey);
+    if (eStatus == Status::Success) rfLink = shpoKey->fLink;
+    return eStatus;
+}
+
+Status FakeRegistryPort::CreateLink(HKEY hParent, const XCHAR* pszName, HKEY hTarget) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    KeyPointer shpoParent, shpoTarget, shpoKey;
+    if (const Status e = Resolve(hParent, 0, shpoParent); e != Status::Success) return e;
+    if (const Status e = Resolve(hTarget, 0, shpoTarget); e != Status::Success) return e;
+    if (NameOf(pszName).empty()) return Status::InvalidParameter;
+    if (Walk(hParent, pszName, shpoKey, true) == Status::Success) return Status::AlreadyExists;
+    HKEY hKey = nullptr;
+    bool fCreated = false;
+    const Status eStatus = Create(hParent, pszName, RIGHTS_ALL, false, hKey, fCreated);
+    if (eStatus != Status::Success) return eStatus;
+    m_mapOpen[hKey].shpoKey->fLink = true;
+    m_mapOpen[hKey].shpoKey->wpoTarget = shpoTarget;
+    return Close(hKey);
 }
 
 Status FakeRegistryPort::Close(HKEY hKey) noexcept {
@@ -370,18 +310,25 @@ Status FakeRegistryPort::DeleteKey(HKEY hParent, const XCHAR* pszSubKey) noexcep
     const AllocationExempt oExempt;
     const std::lock_guard oLock(m_oMutex);
     if (pszSubKey == nullptr || *pszSubKey == 0) return Status::InvalidParameter;
-    KeyPointer shpoKey, shpoParent;
-    Status eStatus = Walk(hParent, pszSubKey, shpoKey);
-    if (eStatus != Status::Success) return eStatus;
-    if (!shpoKey->mapKeys.empty() || shpoKey == m_mapRoots[Root::CurrentUser]) return Status::AccessDenied;
-    std::vector<XString> vComponents = Components(pszSubKey, eStatus).value();
-    if (vComponents.empty()) return Status::AccessDenied;
-    vComponents.pop_back();
-    Resolve(hParent, 0, shpoParent);
-    for (const XString& rComponent : vComponents)
-        shpoParent = KeyPointer(shpoParent->mapKeys[Fold(rComponent)]);
-    shpoKey->fDeleted = true;
-    shpoParent->mapKeys.erase(Fold(shpoKey->name));
+    KeyPointer shpoKey;
+    const Status eStatus = Walk(hParent, pszSubKey, shpoKey);
+    return eStatus == Status::Success ? DeleteBareKey(shpoKey) : eStatus;
+}
+
+Status FakeRegistryPort::DeleteOpenKey(HKEY hKey) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    KeyPointer shpoKey;
+    const Status eStatus = Resolve(hKey, RIGHT_DELETE, shpoKey);
+    return eStatus == Status::Success ? DeleteBareKey(shpoKey) : eStatus;
+}
+
+Status FakeRegistryPort::DeleteBareKey(const KeyPointer& rshpoKey) {
+    const KeyPointer shpoParent = rshpoKey->wpoParent.lock();
+    if (!shpoParent || !rshpoKey->mapKeys.empty() || rshpoKey == m_mapRoots[Root::CurrentUser])
+        return Status::AccessDenied;
+    rshpoKey->fDeleted = true;
+    shpoParent->mapKeys.erase(Fold(rshpoKey->name));
     return Status::Success;
 }
 
@@ -408,6 +355,27 @@ Status FakeRegistryPort::EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName
     const Status eData = HandOut(rValue.vbyData, pTarget, rcbData);
     const Status eName = HandOutName(name, pszName, rcName);
     return eName != Status::Success ? eName : eData;
+}
+
+Status FakeRegistryPort::QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    KeyPointer shpoKey;
+    const Status eStatus = Resolve(hKey, QUERY_VALUE, shpoKey);
+    if (eStatus != Status::Success) return eStatus;
+    const auto Longest = [](DWORD& rcLongest, std::size_t cLength) {
+        rcLongest = std::max(rcLongest, static_cast<DWORD>(cLength));
+    };
+    rInfo = KeyInfo{};
+    rInfo.cSubKeys = static_cast<DWORD>(shpoKey->mapKeys.size());
+    rInfo.cValues = static_cast<DWORD>(shpoKey->mapValues.size());
+    for (const auto& [folded, shpoChild] : shpoKey->mapKeys)
+        Longest(rInfo.cMaxKeyName, shpoChild->name.size());
+    for (const auto& [folded, rPair] : shpoKey->mapValues) {
+        Longest(rInfo.cMaxValueName, rPair.first.size());
+        Longest(rInfo.cbMaxData, rPair.second.vbyData.size());
+    }
+    return Status::Success;
 }
 
 Status FakeRegistryPort::OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept {

@@ -43,6 +43,10 @@ public:
     void RemoveKey(XStringView svPath);
     /// Opening (or creating below) this key for any of these rights answers AccessDenied from now on; 0 lifts it.
     void Deny(XStringView svPath, DWORD dwRights);
+    /// Makes a link to a key; the script's own paths do not follow links.
+    void AddLink(XStringView svPath, XStringView svTarget);
+    /// The SID text that CreateRestricted gave the key; empty for a key made otherwise.
+    XString ReaderOf(XStringView svPath) const;
     std::size_t OpenHandles() const;
     void SetMisuseFailsTest(bool fFails);
     /// The process is gone: handles vanish, the keys stay.
@@ -55,6 +59,10 @@ public:
     Status Open(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey) noexcept override;
     Status Create(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, bool fVolatile, HKEY& rhKey,
                   bool& rfCreated) noexcept override;
+    Status CreateRestricted(HKEY hParent, const XCHAR* pszName, DWORD dwRights, const XCHAR* pszReaderSid, HKEY& rhKey,
+                            bool& rfCreated) noexcept override;
+    Status OpenLink(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey, bool& rfLink) noexcept override;
+    Status CreateLink(HKEY hParent, const XCHAR* pszName, HKEY hTarget) noexcept override;
     Status Close(HKEY hKey) noexcept override;
     Status QueryValue(HKEY hKey, const XCHAR* pszName, DWORD& rdwType, void* pTarget, DWORD& rcbData) noexcept override;
     Status QueryMultipleValues(HKEY hKey, ValueQuery* pQueries, DWORD cQueries, void* pTarget,
@@ -62,9 +70,11 @@ public:
     Status SetValue(HKEY hKey, const XCHAR* pszName, DWORD dwType, const void* pData, DWORD cbData) noexcept override;
     Status DeleteValue(HKEY hKey, const XCHAR* pszName) noexcept override;
     Status DeleteKey(HKEY hParent, const XCHAR* pszSubKey) noexcept override;
+    Status DeleteOpenKey(HKEY hKey) noexcept override;
     Status EnumerateKey(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept override;
     Status EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName, DWORD& rdwType, void* pTarget,
                           DWORD& rcbData) noexcept override;
+    Status QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept override;
     Status OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept override;
 
 private:
@@ -78,7 +88,10 @@ private:
     static std::optional<std::vector<XString>> Components(XStringView svPath, Status& reStatus);
     KeyPointer AtPath(XStringView svPath, bool fCreate) const;
     Status Resolve(HKEY hKey, DWORD dwRights, KeyPointer& rshpoKey);
-    Status Walk(HKEY hParent, const XCHAR* pszSubKey, KeyPointer& rshpoKey);
+    Status Walk(HKEY hParent, const XCHAR* pszSubKey, KeyPointer& rshpoKey, bool fOpenLink = false);
+    static KeyPointer Target(KeyPointer shpoKey);
+    static KeyPointer AddChild(const KeyPointer& rshpoParent, const XString& rName);
+    Status DeleteBareKey(const KeyPointer& rshpoKey);
     Status MakeHandle(const KeyPointer& rshpoKey, DWORD dwRights, HKEY& rhKey);
     static void MarkDeleted(Key& rKey);
     static void DropVolatile(Key& rKey);

@@ -177,6 +177,17 @@ public:
                   bool& rfCreated) noexcept override {
         return Guard([&] { return m_rBelow.Create(hParent, pszSubKey, dwRights, fVolatile, rhKey, rfCreated); });
     }
+    Status CreateRestricted(HKEY hParent, const XCHAR* pszName, DWORD dwRights, const XCHAR* pszReaderSid, HKEY& rhKey,
+                            bool& rfCreated) noexcept override {
+        return Guard(
+            [&] { return m_rBelow.CreateRestricted(hParent, pszName, dwRights, pszReaderSid, rhKey, rfCreated); });
+    }
+    Status OpenLink(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey, bool& rfLink) noexcept override {
+        return Guard([&] { return m_rBelow.OpenLink(hParent, pszSubKey, dwRights, rhKey, rfLink); });
+    }
+    Status CreateLink(HKEY hParent, const XCHAR* pszName, HKEY hTarget) noexcept override {
+        return Guard([&] { return m_rBelow.CreateLink(hParent, pszName, hTarget); });
+    }
     Status Close(HKEY hKey) noexcept override {
         return GuardClose([&] { return m_rBelow.Close(hKey); });
     }
@@ -199,6 +210,12 @@ public:
     }
     Status DeleteKey(HKEY hParent, const XCHAR* pszSubKey) noexcept override {
         return Guard([&] { return m_rBelow.DeleteKey(hParent, pszSubKey); });
+    }
+    Status DeleteOpenKey(HKEY hKey) noexcept override {
+        return Guard([&] { return m_rBelow.DeleteOpenKey(hKey); });
+    }
+    Status QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept override {
+        return Guard([&] { return m_rBelow.QueryInfo(hKey, rInfo); });
     }
     Status EnumerateKey(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept override {
         return Guard([&] { return m_rBelow.EnumerateKey(hKey, dwIndex, pszName, rcName); });

@@ -126,6 +126,17 @@ std::int64_t RootOf(const StoreTransaction& rStore, HKEY hKey) noexcept {
     }
 }
 
+Status DeleteBareKey(StoreTransaction& rStore, std::int64_t llKey) {
+    for (const std::int64_t llRoot : {StoreTransaction::KEY_LOCAL_MACHINE, StoreTransaction::KEY_USERS,
+                                      rStore.ClassesKey(), rStore.CurrentUserKey()}) {
+        if (llKey == llRoot) return Status::AccessDenied;
+    }
+    if (rStore.Prepare("SELECT 1 FROM key WHERE parent = ?").Bind(1, llKey).Step()) return Status::AccessDenied;
+    rStore.Prepare("DELETE FROM value WHERE key = ?").Bind(1, llKey).Step();
+    rStore.Prepare("DELETE FROM key WHERE id = ?").Bind(1, llKey).Step();
+    return Status::Success;
+}
+
 }  // namespace
 
 HKEY HostRegistryPort::RootKey(Root eRoot) noexcept {
@@ -195,8 +206,33 @@ Status HostRegistryPort::Create(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRi
     return Status::Success;
 }
 
+Status HostRegistryPort::CreateRestricted(HKEY hParent, const XCHAR* pszName, DWORD dwRights, const XCHAR* pszReaderSid,
+                                          HKEY& rhKey, bool& rfCreated) noexcept {
+    const XStringView svName = pszName ? XStringView(pszName) : XStringView();
+    const bool fSid = pszReaderSid != nullptr && IsSidText(pszReaderSid);
+    if (svName.empty() || svName.find(VTEXT('\\')) != XStringView::npos || !fSid) return Status::InvalidParameter;
+    return Create(hParent, pszName, dwRights, false, rhKey, rfCreated);
+}
+
+Status HostRegistryPort::OpenLink(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey,
+                                  bool& rfLink) noexcept {
+    const Status eStatus = Open(hParent, pszSubKey, dwRights | QUERY_VALUE, rhKey);
+    if (eStatus == Status::Success) rfLink = false;
+    return eStatus;
+}
+
+Status HostRegistryPort::CreateLink(HKEY hParent, const XCHAR*, HKEY) noexcept {
+    return InTransaction(Kind::Read, [&](StoreTransaction& rStore) {
+        OpenKey oKey{};
+        const Status eStatus = Resolve(rStore, hParent, 0, oKey);
+        return eStatus == Status::Success ? Status::NotSupported : eStatus;
+    });
+}
+
 Status HostRegistryPort::Close(HKEY hKey) noexcept {
-    for (const Root eRoot : {Root::ClassesRoot, Root::CurrentUser, Root::LocalMachine, Root::Users}) {
+    for (const Root eRoot : {Root::ClassesRoot, Root::CurrentUser, Root::LocalMachine, Root::Users,
+                             Root::PerformanceData, Root::CurrentConfig, Root::DynData, Root::CurrentUserLocalSettings,
+                             Root::PerformanceText, Root::PerformanceNlstext}) {
         if (NumberOf(hKey) == RootNumber(eRoot)) return Status::Success;
     }
     return m_oKeys.Remove(NumberOf(hKey)) ? Status::Success : Status::InvalidHandle;
@@ -272,15 +308,15 @@ Status HostRegistryPort::DeleteKey(HKEY hParent, const XCHAR* pszSubKey) noexcep
         if (const Status e = Resolve(rStore, hParent, 0, oKey); e != Status::Success) return e;
         if (const Status e = Components(pszSubKey, vComponents); e != Status::Success) return e;
         if (const Status e = Walk(rStore, oKey.llKey, vComponents); e != Status::Success) return e;
-        for (const std::int64_t llRoot : {StoreTransaction::KEY_LOCAL_MACHINE, StoreTransaction::KEY_USERS,
-                                          rStore.ClassesKey(), rStore.CurrentUserKey()}) {
-            if (oKey.llKey == llRoot) return Status::AccessDenied;
-        }
-        if (rStore.Prepare("SELECT 1 FROM key WHERE parent = ?").Bind(1, oKey.llKey).Step())
-            return Status::AccessDenied;
-        rStore.Prepare("DELETE FROM value WHERE key = ?").Bind(1, oKey.llKey).Step();
-        rStore.Prepare("DELETE FROM key WHERE id = ?").Bind(1, oKey.llKey).Step();
-        return Status::Success;
+        return DeleteBareKey(rStore, oKey.llKey);
+    });
+}
+
+Status HostRegistryPort::DeleteOpenKey(HKEY hKey) noexcept {
+    return InTransaction(Kind::Write, [&](StoreTransaction& rStore) {
+        OpenKey oKey{};
+        if (const Status e = Resolve(rStore, hKey, RIGHT_DELETE, oKey); e != Status::Success) return e;
+        return DeleteBareKey(rStore, oKey.llKey);
     });
 }
 
@@ -306,6 +342,27 @@ Status HostRegistryPort::EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName
         const Status eData = HandOut(oSelect.Bytes(2), pTarget, rcbData);
         const Status eName = HandOutName(oSelect.Text(0), pszName, rcName);
         return eName != Status::Success ? eName : eData;
+    });
+}
+
+Status HostRegistryPort::QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept {
+    return InTransaction(Kind::Read, [&](StoreTransaction& rStore) {
+        OpenKey oKey{};
+        if (const Status e = Resolve(rStore, hKey, QUERY_VALUE, oKey); e != Status::Success) return e;
+        KeyInfo oInfo;
+        const auto Longest = [](DWORD& rcLongest, std::string_view svName) {
+            rcLongest = std::max(rcLongest, static_cast<DWORD>(UnitsFromStoreText(svName).size()));
+        };
+        StoreStatement oKeys = rStore.Prepare("SELECT name FROM key WHERE parent = ?");
+        for (oKeys.Bind(1, oKey.llKey); oKeys.Step(); ++oInfo.cSubKeys)
+            Longest(oInfo.cMaxKeyName, oKeys.Text(0));
+        StoreStatement oValues = rStore.Prepare("SELECT name, length(data) FROM value WHERE key = ?");
+        for (oValues.Bind(1, oKey.llKey); oValues.Step(); ++oInfo.cValues) {
+            Longest(oInfo.cMaxValueName, oValues.Text(0));
+            oInfo.cbMaxData = std::max(oInfo.cbMaxData, static_cast<DWORD>(oValues.Integer(1)));
+        }
+        rInfo = oInfo;
+        return Status::Success;
     });
 }
 
