@@ -20,6 +20,13 @@ public:
     /// An environment variable, always terminated.  Names compare as the system compares them (host: with case).
     /// @return units written without the terminator, 0 when absent, empty or too long for the room.
     virtual std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept = 0;
+    /// The command line that the process was started with, program and arguments as one text, always terminated (host:
+    /// the program's path alone, with "\" between its components).
+    /// @return units written without the terminator, 0 on failure and when it does not fit.
+    virtual std::size_t CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept = 0;
+    /// The ids of the system's processes, this one among them, as many as fit.
+    /// @return how many were written, 0 on failure; as many as there is room for: perhaps there are more.
+    virtual std::size_t ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept = 0;
 };
 
 }  // namespace vlm

@@ -1,5 +1,6 @@
 /// @file
 /// The contracts of the clock, process and desktop ports.
+#include <algorithm>
 #include <chrono>
 #include <vector>
 
@@ -91,6 +92,27 @@ TEST_P(ProcessPortContract, EnvironmentVariablesAreWholeOrNotThere) {
     EXPECT_EQ(Process().EnvironmentVariable(VTEXT("PATH"), szValue, cUnits + 1), cUnits);
     EXPECT_EQ(Process().EnvironmentVariable(VTEXT("Q9_NO_SUCH_VARIABLE"), szValue, std::size(szValue)), 0u);
     EXPECT_EQ(Process().EnvironmentVariable(nullptr, szValue, std::size(szValue)), 0u);
+}
+
+TEST_P(ProcessPortContract, CommandLineNamesTheProgram) {
+    static XCHAR szLine[32768];
+    const std::size_t cUnits = Process().CommandLine(szLine, std::size(szLine));
+    ASSERT_GT(cUnits, 4u);
+    EXPECT_EQ(szLine[cUnits], 0);
+    const XStringView line(szLine);
+    EXPECT_EQ(line.substr(line.find_last_of(VTEXT('\\')) + 1, 4), VTEXT("test"));
+    EXPECT_EQ(Process().CommandLine(szLine, cUnits), 0u);
+    EXPECT_EQ(Process().CommandLine(szLine, cUnits + 1), cUnits);
+    EXPECT_EQ(Process().CommandLine(nullptr, 0), 0u);
+}
+
+TEST_P(ProcessPortContract, ProcessIdsHoldTheOwn) {
+    std::vector<DWORD> vdwIds(65536);
+    vdwIds.resize(Process().ProcessIds(vdwIds.data(), vdwIds.size()));
+    EXPECT_EQ(std::count(vdwIds.begin(), vdwIds.end(), Process().CurrentProcessId()), 1);
+    DWORD dwId = 0;
+    EXPECT_EQ(Process().ProcessIds(&dwId, 1), 1u);
+    EXPECT_EQ(Process().ProcessIds(nullptr, 0), 0u);
 }
 
 Q9_CONTRACT_SUITE(ProcessPortContract);

@@ -123,6 +123,18 @@ std::size_t FakeProcessPort::EnvironmentVariable(const XCHAR* pszName, XCHAR* pT
     return it != m_mapEnvironment.end() ? CopyTerminated(it->second, pTarget, cCapacity) : 0;
 }
 
+std::size_t FakeProcessPort::CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    return CopyTerminated(m_strCommandLine, pTarget, cCapacity);
+}
+
+std::size_t FakeProcessPort::ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept {
+    if (pdwIds == nullptr || cCapacity == 0) return 0;
+    *pdwIds = m_dwProcessId;
+    const std::size_t cOthers = std::min(m_vdwOthers.size(), cCapacity - 1);
+    std::copy_n(m_vdwOthers.begin(), cOthers, pdwIds + 1);
+    return 1 + cOthers;
+}
+
 DWORD FakeThreadPort::AllocSlot(void (*pfnThreadEnd)(void*)) noexcept {
     const DWORD dwSlot = SystemThreads().AllocSlot(pfnThreadEnd);
     if (dwSlot != OUT_OF_SLOTS) ++m_llSlots;

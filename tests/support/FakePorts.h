@@ -66,14 +66,22 @@ public:
     void SetModulePath(HINSTANCE hModule, XStringView svPath);
     void SetEnvironmentVariableTo(XStringView svName, XStringView svValue);
     void SetProcessId(DWORD dwId) { m_dwProcessId = dwId; }
+    /// ("\"C:\\Program Files\\Test\\test.exe\" /quiet" at the beginning.)
+    void SetCommandLineTo(XStringView svCommandLine) { m_strCommandLine = svCommandLine; }
+    /// Another process of the system.
+    void AddProcess(DWORD dwId) { m_vdwOthers.push_back(dwId); }
 
     std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     DWORD CurrentProcessId() noexcept override { return m_dwProcessId; }
     std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    std::size_t CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    std::size_t ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept override;
 
 private:
     std::map<HINSTANCE, XString> m_mapModules{{nullptr, VTEXT("C:\\Program Files\\Test\\test.exe")}};
     std::map<XString, XString> m_mapEnvironment;
+    XString m_strCommandLine = VTEXT("\"C:\\Program Files\\Test\\test.exe\" /quiet");
+    std::vector<DWORD> m_vdwOthers;
     std::atomic<DWORD> m_dwProcessId{4711};
 };
 

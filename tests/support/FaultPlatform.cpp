@@ -328,6 +328,12 @@ public:
     std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override {
         return GuardValue([&] { return m_rBelow.EnvironmentVariable(pszName, pTarget, cCapacity); });
     }
+    std::size_t CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept override {
+        return GuardValue([&] { return m_rBelow.CommandLine(pTarget, cCapacity); });
+    }
+    std::size_t ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept override {
+        return GuardValue([&] { return m_rBelow.ProcessIds(pdwIds, cCapacity); });
+    }
 };
 
 class FaultThreads final : public Wrapper<ThreadPort> {

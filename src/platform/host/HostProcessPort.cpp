@@ -6,9 +6,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <new>
+#include <system_error>
 
 #include "platform/host/HostNames.h"
 
@@ -57,6 +60,28 @@ std::size_t HostProcessPort::EnvironmentVariable(const XCHAR* pszName, XCHAR* pT
     const char* pszValue = std::getenv(name.c_str());
     return pszValue ? CopyTerminated(pszValue, pTarget, cCapacity) : 0;
 } catch (const std::bad_alloc&) {
+    return 0;
+}
+
+std::size_t HostProcessPort::CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    const std::size_t cUnits = ModulePath(nullptr, pTarget, cCapacity);
+    std::replace(pTarget, pTarget + cUnits, VTEXT('/'), VTEXT('\\'));
+    return cUnits;
+}
+
+std::size_t HostProcessPort::ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept try {
+    std::size_t cIds = 0;
+    std::error_code oError;
+    if (pdwIds == nullptr) return 0;
+    for (std::filesystem::directory_iterator it("/proc", oError), end; !oError && it != end && cIds < cCapacity;
+         it.increment(oError)) {
+        const std::string name = it->path().filename().string();
+        DWORD dwId = 0;
+        const auto [pszEnd, eError] = std::from_chars(name.data(), name.data() + name.size(), dwId);
+        if (eError == std::errc() && pszEnd == name.data() + name.size()) pdwIds[cIds++] = dwId;
+    }
+    return cIds;
+} catch (const std::exception&) {
     return 0;
 }
 

@@ -7,6 +7,8 @@
 
 #include "platform/win32/System.h"
 
+#include <psapi.h>
+
 namespace vlm::win32 {
 
 namespace {
@@ -32,6 +34,20 @@ std::size_t Win32ProcessPort::EnvironmentVariable(const XCHAR* pszName, XCHAR* p
     const DWORD dwRoom = Room(cCapacity);
     const DWORD dwUnits = GetEnvironmentVariableW(pszName, pTarget, dwRoom);
     return dwUnits < dwRoom ? dwUnits : 0;  // otherwise it is the room needed
+}
+
+std::size_t Win32ProcessPort::CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    const XStringView text = GetCommandLineW();
+    if (pTarget == nullptr || text.size() >= cCapacity) return 0;
+    *std::copy(text.begin(), text.end(), pTarget) = 0;
+    return text.size();
+}
+
+std::size_t Win32ProcessPort::ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept {
+    DWORD cbWritten = 0;
+    const DWORD cbRoom = Room(cCapacity * sizeof(DWORD));
+    if (pdwIds == nullptr || !K32EnumProcesses(pdwIds, cbRoom, &cbWritten)) return 0;
+    return cbWritten / sizeof(DWORD);
 }
 
 }  // namespace vlm::win32

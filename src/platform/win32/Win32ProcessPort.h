@@ -11,6 +11,8 @@ public:
     std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     DWORD CurrentProcessId() noexcept override;
     std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    std::size_t CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    std::size_t ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept override;
 };
 
 }  // namespace vlm::win32
