@@ -9,6 +9,7 @@ namespace vlm {
 
 class CabinetPort;
 class ClockPort;
+class CryptoPort;
 class DesktopPort;
 class FilePort;
 class ProcessPort;
@@ -28,6 +29,7 @@ struct Platform {
     ThreadPort* pThreads;
     ClockPort* pClock;
     SpoolerPort* pSpooler;
+    CryptoPort* pCrypto;
 };
 
 /// The system's own ports: Windows, or the host's adapters.  Valid before any constructor of the library has run.

@@ -20,8 +20,8 @@ namespace vlm::test {
 class FakePlatform {
 public:
     FakePlatform() noexcept
-        : m_oPlatform{&text,    &files, &registry, GetSystemPlatform().pCabinet, &desktop, &process,
-                      &threads, &clock, &spooler} {}
+        : m_oPlatform{&text,  &files,   &registry, GetSystemPlatform().pCabinet, &desktop, &process, &threads,
+                      &clock, &spooler, &crypto} {}
 
     const Platform& Get() const noexcept { return m_oPlatform; }
 
@@ -46,6 +46,7 @@ public:
     FakeThreadPort threads;
     FakeClockPort clock;
     FakeSpoolerPort spooler;
+    FakeCryptoPort crypto;
 
 private:
     Platform m_oPlatform;

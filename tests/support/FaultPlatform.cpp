@@ -7,6 +7,7 @@
 
 #include "platform/CabinetPort.h"
 #include "platform/ClockPort.h"
+#include "platform/CryptoPort.h"
 #include "platform/DesktopPort.h"
 #include "platform/FilePort.h"
 #include "platform/ProcessPort.h"
@@ -278,6 +279,14 @@ public:
     }
 };
 
+class FaultCrypto final : public Wrapper<CryptoPort> {
+public:
+    using Wrapper::Wrapper;
+    Status Random(void* pTarget, DWORD cbTarget) noexcept override {
+        return Guard([&] { return m_rBelow.Random(pTarget, cbTarget); });
+    }
+};
+
 class FaultText final : public Wrapper<TextPort> {
 public:
     using Wrapper::Wrapper;
@@ -394,6 +403,7 @@ struct FaultPlatform::Ports {
     FaultProcess oProcess;
     FaultThreads oThreads;
     FaultSpooler oSpooler;
+    FaultCrypto oCrypto;
     Platform oPlatform;
 
     Ports(const Platform& rBelow, FaultScript& rScript)
@@ -405,8 +415,9 @@ struct FaultPlatform::Ports {
           oProcess(*rBelow.pProcess, rScript),
           oThreads(*rBelow.pThreads, rScript),
           oSpooler(*rBelow.pSpooler, rScript),
-          oPlatform{&oText, &oFiles, &oRegistry, &oCabinet, &oDesktop, &oProcess, &oThreads, rBelow.pClock, &oSpooler} {
-    }
+          oCrypto(*rBelow.pCrypto, rScript),
+          oPlatform{&oText,    &oFiles,   &oRegistry,    &oCabinet, &oDesktop,
+                    &oProcess, &oThreads, rBelow.pClock, &oSpooler, &oCrypto} {}
 };
 
 FaultPlatform::FaultPlatform(const Platform& rBelow) : m_apoPorts(std::make_unique<Ports>(rBelow, m_oScript)) {}

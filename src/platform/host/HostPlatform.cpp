@@ -3,6 +3,7 @@
 #include "platform/Platform.h"
 #include "platform/host/HostCabinetPort.h"
 #include "platform/host/HostClockPort.h"
+#include "platform/host/HostCryptoPort.h"
 #include "platform/host/HostDesktopPort.h"
 #include "platform/host/HostFilePort.h"
 #include "platform/host/HostProcessPort.h"
@@ -25,6 +26,7 @@ constinit Undying<HostProcessPort> goProcess;
 constinit Undying<HostThreadPort> goThreads;
 constinit Undying<HostClockPort> goClock;
 constinit Undying<HostSpoolerPort> goSpooler;
+constinit Undying<HostCryptoPort> goCrypto;
 
 }  // namespace
 }  // namespace host
@@ -32,7 +34,8 @@ constinit Undying<HostSpoolerPort> goSpooler;
 const Platform& GetSystemPlatform() noexcept {
     static const Platform soPlatform{&host::goText.object,       &host::goFiles.object,   &host::goRegistry.object,
                                      &HostCabinetPortInstance(), &host::goDesktop.object, &host::goProcess.object,
-                                     &host::goThreads.object,    &host::goClock.object,   &host::goSpooler.object};
+                                     &host::goThreads.object,    &host::goClock.object,   &host::goSpooler.object,
+                                     &host::goCrypto.object};
     return soPlatform;
 }
 

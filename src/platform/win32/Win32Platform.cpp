@@ -4,6 +4,7 @@
 #include "platform/win32/System.h"
 #include "platform/win32/Win32CabinetPort.h"
 #include "platform/win32/Win32ClockPort.h"
+#include "platform/win32/Win32CryptoPort.h"
 #include "platform/win32/Win32DesktopPort.h"
 #include "platform/win32/Win32FilePort.h"
 #include "platform/win32/Win32ProcessPort.h"
@@ -25,6 +26,7 @@ constinit Undying<Win32ProcessPort> goProcess;
 constinit Undying<Win32ThreadPort> goThreads;
 constinit Undying<Win32ClockPort> goClock;
 constinit Undying<Win32SpoolerPort> goSpooler;
+constinit Undying<Win32CryptoPort> goCrypto;
 
 }  // namespace
 }  // namespace win32
@@ -32,9 +34,8 @@ constinit Undying<Win32SpoolerPort> goSpooler;
 const Platform& GetSystemPlatform() noexcept {
     using namespace win32;
     static const Platform soPlatform{
-        &goText.object,    &goFiles.object,   &goRegistry.object, &Win32CabinetPortInstance(),
-        &goDesktop.object, &goProcess.object, &goThreads.object,  &goClock.object,
-        &goSpooler.object};
+        &goText.object,    &goFiles.object,   &goRegistry.object, &Win32CabinetPortInstance(), &goDesktop.object,
+        &goProcess.object, &goThreads.object, &goClock.object,    &goSpooler.object,           &goCrypto.object};
     return soPlatform;
 }
 
