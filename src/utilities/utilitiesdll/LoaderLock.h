@@ -7,9 +7,9 @@
 namespace vlm {
 
 /// Is the calling thread inside the loader because of this library: while the library is being loaded or unloaded, or
-/// while a thread ends?  Then nobody forwards to the spooler, starts or awaits a thread, loads a library or shows a box.
-/// One atomic read when no thread is.  **Threads**: any.  **Failure**: none.
-/// Code that is linked into a program without the library's entry point is never under the lock.
+/// while a thread ends?  Then nobody forwards to the spooler, starts or awaits a thread, loads a library or shows a
+/// box. One atomic read when no thread is.  **Threads**: any.  **Failure**: none. Code that is linked into a program
+/// without the library's entry point is never under the lock.
 VLM_API bool IsUnderLoaderLock() noexcept;
 
 /// Is the process ending?  The other threads are gone then, with whatever locks they held: nobody waits for a lock.
