@@ -116,6 +116,7 @@ void MakeFolder(const XText& rstrPath) {
 
 int Extract(const Options& rOptions, Output& rOutput) {
     const XText strTarget = FromUtf8(rOptions.strFolder, "folder name");
+    const XText strInside = strTarget + VTEXT("/");
     const CabinetArchive oArchive(ReadInput(rOptions.strFile));
     const std::vector<Member>& rvMembers = oArchive.GetMembers();
     const std::set<XText> setFolders = CheckNames(rvMembers);
@@ -123,11 +124,11 @@ int Extract(const Options& rOptions, Output& rOutput) {
     const std::vector<ByteBuffer> vbbContents = oArchive.ExtractAll();
     MakeFolder(strTarget);
     for (const XText& rFolder : setFolders)
-        MakeFolder(strTarget + VTEXT("/") + rFolder);
+        MakeFolder(strInside + rFolder);
     Json oNames = Json::array();
     for (std::size_t i = 0; i < rvMembers.size(); ++i) {
         oProgress.Say("writing " + NameText(rvMembers[i]));
-        WriteResult(ToUtf8(strTarget + VTEXT("/") + PathOf(rvMembers[i])), vbbContents[i], rOutput);
+        WriteResult(ToUtf8(strInside + PathOf(rvMembers[i])), vbbContents[i], rOutput);
         rOutput.Line(NameText(rvMembers[i]));
         oNames.push_back(JsonString(rvMembers[i].csName.View()));
     }

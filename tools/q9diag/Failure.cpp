@@ -54,7 +54,7 @@ CXString ToXString(const char* pszAscii) {
 std::string SystemText(Status status) {
     std::array<XCHAR, 512> achText{};
     const std::size_t cUnits = GetPlatform().pText->SystemErrorText(ToDword(status), achText.data(), achText.size());
-    const std::string strNumber = "error " + std::to_string(ToDword(status));
+    std::string strNumber = "error " + std::to_string(ToDword(status));
     if (cUnits == 0) return strNumber;
     return ToUtf8(XStringView(achText.data(), cUnits)) + " (" + strNumber + ")";
 }

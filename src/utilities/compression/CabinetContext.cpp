@@ -152,6 +152,7 @@ void* CabinetContext::Allocate(std::size_t cBytes) noexcept {
 
 void CabinetContext::Release(void* pMemory) noexcept {
     BlockHead* const pHead = static_cast<BlockHead*>(pMemory) - 1;
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): the neighbours are live, a released block leaves the chain
     (pHead->pPrevious ? pHead->pPrevious->pNext : m_pBlocks) = pHead->pNext;
     if (pHead->pNext) pHead->pNext->pPrevious = pHead->pPrevious;
     m_cWorkBytes -= pHead->cBytes;

@@ -104,9 +104,7 @@ ByteBuffer& ByteBuffer::setWithLpbyte(const BYTE* pbyData, std::size_t cBytes) {
     cBytes = CheckedLength(pbyData, cBytes);
     CheckSize(cBytes);
     vlm::TranslateOutOfMemory([&] {
-        if (PointsInto(pbyData, m_vbyData)) {
-            std::vector<BYTE>(pbyData, pbyData + cBytes).swap(m_vbyData);
-        } else if (cBytes <= m_vbyData.capacity()) {
+        if (cBytes <= m_vbyData.capacity() && !PointsInto(pbyData, m_vbyData)) {
             m_vbyData.assign(pbyData, pbyData + cBytes);
         } else {
             std::vector<BYTE>(pbyData, pbyData + cBytes).swap(m_vbyData);

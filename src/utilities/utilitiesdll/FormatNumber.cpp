@@ -86,7 +86,7 @@ void PutLaidOut(FormatWriter& roWriter, const FormatSpec& koSpec, const Prefix& 
 void PutInteger(FormatWriter& roWriter, const FormatSpec& koSpec, std::uint64_t ullMagnitude, bool bNegative) noexcept {
     XCHAR achDigits[MAX_DIGITS];
     XCHAR* const pchEnd = achDigits + MAX_DIGITS;
-    XCHAR* pchFirst = pchEnd;
+    XCHAR* pchFirst;
     Prefix oPrefix;
     const bool bAlternate = koSpec.Has(FLAG_ALTERNATE) && ullMagnitude != 0;
     bool bOctalMark = false;

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <atomic>
+#include <utility>
 
 #include "platform/FilePort.h"
 #include "platform/Platform.h"
@@ -84,9 +85,7 @@ private:
 
     Status CloseOnce() noexcept {
         if (!m_hFile) return Status::Success;
-        const HANDLE hFile = m_hFile;
-        m_hFile = nullptr;
-        return Files().Close(hFile);
+        return Files().Close(std::exchange(m_hFile, nullptr));
     }
 
     const CXString m_kcsTarget;
