@@ -11,10 +11,13 @@ class CabinetPort;
 class ClockPort;
 class CryptoPort;
 class DesktopPort;
+class EventPort;
 class FilePort;
+class IdentityPort;
 class ProcessPort;
 class RegistryPort;
 class SpoolerPort;
+class SessionPort;
 class TextPort;
 class ThreadPort;
 
@@ -30,6 +33,9 @@ struct Platform {
     ClockPort* pClock;
     SpoolerPort* pSpooler;
     CryptoPort* pCrypto;
+    IdentityPort* pIdentity;
+    EventPort* pEvents;
+    SessionPort* pSessions;
 };
 
 /// The system's own ports: Windows, or the host's adapters.  Valid before any constructor of the library has run.

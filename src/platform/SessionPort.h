@@ -6,7 +6,8 @@
 
 namespace vlm {
 
-/// What reaches a person, or another process's window.
+/// What reaches a person, or another process's window.  The host has neither: a box answers 0, sessions NotSupported,
+/// look-ups nothing.
 /// Threads: any; a box blocks its caller until it is answered.  Failure: by status; nothing throws.
 class SessionPort {
 public:
@@ -28,9 +29,11 @@ public:
     virtual int ShowBox(HWND hwndOwner, const XCHAR* pszText, const XCHAR* pszCaption, DWORD dwStyle) noexcept = 0;
     /// Can somebody see a box of this process?  False for a service and in session 0.
     virtual bool IsDesktopVisible() noexcept = 0;
+    /// @param dwKind a box's icon style, or 0xFFFFFFFF for the plain beep.
     virtual void Beep(DWORD dwKind) noexcept = 0;
 
-    /// The sessions of this machine, in the system's order.  `rcSessions`: room before, sessions after (cut to fit).
+    /// The sessions of this machine, in the system's order.  `rcSessions`: room before; after it their number, which
+    /// may be greater: then only the first ones were written.  0 after a failure.
     virtual Status EnumerateSessions(Session* pSessions, DWORD& rcSessions) noexcept = 0;
     /// Shows a box in a session and waits for the answer.
     virtual Status ShowBoxInSession(DWORD dwSession, const XCHAR* pszText, const XCHAR* pszCaption, DWORD dwStyle,
@@ -40,10 +43,12 @@ public:
     virtual HWND FindWindowOfClass(const XCHAR* pszClass) noexcept = 0;
     /// The number that all processes of the desktop know a message name by; 0 on failure.
     virtual UINT RegisterMessage(const XCHAR* pszName) noexcept = 0;
+    /// @return InvalidWindowHandle (also for null, which would reach the calling thread instead of a window).
     virtual Status PostToWindow(HWND hwnd, UINT uMessage, WORD wAtom) noexcept = 0;
-    /// Sends, and gives up after `dwMilliseconds` or when the window hangs.
+    /// Sends, and gives up after `dwMilliseconds` (TimeOut) or when the window hangs.
     virtual Status SendToWindow(HWND hwnd, UINT uMessage, WORD wAtom, DWORD dwMilliseconds) noexcept = 0;
-    /// @return the atom, or 0.
+    /// @return the atom, or 0: no room, an empty or too long text, or one of "#" and digits, which the system would
+    /// take for a number instead of keeping it.
     virtual WORD AddGlobalAtom(const XCHAR* pszText) noexcept = 0;
     virtual void DeleteGlobalAtom(WORD wAtom) noexcept = 0;
 };

@@ -34,6 +34,8 @@ protected:
     void SetUp() override {
         m_oFake.files.SetMisuseFailsTest(false);
         m_oFake.registry.SetMisuseFailsTest(false);
+        m_oFake.events.SetMisuseFailsTest(false);
+        m_oFake.identity.SetMisuseFailsTest(false);
     }
 
     bool IsFake() const { return GetParam() == Adapter::Fake; }

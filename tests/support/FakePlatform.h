@@ -3,9 +3,12 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "support/FakeEventPort.h"
 #include "support/FakeFilePort.h"
+#include "support/FakeIdentityPort.h"
 #include "support/FakePorts.h"
 #include "support/FakeRegistryPort.h"
+#include "support/FakeSessionPort.h"
 #include "support/FakeSpoolerPort.h"
 
 namespace vlm::test {
@@ -20,15 +23,29 @@ namespace vlm::test {
 class FakePlatform {
 public:
     FakePlatform() noexcept
-        : m_oPlatform{&text,  &files,   &registry, GetSystemPlatform().pCabinet, &desktop, &process, &threads,
-                      &clock, &spooler, &crypto} {}
+        : m_oPlatform{
+              .pText = &text,
+              .pFiles = &files,
+              .pRegistry = &registry,
+              .pCabinet = GetSystemPlatform().pCabinet,
+              .pDesktop = &desktop,
+              .pProcess = &process,
+              .pThreads = &threads,
+              .pClock = &clock,
+              .pSpooler = &spooler,
+              .pCrypto = &crypto,
+              .pIdentity = &identity,
+              .pEvents = &events,
+              .pSessions = &sessions,
+          } {}
 
     const Platform& Get() const noexcept { return m_oPlatform; }
 
-    /// Handles, slots and blocks that are taken at the moment.
+    /// Handles, slots, blocks, tokens, atoms and threads that are taken at the moment.
     std::size_t TakenResources() const {
         return files.OpenHandles() + registry.OpenHandles() + spooler.OpenHandles() +
-               static_cast<std::size_t>(threads.OpenSlots()) + static_cast<std::size_t>(threads.LocalBlocks());
+               static_cast<std::size_t>(threads.OpenSlots()) + static_cast<std::size_t>(threads.LocalBlocks()) +
+               events.OpenHandles() + events.RunningThreads() + identity.OpenTokens() + sessions.LivingAtoms();
     }
 
     /// The process is gone: handles vanish, disk and registry stay as they are.
@@ -36,6 +53,7 @@ public:
         files.DropHandles();
         registry.DropHandles();
         spooler.DropHandles();
+        events.DropHandles();
     }
 
     FakeTextPort text;
@@ -47,6 +65,9 @@ public:
     FakeClockPort clock;
     FakeSpoolerPort spooler;
     FakeCryptoPort crypto;
+    FakeIdentityPort identity;
+    FakeEventPort events;
+    FakeSessionPort sessions;
 
 private:
     Platform m_oPlatform;

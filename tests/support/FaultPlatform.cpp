@@ -15,6 +15,7 @@
 #include "platform/SpoolerPort.h"
 #include "platform/TextPort.h"
 #include "platform/ThreadPort.h"
+#include "support/FaultWrappers.h"
 
 namespace vlm::test {
 
@@ -52,48 +53,6 @@ Decision FaultScript::Decide() noexcept {
 }
 
 namespace {
-
-/// A dead process hears nothing; the status only lets its code run to its end.
-constexpr Status DEAD = Status::GeneralFailure;
-
-/// What the wrappers have in common: the port below and the script.
-template <typename Port>
-class Wrapper : public Port {
-public:
-    Wrapper(Port& rBelow, FaultScript& rScript) noexcept : m_rBelow(rBelow), m_rScript(rScript) {}
-
-protected:
-    /// A call that is either made or not.
-    template <typename Call>
-    Status Guard(Call call) noexcept {
-        switch (m_rScript.Decide()) {
-            case Decision::Fail:
-                return m_rScript.FaultStatus();
-            case Decision::Dead:
-            case Decision::Torn:
-                return DEAD;
-            default:
-                return call();
-        }
-    }
-    /// The same for calls that answer a count, a pointer or a truth value: the failure is the value's zero.
-    template <typename Call>
-    auto GuardValue(Call call) noexcept -> decltype(call()) {
-        const Decision eDecision = m_rScript.Decide();
-        return eDecision == Decision::Pass || eDecision == Decision::Short ? call() : decltype(call()){};
-    }
-    /// A close: made in any case, unless the process is dead.
-    template <typename Call>
-    Status GuardClose(Call call) noexcept {
-        const Decision eDecision = m_rScript.Decide();
-        if (eDecision == Decision::Dead || eDecision == Decision::Torn) return DEAD;
-        const Status eStatus = call();
-        return eDecision == Decision::Fail ? m_rScript.FaultStatus() : eStatus;
-    }
-
-    Port& m_rBelow;
-    FaultScript& m_rScript;
-};
 
 class FaultFiles final : public Wrapper<FilePort> {
 public:
@@ -404,6 +363,9 @@ struct FaultPlatform::Ports {
     FaultThreads oThreads;
     FaultSpooler oSpooler;
     FaultCrypto oCrypto;
+    FaultIdentity oIdentity;
+    FaultEvents oEvents;
+    FaultSessions oSessions;
     Platform oPlatform;
 
     Ports(const Platform& rBelow, FaultScript& rScript)
@@ -416,8 +378,24 @@ struct FaultPlatform::Ports {
           oThreads(*rBelow.pThreads, rScript),
           oSpooler(*rBelow.pSpooler, rScript),
           oCrypto(*rBelow.pCrypto, rScript),
-          oPlatform{&oText,    &oFiles,   &oRegistry,    &oCabinet, &oDesktop,
-                    &oProcess, &oThreads, rBelow.pClock, &oSpooler, &oCrypto} {}
+          oIdentity(*rBelow.pIdentity, rScript),
+          oEvents(*rBelow.pEvents, rScript),
+          oSessions(*rBelow.pSessions, rScript),
+          oPlatform{
+              .pText = &oText,
+              .pFiles = &oFiles,
+              .pRegistry = &oRegistry,
+              .pCabinet = &oCabinet,
+              .pDesktop = &oDesktop,
+              .pProcess = &oProcess,
+              .pThreads = &oThreads,
+              .pClock = rBelow.pClock,
+              .pSpooler = &oSpooler,
+              .pCrypto = &oCrypto,
+              .pIdentity = &oIdentity,
+              .pEvents = &oEvents,
+              .pSessions = &oSessions,
+          } {}
 };
 
 FaultPlatform::FaultPlatform(const Platform& rBelow) : m_apoPorts(std::make_unique<Ports>(rBelow, m_oScript)) {}

@@ -5,9 +5,12 @@
 #include "platform/host/HostClockPort.h"
 #include "platform/host/HostCryptoPort.h"
 #include "platform/host/HostDesktopPort.h"
+#include "platform/host/HostEventPort.h"
 #include "platform/host/HostFilePort.h"
+#include "platform/host/HostIdentityPort.h"
 #include "platform/host/HostProcessPort.h"
 #include "platform/host/HostRegistryPort.h"
+#include "platform/host/HostSessionPort.h"
 #include "platform/host/HostSpoolerPort.h"
 #include "platform/host/HostTextPort.h"
 #include "platform/host/HostThreadPort.h"
@@ -27,15 +30,29 @@ constinit Undying<HostThreadPort> goThreads;
 constinit Undying<HostClockPort> goClock;
 constinit Undying<HostSpoolerPort> goSpooler;
 constinit Undying<HostCryptoPort> goCrypto;
+constinit Undying<HostIdentityPort> goIdentity;
+constinit Undying<HostEventPort> goEvents;
+constinit Undying<HostSessionPort> goSessions;
 
 }  // namespace
 }  // namespace host
 
 const Platform& GetSystemPlatform() noexcept {
-    static const Platform soPlatform{&host::goText.object,       &host::goFiles.object,   &host::goRegistry.object,
-                                     &HostCabinetPortInstance(), &host::goDesktop.object, &host::goProcess.object,
-                                     &host::goThreads.object,    &host::goClock.object,   &host::goSpooler.object,
-                                     &host::goCrypto.object};
+    static const Platform soPlatform{
+        .pText = &host::goText.object,
+        .pFiles = &host::goFiles.object,
+        .pRegistry = &host::goRegistry.object,
+        .pCabinet = &HostCabinetPortInstance(),
+        .pDesktop = &host::goDesktop.object,
+        .pProcess = &host::goProcess.object,
+        .pThreads = &host::goThreads.object,
+        .pClock = &host::goClock.object,
+        .pSpooler = &host::goSpooler.object,
+        .pCrypto = &host::goCrypto.object,
+        .pIdentity = &host::goIdentity.object,
+        .pEvents = &host::goEvents.object,
+        .pSessions = &host::goSessions.object,
+    };
     return soPlatform;
 }
 

@@ -244,6 +244,15 @@ bool SetHostStorePath(const char* pszPath) noexcept try {
     return false;
 }
 
+bool HostStorePath(std::string& rPath) try {
+    Store& rStore = TheStore();
+    const std::lock_guard oLock(rStore.oMutex);
+    rPath = rStore.path.empty() ? DefaultPath() : rStore.path;
+    return true;
+} catch (const StoreFailure&) {
+    return false;
+}
+
 void SetHostStoreHook(StoreHook pfnHook) noexcept {
     gpfnHook = pfnHook;
 }

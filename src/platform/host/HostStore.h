@@ -22,6 +22,10 @@ namespace vlm::host {
 /// Threads: any.
 bool SetHostStorePath(const char* pszPath) noexcept;
 
+/// The store in force, as chosen or by default; the folder of the default is made when it is missing.
+/// @return false when there is no place for it.  @throws std::bad_alloc
+bool HostStorePath(std::string& rPath);
+
 /// A function called inside each writing transaction when all is written and nothing is confirmed; null: none.  For
 /// tests that stop the process there.
 using StoreHook = void (*)() noexcept;

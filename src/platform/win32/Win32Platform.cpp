@@ -6,9 +6,12 @@
 #include "platform/win32/Win32ClockPort.h"
 #include "platform/win32/Win32CryptoPort.h"
 #include "platform/win32/Win32DesktopPort.h"
+#include "platform/win32/Win32EventPort.h"
 #include "platform/win32/Win32FilePort.h"
+#include "platform/win32/Win32IdentityPort.h"
 #include "platform/win32/Win32ProcessPort.h"
 #include "platform/win32/Win32RegistryPort.h"
+#include "platform/win32/Win32SessionPort.h"
 #include "platform/win32/Win32SpoolerPort.h"
 #include "platform/win32/Win32TextPort.h"
 #include "platform/win32/Win32ThreadPort.h"
@@ -27,6 +30,9 @@ constinit Undying<Win32ThreadPort> goThreads;
 constinit Undying<Win32ClockPort> goClock;
 constinit Undying<Win32SpoolerPort> goSpooler;
 constinit Undying<Win32CryptoPort> goCrypto;
+constinit Undying<Win32IdentityPort> goIdentity;
+constinit Undying<Win32EventPort> goEvents;
+constinit Undying<Win32SessionPort> goSessions;
 
 }  // namespace
 }  // namespace win32
@@ -34,8 +40,20 @@ constinit Undying<Win32CryptoPort> goCrypto;
 const Platform& GetSystemPlatform() noexcept {
     using namespace win32;
     static const Platform soPlatform{
-        &goText.object,    &goFiles.object,   &goRegistry.object, &Win32CabinetPortInstance(), &goDesktop.object,
-        &goProcess.object, &goThreads.object, &goClock.object,    &goSpooler.object,           &goCrypto.object};
+        .pText = &goText.object,
+        .pFiles = &goFiles.object,
+        .pRegistry = &goRegistry.object,
+        .pCabinet = &Win32CabinetPortInstance(),
+        .pDesktop = &goDesktop.object,
+        .pProcess = &goProcess.object,
+        .pThreads = &goThreads.object,
+        .pClock = &goClock.object,
+        .pSpooler = &goSpooler.object,
+        .pCrypto = &goCrypto.object,
+        .pIdentity = &goIdentity.object,
+        .pEvents = &goEvents.object,
+        .pSessions = &goSessions.object,
+    };
     return soPlatform;
 }
 

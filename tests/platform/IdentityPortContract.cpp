@@ -1,0 +1,83 @@
+/// @file
+/// The contract of the identity port.
+#include "platform/IdentityPort.h"
+
+#include <algorithm>
+#include <thread>
+
+#include "PortContract.h"
+
+namespace vlm::test {
+
+namespace {
+
+using Identity = IdentityPort::Identity;
+
+class IdentityPortContract : public PortContract {
+protected:
+    IdentityPort& Identities() const { return *Ports().pIdentity; }
+};
+
+TEST_P(IdentityPortContract, AThreadActsForTheProcessAtFirst) {
+    Identity oProcess, oThread;
+    oThread.fImpersonating = true;
+    ASSERT_EQ(Identities().ProcessIdentity(oProcess), Status::Success);
+    ASSERT_EQ(Identities().CurrentIdentity(oThread), Status::Success);
+    EXPECT_TRUE(XStringView(oProcess.szSid).starts_with(VTEXT("S-1-5-")));
+    EXPECT_EQ(XStringView(oProcess.szSid), XStringView(oThread.szSid));
+    EXPECT_EQ(oProcess.dwIntegrity, oThread.dwIntegrity);
+    EXPECT_GE(oProcess.dwIntegrity, IdentityPort::INTEGRITY_LOW);
+    EXPECT_LE(oProcess.dwIntegrity, IdentityPort::INTEGRITY_SYSTEM);
+    EXPECT_FALSE(oThread.fImpersonating);
+    EXPECT_FALSE(oThread.fAppContainer);
+    HANDLE hToken = &oThread;
+    EXPECT_EQ(Identities().Revert(hToken), Status::Success);
+    EXPECT_EQ(hToken, nullptr);
+    EXPECT_EQ(Identities().Restore(hToken), Status::Success);
+}
+
+TEST_P(IdentityPortContract, TheOwnNameLeadsToTheOwnSid) {
+    XCHAR szName[300], szSid[IdentityPort::MAX_SID_UNITS];
+    const std::size_t cUnits = Identities().CurrentUserName(szName, std::size(szName));
+    ASSERT_GT(cUnits, 0u);
+    EXPECT_EQ(szName[cUnits], 0);
+    EXPECT_EQ(Identities().CurrentUserName(szName, cUnits), 0u);
+    EXPECT_EQ(Identities().CurrentUserName(szName, cUnits + 1), cUnits);
+    ASSERT_EQ(Identities().SidOfAccount(szName, szSid, std::size(szSid)), Status::Success);
+    Identity oProcess;
+    ASSERT_EQ(Identities().ProcessIdentity(oProcess), Status::Success);
+    EXPECT_EQ(XStringView(szSid), XStringView(oProcess.szSid));
+    const std::size_t cSid = XStringView(szSid).size();
+    EXPECT_EQ(Identities().SidOfAccount(szName, szSid, cSid), Status::InsufficientBuffer);
+    EXPECT_EQ(Identities().SidOfAccount(szName, szSid, cSid + 1), Status::Success);
+}
+
+TEST_P(IdentityPortContract, NamesThatNobodyHasAreRefused) {
+    XCHAR szSid[IdentityPort::MAX_SID_UNITS];
+    for (const XCHAR* pszNobody : {VTEXT("no such user 4711"), VTEXT("NO-SUCH-DOMAIN\\user")})
+        EXPECT_EQ(Identities().SidOfAccount(pszNobody, szSid, std::size(szSid)), Status::NoneMapped);
+    EXPECT_EQ(Identities().SidOfAccount(nullptr, szSid, std::size(szSid)), Status::InvalidParameter);
+    EXPECT_EQ(Identities().SidOfAccount(VTEXT(""), szSid, std::size(szSid)), Status::InvalidParameter);
+    bool fFormer = false;
+    EXPECT_EQ(Identities().SetPrivilege(VTEXT("NoSuchThing"), true, fFormer), Status::NoSuchPrivilege);
+    EXPECT_EQ(Identities().SetPrivilege(nullptr, true, fFormer), Status::NoSuchPrivilege);
+}
+
+TEST_P(IdentityPortContract, PrivilegesTellWhatTheyWere) {
+    bool fOriginal = false, fFormer = false;
+    const Status eStatus = Identities().SetPrivilege(VTEXT("SeLoadDriverPrivilege"), true, fOriginal);
+    if (eStatus == Status::NotAllAssigned) GTEST_SKIP() << "this user does not hold the privilege";
+    ASSERT_EQ(eStatus, Status::Success);
+    EXPECT_EQ(Identities().SetPrivilege(VTEXT("SeLoadDriverPrivilege"), true, fFormer), Status::Success);
+    EXPECT_TRUE(fFormer);
+    EXPECT_EQ(Identities().SetPrivilege(VTEXT("SeLoadDriverPrivilege"), false, fFormer), Status::Success);
+    EXPECT_TRUE(fFormer);
+    EXPECT_EQ(Identities().SetPrivilege(VTEXT("SeLoadDriverPrivilege"), fOriginal, fFormer), Status::Success);
+    EXPECT_FALSE(fFormer);
+}
+
+Q9_CONTRACT_SUITE(IdentityPortContract);
+
+}  // namespace
+
+}  // namespace vlm::test

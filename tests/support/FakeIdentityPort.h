@@ -1,0 +1,66 @@
+/// @file
+/// Users as a test wants them.
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "platform/IdentityPort.h"
+
+namespace vlm::test {
+
+using XString = std::basic_string<XCHAR>;
+
+/// Keeps the identity port's contract; who is who stands in the script.  A token that is restored twice, or is none,
+/// fails the running test, unless told otherwise.  Threads: any.
+class FakeIdentityPort final : public IdentityPort {
+public:
+    /// An identity in one line.
+    static Identity MakeIdentity(XStringView svSid, DWORD dwIntegrity = INTEGRITY_MEDIUM, bool fAdministrator = false);
+
+    // --- the script ---
+    /// At the beginning: "S-1-5-21-1-2-3-1001", medium integrity, no administrator.
+    void SetProcessIdentity(const Identity& rIdentity);
+    /// The calling thread acts for somebody from now on, or no more.
+    void Impersonate(const Identity& rIdentity);
+    void StopImpersonating();
+    /// An account that look-ups find; the user's name is the part after the last "\".  The process's is "tester".
+    void AddAccount(XStringView svName, XStringView svSid);
+    /// Privileges that users hold; at the beginning "SeLoadDriverPrivilege" and "SeRestorePrivilege", switched off.
+    void SetPrivilegeHeld(XStringView svPrivilege, bool fHeld);
+    bool IsPrivilegeOn(XStringView svPrivilege) const;
+    /// What EndProcess was called with, if it was.
+    std::optional<DWORD> EndedWith() const;
+    /// Tokens taken by Revert and not restored yet.
+    std::size_t OpenTokens() const;
+    /// Closes a token unused, as a restore that fails does.
+    void DiscardToken(HANDLE hToken);
+    void SetMisuseFailsTest(bool fFails) { m_fMisuseFailsTest = fFails; }
+
+    // --- the port ---
+    Status CurrentIdentity(Identity& rIdentity) noexcept override;
+    Status ProcessIdentity(Identity& rIdentity) noexcept override;
+    std::size_t CurrentUserName(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    Status SidOfAccount(const XCHAR* pszAccount, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    Status Revert(HANDLE& rhToken) noexcept override;
+    Status Restore(HANDLE hToken) noexcept override;
+    void EndProcess(DWORD dwExitCode) noexcept override;
+    Status SetPrivilege(const XCHAR* pszPrivilege, bool fEnable, bool& rfFormer) noexcept override;
+
+private:
+    mutable std::mutex m_oMutex;
+    Identity m_oProcess = MakeIdentity(VTEXT("S-1-5-21-1-2-3-1001"));
+    std::map<std::thread::id, Identity> m_mapThreads;
+    std::map<HANDLE, Identity> m_mapTokens;
+    std::map<XString, XString> m_mapAccounts{{VTEXT("tester"), VTEXT("S-1-5-21-1-2-3-1001")}};
+    std::map<XString, bool> m_mapPrivileges{{VTEXT("SeLoadDriverPrivilege"), false},
+                                            {VTEXT("SeRestorePrivilege"), false}};
+    std::uintptr_t m_uiLastToken = 0x7000;
+    std::optional<DWORD> m_oEndedWith;
+    bool m_fMisuseFailsTest = true;
+};
+
+}  // namespace vlm::test

@@ -1,0 +1,172 @@
+/// @file
+/// The fault layer's wrappers of the ports for identity, events and sessions, and what all wrappers share.
+#pragma once
+
+#include "platform/EventPort.h"
+#include "platform/IdentityPort.h"
+#include "platform/SessionPort.h"
+#include "support/FakeIdentityPort.h"
+#include "support/FaultPlatform.h"
+
+namespace vlm::test {
+
+using Decision = FaultScript::Decision;
+
+/// A dead process hears nothing; the status only lets its code run to its end.
+inline constexpr Status DEAD = Status::GeneralFailure;
+
+/// What the wrappers have in common: the port below and the script.
+template <typename Port>
+class Wrapper : public Port {
+public:
+    Wrapper(Port& rBelow, FaultScript& rScript) noexcept : m_rBelow(rBelow), m_rScript(rScript) {}
+
+protected:
+    /// A call that is either made or not.
+    template <typename Call>
+    Status Guard(Call call) noexcept {
+        switch (m_rScript.Decide()) {
+            case Decision::Fail:
+                return m_rScript.FaultStatus();
+            case Decision::Dead:
+            case Decision::Torn:
+                return DEAD;
+            default:
+                return call();
+        }
+    }
+    /// The same for calls that answer a count, a pointer or a truth value: the failure is the value's zero.
+    template <typename Call>
+    auto GuardValue(Call call) noexcept -> decltype(call()) {
+        const Decision eDecision = m_rScript.Decide();
+        return eDecision == Decision::Pass || eDecision == Decision::Short ? call() : decltype(call()){};
+    }
+    /// A close: made in any case, unless the process is dead.
+    template <typename Call>
+    Status GuardClose(Call call) noexcept {
+        const Decision eDecision = m_rScript.Decide();
+        if (eDecision == Decision::Dead || eDecision == Decision::Torn) return DEAD;
+        const Status eStatus = call();
+        return eDecision == Decision::Fail ? m_rScript.FaultStatus() : eStatus;
+    }
+
+    Port& m_rBelow;
+    FaultScript& m_rScript;
+};
+
+class FaultIdentity final : public Wrapper<IdentityPort> {
+public:
+    using Wrapper::Wrapper;
+    Status CurrentIdentity(Identity& rIdentity) noexcept override {
+        return Guard([&] { return m_rBelow.CurrentIdentity(rIdentity); });
+    }
+    Status ProcessIdentity(Identity& rIdentity) noexcept override {
+        return Guard([&] { return m_rBelow.ProcessIdentity(rIdentity); });
+    }
+    std::size_t CurrentUserName(XCHAR* pTarget, std::size_t cCapacity) noexcept override {
+        return GuardValue([&] { return m_rBelow.CurrentUserName(pTarget, cCapacity); });
+    }
+    Status SidOfAccount(const XCHAR* pszAccount, XCHAR* pTarget, std::size_t cCapacity) noexcept override {
+        return Guard([&] { return m_rBelow.SidOfAccount(pszAccount, pTarget, cCapacity); });
+    }
+    Status Revert(HANDLE& rhToken) noexcept override {
+        return Guard([&] { return m_rBelow.Revert(rhToken); });
+    }
+    Status Restore(HANDLE hToken) noexcept override {
+        if (hToken == nullptr) return m_rBelow.Restore(hToken);
+        const Decision eDecision = m_rScript.Decide();
+        if (eDecision == Decision::Dead || eDecision == Decision::Torn) return DEAD;
+        if (eDecision != Decision::Fail) return m_rBelow.Restore(hToken);
+        // The token is closed all the same; the system's own cannot be without being used.
+        if (auto* pFake = dynamic_cast<FakeIdentityPort*>(&m_rBelow)) pFake->DiscardToken(hToken);
+        return m_rScript.FaultStatus();
+    }
+    void EndProcess(DWORD dwExitCode) noexcept override {
+        if (!m_rScript.IsDead()) m_rBelow.EndProcess(dwExitCode);
+    }
+    Status SetPrivilege(const XCHAR* pszPrivilege, bool fEnable, bool& rfFormer) noexcept override {
+        return Guard([&] { return m_rBelow.SetPrivilege(pszPrivilege, fEnable, rfFormer); });
+    }
+};
+
+class FaultEvents final : public Wrapper<EventPort> {
+public:
+    using Wrapper::Wrapper;
+    Status CreateEventAt(const XCHAR* pszName, bool fManualReset, bool fSignalled, HANDLE& rhEvent) noexcept override {
+        return Guard([&] { return m_rBelow.CreateEventAt(pszName, fManualReset, fSignalled, rhEvent); });
+    }
+    Status OpenEventAt(const XCHAR* pszName, HANDLE& rhEvent) noexcept override {
+        return Guard([&] { return m_rBelow.OpenEventAt(pszName, rhEvent); });
+    }
+    Status SetEventState(HANDLE hEvent, bool fSignalled) noexcept override {
+        return Guard([&] { return m_rBelow.SetEventState(hEvent, fSignalled); });
+    }
+    Status CreateMutexAt(const XCHAR* pszName, HANDLE& rhMutex) noexcept override {
+        return Guard([&] { return m_rBelow.CreateMutexAt(pszName, rhMutex); });
+    }
+    Status ReleaseMutexOf(HANDLE hMutex) noexcept override {
+        return m_rScript.IsDead() ? DEAD : m_rBelow.ReleaseMutexOf(hMutex);
+    }
+    Status WaitAny(const HANDLE* phHandles, DWORD cHandles, DWORD dwMilliseconds, DWORD& rdwIndex,
+                   bool& rfAbandoned) noexcept override {
+        switch (m_rScript.Decide()) {
+            case Decision::Fail:
+                return m_rScript.FaultStatus();
+            case Decision::Short:  // nobody comes in time
+                if (dwMilliseconds != WAIT_FOREVER) return Status::TimeOut;
+                [[fallthrough]];
+            case Decision::Pass:
+                return m_rBelow.WaitAny(phHandles, cHandles, dwMilliseconds, rdwIndex, rfAbandoned);
+            default:
+                return DEAD;
+        }
+    }
+    Status CloseObject(HANDLE hObject) noexcept override {
+        return GuardClose([&] { return m_rBelow.CloseObject(hObject); });
+    }
+    Status StartThread(unsigned (*pfnBody)(void*), void* pArgument, HANDLE& rhThread) noexcept override {
+        return Guard([&] { return m_rBelow.StartThread(pfnBody, pArgument, rhThread); });
+    }
+};
+
+class FaultSessions final : public Wrapper<SessionPort> {
+public:
+    using Wrapper::Wrapper;
+    int ShowBox(HWND hwndOwner, const XCHAR* pszText, const XCHAR* pszCaption, DWORD dwStyle) noexcept override {
+        return GuardValue([&] { return m_rBelow.ShowBox(hwndOwner, pszText, pszCaption, dwStyle); });
+    }
+    bool IsDesktopVisible() noexcept override { return m_rBelow.IsDesktopVisible(); }
+    void Beep(DWORD dwKind) noexcept override {
+        if (!m_rScript.IsDead()) m_rBelow.Beep(dwKind);
+    }
+    Status EnumerateSessions(Session* pSessions, DWORD& rcSessions) noexcept override {
+        const DWORD cRoom = rcSessions;
+        rcSessions = 0;
+        return Guard([&] {
+            rcSessions = cRoom;
+            return m_rBelow.EnumerateSessions(pSessions, rcSessions);
+        });
+    }
+    Status ShowBoxInSession(DWORD dwSession, const XCHAR* pszText, const XCHAR* pszCaption, DWORD dwStyle,
+                            int& riAnswer) noexcept override {
+        return Guard([&] { return m_rBelow.ShowBoxInSession(dwSession, pszText, pszCaption, dwStyle, riAnswer); });
+    }
+    HWND FindWindowOfClass(const XCHAR* pszClass) noexcept override {
+        return GuardValue([&] { return m_rBelow.FindWindowOfClass(pszClass); });
+    }
+    UINT RegisterMessage(const XCHAR* pszName) noexcept override {
+        return GuardValue([&] { return m_rBelow.RegisterMessage(pszName); });
+    }
+    Status PostToWindow(HWND hwnd, UINT uMessage, WORD wAtom) noexcept override {
+        return Guard([&] { return m_rBelow.PostToWindow(hwnd, uMessage, wAtom); });
+    }
+    Status SendToWindow(HWND hwnd, UINT uMessage, WORD wAtom, DWORD dwMilliseconds) noexcept override {
+        return Guard([&] { return m_rBelow.SendToWindow(hwnd, uMessage, wAtom, dwMilliseconds); });
+    }
+    WORD AddGlobalAtom(const XCHAR* pszText) noexcept override {
+        return GuardValue([&] { return m_rBelow.AddGlobalAtom(pszText); });
+    }
+    void DeleteGlobalAtom(WORD wAtom) noexcept override { m_rBelow.DeleteGlobalAtom(wAtom); }
+};
+
+}  // namespace vlm::test
