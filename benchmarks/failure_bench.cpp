@@ -5,9 +5,9 @@
 
 #include <stdexcept>
 
-#include "support/RecordingSink.h"
 #include "utilities/debuggingandexceptions/ExecutionContextLifetime.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
+#include "utilities/debuggingandexceptions/VelomDebugMessage.h"
 #include "utilities/utilitiesdll/UtilitiesDllPerThreadStorage.h"
 
 namespace {

@@ -1,5 +1,6 @@
 # Benchmarks, host only: benchmarks/<topic>_bench.cpp, one program each.  The libraries that ours are compared with are
-# required here; ./dev bench installs them.
+# required here; ./dev bench installs them.  The tests' support stays out: it replaces the global operator new, and every
+# allocation of ours and of the peers would pay for that.
 if(WIN32)
     message(FATAL_ERROR "benchmarks run on the host only")
 endif()
@@ -29,12 +30,8 @@ foreach(source IN LISTS bench_sources)
     cmake_path(GET source STEM target)
     add_executable(${target} "${source}")
     target_include_directories(${target} PRIVATE
-        "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}/benchmarks" "${PROJECT_SOURCE_DIR}/tests" "${Q9_GENERATED_DIR}")
+        "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}/benchmarks" "${Q9_GENERATED_DIR}")
     target_compile_definitions(${target} PRIVATE VLM_BUILDING)
-    q9_define_data_folder("${source}")
     target_link_libraries(${target} PRIVATE q9_options q9_bench_peers)
     q9_link_floors(${target} ${Q9_ALL_OBJECTS})
-    if(TARGET q9_test_support)
-        target_link_libraries(${target} PRIVATE q9_test_support gmock)
-    endif()
 endforeach()

@@ -38,18 +38,6 @@ public:
     virtual DWORD CurrentThreadId() noexcept = 0;
 };
 
-/// The one pointer per thread that the memory pools live behind: a plain read of the fastest kind that the system has.
-/// Not a port call, because every string allocation makes it.
-/// Leaves the thread's last error alone.  Null in a thread that has stored none.
-void* LoadPoolPointer() noexcept;
-/// Sets it; `pfnThreadEnd` is called with the value when the thread ends (on Windows by the entry point).
-/// @return false when the system has no slot left; the pools then take every block from the shared reserve.
-/// LoadPoolPointer answers null during that call.  The first `pfnThreadEnd` of the process stays in force.
-bool StorePoolPointer(void* pValue, void (*pfnThreadEnd)(void*)) noexcept;
-/// Gives the system's slot back: the entry point's last act before the library is unloaded.  From then on
-/// LoadPoolPointer answers null and StorePoolPointer false.  Nothing to do on the host.
-void ReleasePoolPointerSlot() noexcept;
-
 /// A recursive lock of the process: the system's critical section, or its equal.
 class SystemLock {
 public:

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "PortContract.h"
+#include "platform/PoolPointerImpl.h"
 #include "platform/ThreadPort.h"
 
 namespace vlm::test {

@@ -10,15 +10,12 @@
 #include <mutex>
 #include <new>
 
+#include "platform/PoolPointerImpl.h"
 #include "platform/host/HostNames.h"
 
 namespace vlm::host {
 
 namespace {
-
-// One plain load; initial-exec, because the dynamic model calls into the loader, which may allocate.
-// Trivially destructible, so the value is there until the very end of the thread.
-constinit thread_local void* tpPool [[gnu::tls_model("initial-exec")]] = nullptr;
 
 constinit std::once_flag goPoolKeyOnce;
 constinit pthread_key_t goPoolKey = 0;
@@ -27,7 +24,7 @@ using ThreadEnd = void (*)(void*);
 constinit ThreadEnd gpfnPoolThreadEnd = nullptr;
 
 void EndPoolOfThread(void* pValue) {
-    tpPool = nullptr;
+    vlm::detail::tpPool = nullptr;
     if (gpfnPoolThreadEnd != nullptr) gpfnPoolThreadEnd(pValue);
 }
 
@@ -67,9 +64,7 @@ DWORD HostThreadPort::CurrentThreadId() noexcept {
 
 namespace vlm {
 
-void* LoadPoolPointer() noexcept {
-    return host::tpPool;
-}
+constinit thread_local void* detail::tpPool [[gnu::tls_model("initial-exec")]] = nullptr;
 
 bool StorePoolPointer(void* pValue, void (*pfnThreadEnd)(void*)) noexcept {
     std::call_once(host::goPoolKeyOnce, [&] {
@@ -78,7 +73,7 @@ bool StorePoolPointer(void* pValue, void (*pfnThreadEnd)(void*)) noexcept {
     });
     // The key only wakes us at the thread's end; reads go to the variable.
     if (!host::gfPoolKey || pthread_setspecific(host::goPoolKey, pValue) != 0) return false;
-    host::tpPool = pValue;
+    detail::tpPool = pValue;
     return true;
 }
 

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <new>
 
+#include "platform/PoolPointerImpl.h"
 #include "platform/win32/System.h"
 
 namespace vlm::win32 {

@@ -191,15 +191,13 @@ void AttributeBytesIndexedList::ImportFromRawList(const AttributeBytesRawList& r
 
 std::size_t AttributeBytesIndexedList::GetAttributeBytesIndexedListStateSize() const noexcept {
     std::size_t cbState = 4 + AttributeBytesRawList::SIGNATURE_BYTES;
-    for (const AttributeBytesSharedPtr& rshpoRecord : *this)
-        cbState += rshpoRecord->GetAttributeBytesStateSize();
+    m_oSet.ForEach([&](const AttributeBytes& rRecord) { cbState += rRecord.GetAttributeBytesStateSize(); });
     return cbState;
 }
 
 BYTE* AttributeBytesIndexedList::StoreAttributeBytesIndexedListState(BYTE* pbyOut) const {
     pbyOut = vlm::StoreDword(vlm::StoreDword(pbyOut, SIGNATURE), AttributeBytesRawList::SIGNATURE);
-    for (const AttributeBytesSharedPtr& rshpoRecord : *this)
-        pbyOut = rshpoRecord->StoreAttributeBytesState(pbyOut);
+    m_oSet.ForEach([&](const AttributeBytes& rRecord) { pbyOut = rRecord.StoreAttributeBytesState(pbyOut); });
     return pbyOut;
 }
 

@@ -119,7 +119,8 @@ void CXString::ConcatCopy(XStringView left, XStringView right) {
     TakeBlock(pData);
 }
 
-void CXString::ConcatInPlace(std::size_t cUnits, const XCHAR* pchText) {
+// Out of line, so that appending where there is room saves no registers for it.
+[[gnu::noinline]] void CXString::ConcatInPlace(std::size_t cUnits, const XCHAR* pchText) {
     if (cUnits == 0) return;
     const std::size_t cOld = static_cast<std::size_t>(GetLength());
     const std::size_t cNew = cOld + cUnits;
@@ -127,8 +128,8 @@ void CXString::ConcatInPlace(std::size_t cUnits, const XCHAR* pchText) {
         CopyUnits(m_pchData + cOld, pchText, cUnits);
         return SetOwnLength(cNew);
     }
-    // Above the pooled sizes a capacity is exact; half as much again keeps repeated appending linear.
-    const std::size_t cCapacity = cOld > 0 && cNew > 512 ? cNew + cNew / 2 : cNew;
+    // What has been appended to will be again: twice the room keeps repeated appending linear.
+    const std::size_t cCapacity = IsOwn() ? std::max(cNew, 2 * ClampCount(GetAllocLength())) : cNew;
     CXStringData* const pData = Services::AllocateBlock(cNew, cCapacity);
     CopyUnits(pData->Text(), m_pchData, cOld);
     CopyUnits(pData->Text() + cOld, pchText, cUnits);
@@ -208,11 +209,14 @@ int CXString::SafeStrlen(const char* pszText) noexcept {
 // ---- concatenation ----
 
 CXString& CXString::operator+=(XStringArg text) {
-    const std::size_t cOld = View().size();
-    if (IsOwn() && text.size() <= ClampCount(GetAllocLength()) - cOld) {
-        vlm::text::CopyShort(m_pchData + cOld, text.data(), text.size());
-        Data()->m_lLength = static_cast<std::int32_t>(cOld + text.size());
-        m_pchData[cOld + text.size()] = XCHAR();
+    CXStringData* const pData = Data();
+    const std::size_t cOld = static_cast<std::uint32_t>(pData->m_lLength);
+    const std::size_t cNew = cOld + text.size();
+    if (IsOwn() && cNew <= static_cast<std::uint32_t>(pData->m_lCapacity)) [[likely]] {
+        pData->m_lLength = static_cast<std::int32_t>(cNew);
+        XCHAR* const pchEnd = pData->Text() + cOld;
+        pchEnd[text.size()] = XCHAR();
+        vlm::text::CopyShort(pchEnd, text.data(), text.size());
     } else {
         ConcatInPlace(text.size(), text.data());
     }

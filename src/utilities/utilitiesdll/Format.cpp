@@ -38,10 +38,7 @@ public:
         }
         const XCHAR* pch = pszFormat;
         while (true) {
-            const XCHAR* const pchLiteral = pch;
-            while (*pch && *pch != XCHAR('%'))
-                ++pch;
-            m_roWriter.Append(pchLiteral, static_cast<std::size_t>(pch - pchLiteral));
+            pch = m_roWriter.AppendUpTo(pch, XCHAR('%'));
             if (!*pch) break;
             FormatSpec oSpec = format::ParseSpec(pch);
             pch = oSpec.m_pchEnd;

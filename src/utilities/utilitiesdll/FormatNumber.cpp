@@ -73,6 +73,7 @@ struct Prefix {
 void PutLaidOut(FormatWriter& roWriter, const FormatSpec& koSpec, const Prefix& koPrefix, std::size_t cZeros,
                 XStringView body, bool bZeroPads) noexcept {
     const std::size_t cPad = PadCount(koSpec, koPrefix.m_c + cZeros + body.size());
+    if (cPad == 0 && cZeros == 0 && koPrefix.m_c == 0) return roWriter.Append(body);
     const bool bLeft = koSpec.Has(FLAG_LEFT);
     if (!bLeft && !bZeroPads) roWriter.Fill(XCHAR(' '), cPad);
     roWriter.Append(koPrefix.m_ach, koPrefix.m_c);

@@ -10,9 +10,9 @@
 struct CXStringData;
 
 /// Fixed-size blocks from the calling thread's free lists.
-/// A block is released into the lists of the releasing thread; a list that grows beyond its cap hands half of its
-/// blocks to a process-wide reserve, and so does every list when its thread ends.  The memory behind the blocks belongs
-/// to the reserve and stays until the process ends, so blocks may outlive the thread that took them.
+/// A block is released into the lists of the releasing thread; a list that holds 64 KiB hands half of that to a
+/// process-wide reserve, and every list hands over all when its thread ends.  The memory behind the blocks belongs to
+/// the reserve and stays until the process ends, so blocks may outlive the thread that took them.
 /// **Threads**: any.  **Failure**: no memory calls the handler, then throws `std::bad_alloc`.
 class VLM_API MemoryPool {
 public:

@@ -2,16 +2,14 @@
 /// UTF-8 to and from UTF-16.
 #include "utilities/utilitiesdll/TextCodec.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <bit>
 
 #include "utilities/utilitiesdll/detail/text/CXStringImpl.h"
 #include "utilities/utilitiesdll/detail/text/NarrowText.h"
 #include "utilities/utilitiesdll/detail/text/TextKernels.h"
-
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 namespace {
 
@@ -26,7 +24,6 @@ constexpr std::size_t SMALL = 512;
 /// Widens a run of ASCII, a few bytes more than it is long if the target has room for them.  @return its length.
 std::size_t WidenRun(const unsigned char* pby, std::size_t cBytes, XCHAR* pchTarget) noexcept {
     std::size_t u = 0;
-#ifdef __SSE2__
     const __m128i zero = _mm_setzero_si128();
     for (; u + 16 <= cBytes; u += 16) {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pby + u));
@@ -36,9 +33,28 @@ std::size_t WidenRun(const unsigned char* pby, std::size_t cBytes, XCHAR* pchTar
         _mm_storeu_si128(reinterpret_cast<__m128i*>(pchTarget + u + 8), _mm_unpackhi_epi8(bytes, zero));
         if (uHigh) return u + static_cast<std::size_t>(std::countr_zero(uHigh));
     }
-#endif
     for (; u < cBytes && pby[u] < 0x80; ++u)
         pchTarget[u] = pby[u];
+    return u;
+}
+
+/// Narrows ASCII at the start of a text, sixteen units at a time and once eight.  @return how many units.
+std::size_t NarrowRun(const XCHAR* pchText, std::size_t cUnits, char* pchTarget) noexcept {
+    const auto load = [&](std::size_t u) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(pchText + u)); };
+    const auto isAscii = [](__m128i units) {
+        const __m128i high = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xFF80)));
+        return _mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())) == 0xFFFF;
+    };
+    std::size_t u = 0;
+    for (; u + 16 <= cUnits; u += 16) {
+        const __m128i low = load(u), high = load(u + 8);
+        if (!isAscii(_mm_or_si128(low, high))) break;
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pchTarget + u), _mm_packus_epi16(low, high));
+    }
+    if (u + 8 <= cUnits && isAscii(load(u))) {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(pchTarget + u), _mm_packus_epi16(load(u), load(u)));
+        u += 8;
+    }
     return u;
 }
 
@@ -145,18 +161,9 @@ TextCodecResult TextCodec::EncodeUtf8(XStringView text, char* pchTarget, TextCod
     std::size_t u = 0;
     char* pch = pchTarget;
     while (u < cUnits) {
-#ifdef __SSE2__
-        if (u + 8 <= cUnits) {
-            const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pchText + u));
-            const __m128i high = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xFF80)));
-            if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())) == 0xFFFF) {
-                _mm_storel_epi64(reinterpret_cast<__m128i*>(pch), _mm_packus_epi16(units, units));
-                u += 8;
-                pch += 8;
-                continue;
-            }
-        }
-#endif
+        const std::size_t cRun = NarrowRun(pchText + u, cUnits - u, pch);
+        u += cRun;
+        pch += cRun;
         // Eight units one by one before the next try with all at once.
         for (const std::size_t uEnd = std::min(u + 8, cUnits); u < uEnd;) {
             const XCHAR ch = pchText[u];
@@ -210,11 +217,10 @@ bool TextCodec::Utf8ToUtf16(std::string_view bytes, CXString& rcsResult, TextCod
 }
 
 bool TextCodec::Utf16ToUtf8(XStringView text, std::string& rstrResult, TextCodecRule eRule, std::size_t* puBad) {
-    const std::size_t cAscii = vlm::text::CountAscii(text.data(), text.size());
-    std::string strResult(cAscii, '\0');
-    vlm::text::NarrowAscii(text.data(), cAscii, strResult.data());
+    std::string strResult;
+    strResult.reserve(text.size());
     char achPart[SMALL * 3];
-    for (std::size_t u = cAscii; u < text.size();) {
+    for (std::size_t u = 0; u < text.size();) {
         const XStringView part = CutAtCharacter(text.substr(u), SMALL);
         const TextCodecResult oResult = EncodeUtf8(part, achPart, eRule);
         if (!oResult.m_bOk) {

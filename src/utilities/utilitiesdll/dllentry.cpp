@@ -6,7 +6,7 @@
 /// ends, because a thread may still end after the last handle was closed.
 #include "utilities/utilitiesdll/dllentry.h"
 
-#include "platform/ThreadPort.h"
+#include "platform/PoolPointerImpl.h"
 #include "utilities/utilitiesdll/MemoryPool.h"
 #include "utilities/utilitiesdll/UtilitiesDllPerThreadStorage.h"
 

@@ -8,6 +8,7 @@
 
 #include "platform/XChar.h"
 #include "utilities/utilitiesdll/detail/text/CXStringImpl.h"
+#include "utilities/utilitiesdll/detail/text/TextKernels.h"
 
 namespace vlm::format {
 
@@ -29,6 +30,21 @@ public:
 
     void Append(const XCHAR* pchText, std::size_t cUnits) noexcept;
     void Append(XStringView text) noexcept { Append(text.data(), text.size()); }
+    /// Appends a zero-terminated text up to the first `chStop`.  @return where it or the terminator stands.
+    const XCHAR* AppendUpTo(const XCHAR* pszText, XCHAR chStop) noexcept {
+        const auto ends = [&] { return !*pszText || *pszText == chStop; };
+        const XCHAR* pchFirst = pszText;
+        for (const std::size_t cEnd = m_cEnd; m_cUnits < cEnd && !ends(); ++m_cUnits)
+            m_pchText[m_cUnits] = *pszText++;
+        if (ends()) return pszText;
+        // There is more than fits: it goes the long way, together with a half of a character that was copied last.
+        if (pszText != pchFirst && text::IsHighSurrogate(pszText[-1])) --pszText, --m_cUnits;
+        pchFirst = pszText;
+        while (!ends())
+            ++pszText;
+        Append(pchFirst, static_cast<std::size_t>(pszText - pchFirst));
+        return pszText;
+    }
     void Fill(XCHAR ch, std::size_t cUnits) noexcept {
         if (cUnits == 0) return;
         if (cUnits > m_cEnd - m_cUnits && !Grow(cUnits)) cUnits = m_cEnd - m_cUnits;

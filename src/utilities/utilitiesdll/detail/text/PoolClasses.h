@@ -23,6 +23,7 @@ namespace vlm::pool {
 /// A free block; the rest of it is unused.
 struct FreeBlock {
     FreeBlock* m_pNext;
+    FreeBlock* m_pNextBundle;  ///< of the first block of a bundle that lies in the reserve
 };
 
 /// Sizes in bytes, each a multiple of 16.  The sizes up to 256 serve objects; 32 to 80, 144, 272, 528 and 1040 also the
@@ -46,12 +47,12 @@ constexpr std::size_t ClassOf(std::size_t cBytes) noexcept {
     return CLASS_OF_STEP[(cBytes + 15) / 16];
 }
 
-/// Blocks that a thread's list may hold before half of them go to the reserve: 64 KiB worth of them.
-inline constexpr auto LIST_CAPS = [] {
-    std::array<std::uint16_t, CLASS_COUNT> awCaps{};
+/// Blocks that go between a thread and the reserve at once: 32 KiB worth of them.
+inline constexpr auto BUNDLE_BLOCKS = [] {
+    std::array<std::uint16_t, CLASS_COUNT> awBlocks{};
     for (std::size_t u = 0; u < CLASS_COUNT; ++u)
-        awCaps[u] = static_cast<std::uint16_t>(65536u / BLOCK_BYTES[u]);
-    return awCaps;
+        awBlocks[u] = static_cast<std::uint16_t>(32768u / BLOCK_BYTES[u]);
+    return awBlocks;
 }();
 
 /// Bytes of a string block: header, text and terminator.

@@ -2,17 +2,14 @@
 /// Inner loops over runs of code units.
 #include "utilities/utilitiesdll/detail/text/TextKernels.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <bit>
-#include <cstring>
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
+#include "utilities/utilitiesdll/detail/text/TwoWaySearch.h"
 
 namespace vlm::text {
-
-#ifdef __SSE2__
 
 namespace {
 
@@ -96,70 +93,104 @@ std::size_t MismatchNoCase(const XCHAR* pchLeft, const XCHAR* pchRight, std::siz
     return uDiffer ? cUnits - STEP + FirstUnit(uDiffer) : cUnits;
 }
 
-std::size_t FindUnit(const XCHAR* pchText, std::size_t cUnits, XCHAR ch) noexcept {
-    const __m128i wanted = Splat(ch);
+namespace {
+
+template <class FoldVector, class FoldUnit>
+[[gnu::always_inline]] inline std::size_t FindFolded(const XCHAR* pchText, std::size_t cUnits, XCHAR ch,
+                                                     FoldVector foldVector, FoldUnit foldUnit) noexcept {
+    const __m128i wanted = Splat(foldUnit(ch));
     std::size_t u = 0;
     for (; u + STEP <= cUnits; u += STEP) {
-        const unsigned uEqual = Mask(_mm_cmpeq_epi16(Load(pchText + u), wanted));
+        const unsigned uEqual = Mask(_mm_cmpeq_epi16(foldVector(Load(pchText + u)), wanted));
         if (uEqual) return u + FirstUnit(uEqual);
     }
     for (; u < cUnits; ++u) {
-        if (pchText[u] == ch) return u;
+        if (foldUnit(pchText[u]) == foldUnit(ch)) return u;
     }
     return NOT_FOUND;
+}
+
+constexpr auto SAME_VECTOR = [](__m128i units) { return units; };
+constexpr auto SAME_UNIT = [](XCHAR ch) { return ch; };
+constexpr auto LOWER_UNIT = [](XCHAR ch) { return ToLower(ch); };
+
+/// Looks for a pattern of at least two units, sixteen positions per step: those where its first and last unit both fit
+/// are compared in full.  When the comparisons in vain become more work than the steps, the two-way search goes on, so
+/// that no text makes it quadratic.
+template <class FoldVector, class FoldUnit, class Compare>
+[[gnu::always_inline]] inline std::size_t FindByEnds(const XCHAR* pchText, std::size_t cUnits, const XCHAR* pchPattern,
+                                                     std::size_t cPattern, FoldVector foldVector, FoldUnit foldUnit,
+                                                     Compare mismatch) noexcept {
+    constexpr std::size_t COST = 8, CREDIT = 2048;  // of a comparison beside the units it looks at; what is free
+    const std::size_t cPositions = cUnits - cPattern + 1;
+    const std::size_t cMiddle = cPattern - 2;
+    const __m128i first = Splat(foldUnit(pchPattern[0]));
+    const __m128i last = Splat(foldUnit(pchPattern[cPattern - 1]));
+    const auto fits = [&](std::size_t u) {
+        const __m128i atFirst = _mm_cmpeq_epi16(foldVector(Load(pchText + u)), first);
+        const __m128i atLast = _mm_cmpeq_epi16(foldVector(Load(pchText + u + cPattern - 1)), last);
+        return _mm_and_si128(atFirst, atLast);
+    };
+    std::size_t cSpent = 0;
+    // Compares at the positions from `u` on that have a bit in the mask.
+    const auto compare = [&](std::size_t u, unsigned uMask) {
+        for (; uMask != 0; uMask &= uMask - 1) {
+            const std::size_t uHit = u + static_cast<std::size_t>(std::countr_zero(uMask));
+            const std::size_t cSame = mismatch(pchText + uHit + 1, pchPattern + 1, cMiddle);
+            if (cSame == cMiddle) return uHit;
+            cSpent += COST + cSame;
+        }
+        return NOT_FOUND;
+    };
+    const auto candidates = [&](std::size_t u) { return Mask(_mm_packs_epi16(fits(u), fits(u + STEP))); };
+    std::size_t uFound = NOT_FOUND;
+    if (cPositions < 2 * STEP) {
+        for (std::size_t u = 0; u < cPositions; ++u) {
+            if (foldUnit(pchText[u]) == foldUnit(pchPattern[0]) &&
+                foldUnit(pchText[u + cPattern - 1]) == foldUnit(pchPattern[cPattern - 1])) {
+                uFound = compare(u, 1);
+                if (uFound != NOT_FOUND) return uFound;
+            }
+        }
+        return NOT_FOUND;
+    }
+    std::size_t u = 0;
+    for (; u + 2 * STEP <= cPositions; u += 2 * STEP) {
+        const unsigned uMask = candidates(u);
+        if (uMask == 0) continue;
+        uFound = compare(u, uMask);
+        if (uFound != NOT_FOUND) return uFound;
+        if (cSpent > CREDIT + 4 * u) {
+            return TwoWaySearch<FoldUnit>(pchPattern, cPattern, foldUnit).Find(pchText, cUnits, u + 1);
+        }
+    }
+    // The last step overlaps the one before.
+    return u == cPositions ? NOT_FOUND : compare(cPositions - 2 * STEP, candidates(cPositions - 2 * STEP));
+}
+
+}  // namespace
+
+std::size_t FindUnit(const XCHAR* pchText, std::size_t cUnits, XCHAR ch) noexcept {
+    return FindFolded(pchText, cUnits, ch, SAME_VECTOR, SAME_UNIT);
+}
+
+std::size_t FindUnitNoCase(const XCHAR* pchText, std::size_t cUnits, XCHAR ch) noexcept {
+    return FindFolded(pchText, cUnits, ch, Lower, LOWER_UNIT);
 }
 
 std::size_t FindText(const XCHAR* pchText, std::size_t cUnits, const XCHAR* pchPattern, std::size_t cPattern) noexcept {
     if (cPattern == 0) return 0;
     if (cPattern > cUnits) return NOT_FOUND;
     if (cPattern == 1) return FindUnit(pchText, cUnits, *pchPattern);
-    // Eight positions per step: those where the pattern's first and last unit both fit are compared in full.
-    const std::size_t cPositions = cUnits - cPattern + 1;
-    const XCHAR chFirst = pchPattern[0];
-    const XCHAR chLast = pchPattern[cPattern - 1];
-    const __m128i first = Splat(chFirst);
-    const __m128i last = Splat(chLast);
-    const std::size_t cMiddle = (cPattern - 2) * sizeof(XCHAR);
-    std::size_t u = 0;
-    for (; u + STEP <= cPositions; u += STEP) {
-        unsigned uBoth = Mask(_mm_and_si128(_mm_cmpeq_epi16(Load(pchText + u), first),
-                                            _mm_cmpeq_epi16(Load(pchText + u + cPattern - 1), last)));
-        while (uBoth) {
-            const std::size_t uHit = FirstUnit(uBoth);
-            if (std::memcmp(pchText + u + uHit + 1, pchPattern + 1, cMiddle) == 0) return u + uHit;
-            uBoth &= ~(3u << (2 * uHit));
-        }
-    }
-    for (; u < cPositions; ++u) {
-        if (pchText[u] == chFirst && pchText[u + cPattern - 1] == chLast &&
-            std::memcmp(pchText + u + 1, pchPattern + 1, cMiddle) == 0) {
-            return u;
-        }
-    }
-    return NOT_FOUND;
+    return FindByEnds(pchText, cUnits, pchPattern, cPattern, SAME_VECTOR, SAME_UNIT, Mismatch);
 }
 
 std::size_t FindTextNoCase(const XCHAR* pchText, std::size_t cUnits, const XCHAR* pchPattern,
                            std::size_t cPattern) noexcept {
     if (cPattern == 0) return 0;
     if (cPattern > cUnits) return NOT_FOUND;
-    const std::size_t cPositions = cUnits - cPattern + 1;
-    const __m128i first = Splat(ToLower(pchPattern[0]));
-    const __m128i last = Splat(ToLower(pchPattern[cPattern - 1]));
-    std::size_t u = 0;
-    for (; u + STEP <= cPositions; u += STEP) {
-        unsigned uBoth = Mask(_mm_and_si128(_mm_cmpeq_epi16(Lower(Load(pchText + u)), first),
-                                            _mm_cmpeq_epi16(Lower(Load(pchText + u + cPattern - 1)), last)));
-        while (uBoth) {
-            const std::size_t uHit = FirstUnit(uBoth);
-            if (MismatchNoCase(pchText + u + uHit, pchPattern, cPattern) == cPattern) return u + uHit;
-            uBoth &= ~(3u << (2 * uHit));
-        }
-    }
-    for (; u < cPositions; ++u) {
-        if (MismatchNoCase(pchText + u, pchPattern, cPattern) == cPattern) return u;
-    }
-    return NOT_FOUND;
+    if (cPattern == 1) return FindUnitNoCase(pchText, cUnits, *pchPattern);
+    return FindByEnds(pchText, cUnits, pchPattern, cPattern, Lower, LOWER_UNIT, MismatchNoCase);
 }
 
 bool HasLower(const XCHAR* pchText, std::size_t cUnits) noexcept {
@@ -205,69 +236,6 @@ std::size_t CountAscii(const XCHAR* pchText, std::size_t cUnits) noexcept {
     while (u < cUnits && pchText[u] < 0x80)
         ++u;
     return u;
-}
-
-#else
-
-std::size_t Mismatch(const XCHAR* pchLeft, const XCHAR* pchRight, std::size_t cUnits) noexcept {
-    std::size_t u = 0;
-    while (u < cUnits && pchLeft[u] == pchRight[u])
-        ++u;
-    return u;
-}
-
-std::size_t MismatchNoCase(const XCHAR* pchLeft, const XCHAR* pchRight, std::size_t cUnits) noexcept {
-    std::size_t u = 0;
-    while (u < cUnits && ToLower(pchLeft[u]) == ToLower(pchRight[u]))
-        ++u;
-    return u;
-}
-
-std::size_t FindUnit(const XCHAR* pchText, std::size_t cUnits, XCHAR ch) noexcept {
-    return XStringView(pchText, cUnits).find(ch);
-}
-
-std::size_t FindText(const XCHAR* pchText, std::size_t cUnits, const XCHAR* pchPattern, std::size_t cPattern) noexcept {
-    return XStringView(pchText, cUnits).find(XStringView(pchPattern, cPattern));
-}
-
-std::size_t FindTextNoCase(const XCHAR* pchText, std::size_t cUnits, const XCHAR* pchPattern,
-                           std::size_t cPattern) noexcept {
-    for (std::size_t u = 0; u + cPattern <= cUnits; ++u) {
-        if (MismatchNoCase(pchText + u, pchPattern, cPattern) == cPattern) return u;
-    }
-    return NOT_FOUND;
-}
-
-bool HasLower(const XCHAR* pchText, std::size_t cUnits) noexcept {
-    return std::any_of(pchText, pchText + cUnits, IsLower);
-}
-
-bool HasUpper(const XCHAR* pchText, std::size_t cUnits) noexcept {
-    return std::any_of(pchText, pchText + cUnits, IsUpper);
-}
-
-void CopyLower(XCHAR* pchTarget, const XCHAR* pchSource, std::size_t cUnits) noexcept {
-    for (std::size_t u = 0; u < cUnits; ++u)
-        pchTarget[u] = ToLower(pchSource[u]);
-}
-
-void CopyUpper(XCHAR* pchTarget, const XCHAR* pchSource, std::size_t cUnits) noexcept {
-    for (std::size_t u = 0; u < cUnits; ++u)
-        pchTarget[u] = ToUpper(pchSource[u]);
-}
-
-std::size_t CountAscii(const XCHAR* pchText, std::size_t cUnits) noexcept {
-    std::size_t u = 0;
-    while (u < cUnits && pchText[u] < 0x80)
-        ++u;
-    return u;
-}
-
-#endif
-
-std::size_t FindUnitNoCase(const XCHAR* pchText, std::size_t cUnits, XCHAR ch) noexcept {
-    return FindTextNoCase(pchText, cUnits, &ch, 1);
 }
 
 std::uint64_t Hash31(const XCHAR* pchText, std::size_t cUnits) noexcept {

@@ -24,7 +24,7 @@ DWORD UpdateCrcFolded512(DWORD dwRegister, const BYTE* pbyData, std::size_t cByt
 /// The best form for the processor and the length.
 inline DWORD UpdateCrc(DWORD dwRegister, const BYTE* pbyData, std::size_t cBytes) noexcept {
     // Below these, setting up the folding costs more than it saves.
-    constexpr std::size_t FOLD_FROM = 32;
+    constexpr std::size_t FOLD_FROM = 16;
     constexpr std::size_t FOLD_512_FROM = 256;
     if (cBytes >= FOLD_FROM) {
         const CpuLevel eLevel = GetCpuLevel();

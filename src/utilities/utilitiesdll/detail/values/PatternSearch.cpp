@@ -20,7 +20,7 @@ using Kind = PatternSearchResult::Kind;
 /// A comparison in vain costs about as much as the classic loop needs for this many bytes.
 constexpr std::size_t COST_OF_COMPARISON = 32;
 /// Bytes' worth of comparisons in vain that are free at the beginning.
-constexpr std::size_t CREDIT = 1024;
+constexpr std::size_t CREDIT = 512;
 
 /// One search; `Engine` compares a byte with `Engine::WIDTH` neighbouring ones and answers a bit for each.
 class EndsSearch {
