@@ -1,6 +1,7 @@
 /// @file
 /// The string: blocks and sharing, buffers, comparison, search, tokens, predicates.
 #include "utilities/utilitiesdll/CXString.h"
+#include "utilities/utilitiesdll/detail/text/TwoWaySearch.h"
 
 #include <gtest/gtest.h>
 
@@ -227,7 +228,7 @@ TEST(CXString, FindAnswersTheFirstOccurrenceFromTheStart) {
     EXPECT_EQ(csText.ReverseFind(VTEXT('x')), -1);
 }
 
-/// Every length and place round the eight-unit steps of the inner loops, against the plain standard-library answer.
+/// Every length and place round the steps of the inner loops, against the plain standard-library answer.
 TEST(CXString, SearchComparisonAndCaseAgreeWithThePlainForm) {
     std::mt19937 oRandom(20240607);
     const XStringView alphabet = VTEXT("abABzZ@[`{\u0161\u00E1");
@@ -244,7 +245,7 @@ TEST(CXString, SearchComparisonAndCaseAgreeWithThePlainForm) {
         return strText;
     };
     for (int i = 0; i < 20000; ++i) {
-        const Text strText = draw(oRandom() % 40);
+        const Text strText = draw(oRandom() % 70);
         Text strPart = draw(oRandom() % 4);
         if (i % 3 == 0) strPart = strText.substr(oRandom() % (strText.size() + 1), oRandom() % 20);
         const CXString csText(strText), csPart(strPart);
@@ -257,6 +258,35 @@ TEST(CXString, SearchComparisonAndCaseAgreeWithThePlainForm) {
         ASSERT_EQ(CXString(csText).MakeLower(), CXString(lower(strText)));
         ASSERT_EQ(CXString(csText).MakeUpper().CompareNoCase(csText), 0);
         ASSERT_EQ(CXString(csText).MakeUpper().MakeLower(), CXString(lower(strText)));
+    }
+}
+
+/// Every pattern of up to eight letters in every text of twelve, of two letters.
+TEST(CXString, TheLinearSearchAgreesWithThePlainForm) {
+    const auto spell = [](unsigned uBits, std::size_t cUnits) {
+        Text strText(cUnits, 'a');
+        for (std::size_t u = 0; u < cUnits; ++u)
+            strText[u] = static_cast<XCHAR>(strText[u] + (uBits >> u & 1));
+        return strText;
+    };
+    const auto same = [](XCHAR ch) { return ch; };
+    for (std::size_t cPart = 1; cPart <= 8; ++cPart) {
+        for (unsigned uPart = 0; uPart < 1u << cPart; ++uPart) {
+            const Text strPart = spell(uPart, cPart);
+            const vlm::text::TwoWaySearch oSearch(strPart.data(), cPart, same);
+            for (unsigned uText = 0; uText < 1u << 12; ++uText) {
+                const Text strText = spell(uText, 12);
+                ASSERT_EQ(oSearch.Find(strText.data(), 12, uText % 3), strText.find(strPart, uText % 3));
+            }
+        }
+    }
+    // Where nearly every place fits at both ends, the search turns to it.
+    for (const std::size_t cMiddle : {20u, 200u}) {
+        const Text strPart = Text(cMiddle, 'a') + VTEXT("ba") + Text(cMiddle, 'a');
+        const Text strText = Text(3000, 'a') + strPart + VTEXT("ab");
+        EXPECT_EQ(CXString(strText).Find(CXString(strPart)), 3000);
+        EXPECT_EQ(CXString(strText).MakeUpper().FindNoCase(CXString(strPart)), 3000);
+        EXPECT_EQ(CXString(Text(3000, 'a')).Find(CXString(strPart)), -1);
     }
 }
 

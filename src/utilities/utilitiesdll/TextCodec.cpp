@@ -219,9 +219,10 @@ bool TextCodec::Utf8ToUtf16(std::string_view bytes, CXString& rcsResult, TextCod
 bool TextCodec::Utf16ToUtf8(XStringView text, std::string& rstrResult, TextCodecRule eRule, std::size_t* puBad) {
     std::string strResult;
     strResult.reserve(text.size());
-    char achPart[SMALL * 3];
+    constexpr std::size_t PART = 4 * SMALL;  // every part costs the string a call
+    char achPart[PART * 3];
     for (std::size_t u = 0; u < text.size();) {
-        const XStringView part = CutAtCharacter(text.substr(u), SMALL);
+        const XStringView part = CutAtCharacter(text.substr(u), PART);
         const TextCodecResult oResult = EncodeUtf8(part, achPart, eRule);
         if (!oResult.m_bOk) {
             if (puBad) *puBad = u + oResult.m_cRead;

@@ -1,6 +1,8 @@
 /// @file
-/// The sum of 16-bit words, left to the compiler's vectors.
+/// The sum of 16-bit words.
 #include "utilities/utilitiesdll/detail/values/WordSum.h"
+
+#include <immintrin.h>
 
 #include <bit>
 #include <cstdint>
@@ -29,15 +31,35 @@ static_assert(std::endian::native == std::endian::little, "words are loaded as t
     return sum;
 }
 
-/// The same loop with vectors of twice the width.
+/// Sixteen words per step of each of four sums, so that none waits for its last addition.
 __attribute__((target("avx2"))) std::uint32_t SumAvx2(const BYTE* pbyData, std::size_t cWords) noexcept {
-    return Sum(pbyData, cWords);
+    constexpr std::size_t STEP_WORDS = 64;
+    constexpr std::uint32_t BIAS =
+        0x8000;  // the multiplication takes words for signed: they are moved down, the sum up
+    const __m256i bias = _mm256_set1_epi16(static_cast<short>(BIAS));
+    const __m256i ones = _mm256_set1_epi16(1);
+    __m256i sums[4] = {};
+    const std::size_t cSteps = cWords / STEP_WORDS;
+    for (std::size_t i = 0; i < cSteps; ++i) {
+        const auto* const pwords = reinterpret_cast<const __m256i*>(pbyData + i * STEP_WORDS * 2);
+        for (int j = 0; j < 4; ++j) {
+            const __m256i words = _mm256_xor_si256(_mm256_loadu_si256(pwords + j), bias);
+            sums[j] = _mm256_add_epi32(sums[j], _mm256_madd_epi16(words, ones));
+        }
+    }
+    const __m256i all = _mm256_add_epi32(_mm256_add_epi32(sums[0], sums[1]), _mm256_add_epi32(sums[2], sums[3]));
+    std::uint32_t adwLanes[8];
+    std::memcpy(adwLanes, &all, sizeof adwLanes);
+    std::uint32_t sum = static_cast<std::uint32_t>(cSteps * STEP_WORDS) * BIAS;
+    for (const std::uint32_t dwLane : adwLanes)
+        sum += dwLane;
+    return sum + Sum(pbyData + cSteps * STEP_WORDS * 2, cWords % STEP_WORDS);
 }
 
 }  // namespace
 
 DWORD SumOfWords(const BYTE* pbyData, std::size_t cWords) noexcept {
-    constexpr std::size_t WIDE_FROM = 64;
+    constexpr std::size_t WIDE_FROM = 128;
     if (cWords >= WIDE_FROM && GetCpuLevel() >= CpuLevel::Avx2) return SumAvx2(pbyData, cWords);
     return Sum(pbyData, cWords);
 }
