@@ -174,6 +174,27 @@ TEST_F(PerThreadStorage, AskedAgainWhileItReportsSaysSoOnce) {
         "determine the cause.");
 }
 
+TEST_F(PerThreadStorage, SpeaksOfTheConstraintStackWhenItWasAskedForThatOne) {
+    Storage::CleanUpDueToProcessDetach();
+    oSink.onWrite = [] { Storage::GetConstraintExecutionContextStack(); };
+    ConstraintExecutionContextStack& rMine = Storage::GetConstraintExecutionContextStack();
+    oSink.onWrite = nullptr;
+    EXPECT_EQ(&Storage::GetConstraintExecutionContextStack(), &rMine);
+    const std::vector<std::string> texts = oSink.Texts();
+    ASSERT_EQ(texts.size(), 3u);
+    EXPECT_EQ(texts[0], texts[2]);
+    EXPECT_EQ(
+        texts[0],
+        "Can't get the ConstraintExecutionContextStack! geUtilitiesDllPerThreadStorageInitializedState == "
+        "UDPTS_UNINITIALIZED. Tell Tobin if you see this message and leave it open so a debugger can be attached to "
+        "determine the cause.");
+    EXPECT_EQ(texts[1],
+              "geUtilitiesDllPerThreadStorageInitializedState == UDPTS_RAISING_ERROR_IN_GET_METHOD so we're returning "
+              "a default ConstraintExecutionContextStack. This is probably going to lead to subsequent assertions when "
+              "we later pop off the wrong stack. Tell Tobin if you see this message and leave it open so a debugger "
+              "can be attached to determine the cause.");
+}
+
 TEST_F(PerThreadStorage, ReportsEachFailingCallOfTheSystemAndRecovers) {
     const struct {
         bool FailingThreadPort::*pfFails;

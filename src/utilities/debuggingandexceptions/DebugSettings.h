@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <concepts>
 #include <cstddef>
 
 #include "platform/Export.h"
@@ -26,8 +27,9 @@ enum DebugSettingId : BYTE {
 
 /// What is fixed about a setting.
 struct DebugSetting {
-    constexpr DebugSetting(DebugSettingKind eSettingKind, const XCHAR* pszSettingName, ULONGLONG ullStandard) noexcept
-        : eKind(eSettingKind), pszName(pszSettingName), ullDefault(ullStandard) {}
+    template <std::integral Number>
+    constexpr DebugSetting(DebugSettingKind eSettingKind, const XCHAR* pszSettingName, Number standard) noexcept
+        : eKind(eSettingKind), pszName(pszSettingName), ullDefault(static_cast<ULONGLONG>(standard)) {}
     constexpr DebugSetting(DebugSettingKind eSettingKind, const XCHAR* pszSettingName,
                            const XCHAR* pszStandard) noexcept
         : eKind(eSettingKind), pszName(pszSettingName), pszDefault(pszStandard) {}

@@ -7,8 +7,8 @@
 
 #include "platform/Export.h"
 #include "platform/WinTypes.h"
+#include "utilities/debuggingandexceptions/ExecutionContextFields.h"
 #include "utilities/debuggingandexceptions/ExecutionContextIdType.h"
-#include "utilities/debuggingandexceptions/ExecutionContextText.h"
 #include "utilities/debuggingandexceptions/SourcePosition.h"
 #include "utilities/utilitiesdll/CXString.h"
 #include "utilities/utilitiesdll/CriticalResource.h"
@@ -34,14 +34,14 @@ public:
     bool operator==(const ExecutionContextBase& rOther) const { return IsEqual(rOther); }
     bool operator<(const ExecutionContextBase& rOther) const { return LessThan(rOther); }
 
-    ExecutionContextIdType GetExecutionContextIdType() const noexcept { return m_eExecutionContextIdType; }
+    ExecutionContextIdType GetExecutionContextIdType() const noexcept { return m_oFields.m_eContext; }
     /// The free text, possibly empty.
-    CXString GetMessageW() const { return m_oMessage.Get(); }
-    CXString GetFileWhereConstructed() const { return m_oFileWhereConstructed.Get(); }
-    CXString GetFunctionWhereConstructed() const { return m_oFunctionWhereConstructed.Get(); }
-    DWORD GetLineNumWhereConstructed() const noexcept { return m_dwLineNumWhereConstructed; }
+    CXString GetMessageW() const { return m_oFields.m_oMessage.Get(); }
+    CXString GetFileWhereConstructed() const { return m_oFields.m_oFile.Get(); }
+    CXString GetFunctionWhereConstructed() const { return m_oFields.m_oFunction.Get(); }
+    DWORD GetLineNumWhereConstructed() const noexcept { return m_oFields.m_dwLine; }
     /// Does the message name the place itself?
-    bool IsLocationEmbeddedInMsg() const noexcept { return m_fLocationEmbeddedInMsg; }
+    bool IsLocationEmbeddedInMsg() const noexcept { return m_oFields.m_fLocationEmbeddedInMsg; }
 
     /// "%s line %ld" (function, line) for a qualified function name, else "%s, %s line %ld" (file, function, line).
     CXString GetSingleLineLocationString() const;
@@ -64,12 +64,12 @@ protected:
     /// From literals: nothing is copied.  Here, because contexts are made all the time.
     ExecutionContextBase(ExecutionContextIdType eContext, const vlm::SourcePosition& rPosition,
                          bool fLocationEmbeddedInMsg, LiteralText literalMessage) noexcept
-        : m_eExecutionContextIdType(CheckedId(eContext)),
-          m_dwLineNumWhereConstructed(rPosition.dwLine),
-          m_oMessage(literalMessage),
-          m_oFileWhereConstructed(rPosition.pszFile),
-          m_oFunctionWhereConstructed(rPosition.pszMethod),
-          m_fLocationEmbeddedInMsg(fLocationEmbeddedInMsg) {}
+        : m_oFields{CheckedId(eContext),
+                    rPosition.dwLine,
+                    ExecutionContextText(literalMessage),
+                    ExecutionContextText(rPosition.pszFile),
+                    ExecutionContextText(rPosition.pszMethod),
+                    fLocationEmbeddedInMsg} {}
     /// At a place given by literals, with a string for a message.
     ExecutionContextBase(ExecutionContextIdType eContext, const vlm::SourcePosition& rPosition,
                          bool fLocationEmbeddedInMsg, const CXString& kcsMessage);
@@ -88,12 +88,7 @@ private:
 
     static CriticalResource m_soStringMapResource;
 
-    ExecutionContextIdType m_eExecutionContextIdType;
-    DWORD m_dwLineNumWhereConstructed;
-    ExecutionContextText m_oMessage;
-    ExecutionContextText m_oFileWhereConstructed;
-    ExecutionContextText m_oFunctionWhereConstructed;
-    bool m_fLocationEmbeddedInMsg;
+    vlm::ExecutionContextFields<ExecutionContextIdType> m_oFields;
 };
 
 /// Orders shared contexts by value; null comes first.

@@ -12,15 +12,7 @@ ExecutionContextLifetime::ExecutionContextLifetime(std::unique_ptr<ExecutionCont
 
 ExecutionContextLifetime::ExecutionContextLifetime(std::unique_ptr<ExecutionContextBase> apoExecutionContextBase,
                                                    ExecutionContextStack& rStack)
-    : m_rExecutionContextStack(rStack),
-      m_pExecutionContextBase(apoExecutionContextBase.get()),
-      m_eExecutionContextIdType(apoExecutionContextBase ? apoExecutionContextBase->GetExecutionContextIdType()
-                                                        : ECIE_NOT_SPECIFIED) {
-    m_rExecutionContextStack.PushContext(ExecutionContextPointer(std::move(apoExecutionContextBase)));
-}
+    : ExecutionContextLifetimeBase(std::move(apoExecutionContextBase), &ExecutionContextBase::GetExecutionContextIdType,
+                                   rStack) {}
 
-ExecutionContextLifetime::~ExecutionContextLifetime() {
-    if (m_pExecutionContextBase) {
-        m_rExecutionContextStack.PopContext(m_pExecutionContextBase, m_eExecutionContextIdType);
-    }
-}
+ExecutionContextLifetime::~ExecutionContextLifetime() = default;

@@ -6,13 +6,15 @@
 
 #include "platform/Export.h"
 #include "utilities/debuggingandexceptions/BasicExecutionContext.h"
+#include "utilities/debuggingandexceptions/ExecutionContextLifetimeBase.h"
 #include "utilities/debuggingandexceptions/ExecutionContextStack.h"
 
 /// Pushes a context when built and pops the very same one when destroyed.
 /// **Ownership**: takes the context over.  **Threads**: built and destroyed on one thread.
 /// **Failure**: throws `ExceptionOutOfMemory`; nothing is then pushed.  A null context is reported and nothing is
 /// pushed.
-class VLM_API ExecutionContextLifetime {
+class VLM_API ExecutionContextLifetime
+    : vlm::ExecutionContextLifetimeBase<ExecutionContextStack, ExecutionContextBase, ExecutionContextIdType> {
 public:
     /// On the calling thread's stack.
     explicit ExecutionContextLifetime(std::unique_ptr<ExecutionContextBase> apoExecutionContextBase);
@@ -20,12 +22,4 @@ public:
     ExecutionContextLifetime(std::unique_ptr<ExecutionContextBase> apoExecutionContextBase,
                              ExecutionContextStack& rStack);
     ~ExecutionContextLifetime();
-    ExecutionContextLifetime(const ExecutionContextLifetime&) = delete;
-    ExecutionContextLifetime& operator=(const ExecutionContextLifetime&) = delete;
-
-private:
-    ExecutionContextStack& m_rExecutionContextStack;
-    // The stack owns the context.  The address only says which one it was; null when nothing was pushed.
-    const ExecutionContextBase* m_pExecutionContextBase;
-    ExecutionContextIdType m_eExecutionContextIdType;
 };

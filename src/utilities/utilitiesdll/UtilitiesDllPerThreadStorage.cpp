@@ -34,31 +34,33 @@ ThreadPort& Threads() noexcept {
     return *vlm::GetPlatform().pThreads;
 }
 
-/// Stands in for the stack of a thread that cannot get its own.
-struct DefaultStack {
+/// Stands in for the stacks of a thread that cannot get its own.
+struct DefaultStacks {
     std::atomic<DWORD> m_dwThread{0};
     ExecutionContextStack m_oStack;
+    ConstraintExecutionContextStack m_oConstraintStack;
 };
-constinit vlm::NeverDestroyed<std::array<DefaultStack, 64>> gaoDefaultStacks;
+constinit vlm::NeverDestroyed<std::array<DefaultStacks, 64>> gaoDefaultStacks;
 
-/// The calling thread's own stand-in, so that threads in trouble do not also race.  When more threads than there are
+/// The calling thread's own stand-ins, so that threads in trouble do not also race.  When more threads than there are
 /// stand-ins are in trouble, the last ones share.
-ExecutionContextStack& GetDefaultStack() noexcept {
-    std::array<DefaultStack, 64>& raoStacks = gaoDefaultStacks.m_oObject;
+DefaultStacks& GetDefaultStacks() noexcept {
+    std::array<DefaultStacks, 64>& raoStacks = gaoDefaultStacks.m_oObject;
     const DWORD dwSelf = Threads().CurrentThreadId();
-    for (DefaultStack& rDefault : raoStacks) {
+    for (DefaultStacks& rDefault : raoStacks) {
         DWORD dwOwner = 0;
         if (rDefault.m_dwThread.compare_exchange_strong(dwOwner, dwSelf, std::memory_order_relaxed) ||
             dwOwner == dwSelf) {
-            return rDefault.m_oStack;
+            return rDefault;
         }
     }
-    return raoStacks.back().m_oStack;
+    return raoStacks.back();
 }
 
 void ReleaseDefaultStacks() noexcept {
-    for (DefaultStack& rDefault : gaoDefaultStacks.m_oObject) {
+    for (DefaultStacks& rDefault : gaoDefaultStacks.m_oObject) {
         rDefault.m_oStack = ExecutionContextStack();
+        rDefault.m_oConstraintStack = ConstraintExecutionContextStack();
         rDefault.m_dwThread.store(0, std::memory_order_relaxed);
     }
 }
@@ -213,25 +215,57 @@ UtilitiesDllPerThreadStorage* UtilitiesDllPerThreadStorage::Create() noexcept {
     return nullptr;
 }
 
-/// The calling thread's object, made if need be; null when there is none to be had, which is then reported.
-UtilitiesDllPerThreadStorage* UtilitiesDllPerThreadStorage::GetOrReport() noexcept {
-    if (goRaising.Holds()) {
-        const vlm::ThreadGuard::Scope scope(goRaisingAgain);
-        if (!scope.HasEntered()) return nullptr;
+/// What is reported when the calling thread's object cannot be had, in the words of what was asked for.
+struct UtilitiesDllPerThreadStorage::Reports {
+    void (*m_pfnNotInitialized)() noexcept;
+    void (*m_pfnAskedAgain)() noexcept;
+};
+
+constinit const UtilitiesDllPerThreadStorage::Reports UtilitiesDllPerThreadStorage::EXECUTION_CONTEXT_REPORTS{
+    []() noexcept {
+        VLM_REPORT_ERROR(
+            CATEGORIES, VTEXT("Can't get the ExecutionContextStack! geUtilitiesDllPerThreadStorageInitializedState == "
+                              "UDPTS_UNINITIALIZED. Tell Tobin if you see this message and leave it open so a debugger "
+                              "can be attached to determine the cause."));
+    },
+    []() noexcept {
         VLM_REPORT_ERROR(
             CATEGORIES, VTEXT("geUtilitiesDllPerThreadStorageInitializedState == UDPTS_RAISING_ERROR_IN_GET_METHOD so "
                               "we're returning a default ExecutionContextStack. This is probably going to lead to "
                               "subsequent assertions when we later pop off the wrong stack. Tell Tobin if you see this "
                               "message and leave it open so a debugger can be attached to determine the cause."));
+    }};
+
+constinit const UtilitiesDllPerThreadStorage::Reports
+    UtilitiesDllPerThreadStorage::CONSTRAINT_EXECUTION_CONTEXT_REPORTS{
+        []() noexcept {
+            VLM_REPORT_ERROR(
+                CATEGORIES,
+                VTEXT("Can't get the ConstraintExecutionContextStack! "
+                      "geUtilitiesDllPerThreadStorageInitializedState == UDPTS_UNINITIALIZED. Tell Tobin if "
+                      "you see this message and leave it open so a debugger can be attached to determine the "
+                      "cause."));
+        },
+        []() noexcept {
+            VLM_REPORT_ERROR(
+                CATEGORIES,
+                VTEXT("geUtilitiesDllPerThreadStorageInitializedState == UDPTS_RAISING_ERROR_IN_GET_METHOD so "
+                      "we're returning a default ConstraintExecutionContextStack. This is probably going to "
+                      "lead to subsequent assertions when we later pop off the wrong stack. Tell Tobin if you "
+                      "see this message and leave it open so a debugger can be attached to determine the "
+                      "cause."));
+        }};
+
+/// The calling thread's object, made if need be; null when there is none to be had, which is then reported.
+UtilitiesDllPerThreadStorage* UtilitiesDllPerThreadStorage::GetOrReport(const Reports& rReports) noexcept {
+    if (goRaising.Holds()) {
+        const vlm::ThreadGuard::Scope scope(goRaisingAgain);
+        if (!scope.HasEntered()) return nullptr;
+        rReports.m_pfnAskedAgain();
         return nullptr;
     }
     if (geUtilitiesDllPerThreadStorageInitializedState.load(std::memory_order_acquire) == UDPTS_UNINITIALIZED) {
-        RaiseError([] {
-            VLM_REPORT_ERROR(
-                CATEGORIES, VTEXT("Can't get the ExecutionContextStack! geUtilitiesDllPerThreadStorageInitializedState "
-                                  "== UDPTS_UNINITIALIZED. Tell Tobin if you see this message and leave it open so a "
-                                  "debugger can be attached to determine the cause."));
-        });
+        RaiseError(rReports.m_pfnNotInitialized);
         return nullptr;
     }
     Status status = Status::Success;
@@ -250,8 +284,14 @@ ExecutionContextStack& UtilitiesDllPerThreadStorage::GetExecutionContextStack() 
     if (UtilitiesDllPerThreadStorage* const pObject = Find()) [[likely]] {
         return pObject->m_oExecutionContextStack;
     }
-    UtilitiesDllPerThreadStorage* const pObject = GetOrReport();
-    return pObject ? pObject->m_oExecutionContextStack : GetDefaultStack();
+    UtilitiesDllPerThreadStorage* const pObject = GetOrReport(EXECUTION_CONTEXT_REPORTS);
+    return pObject ? pObject->m_oExecutionContextStack : GetDefaultStacks().m_oStack;
+}
+
+ConstraintExecutionContextStack& UtilitiesDllPerThreadStorage::GetConstraintExecutionContextStack() noexcept {
+    UtilitiesDllPerThreadStorage* pObject = Find();
+    if (!pObject) pObject = GetOrReport(CONSTRAINT_EXECUTION_CONTEXT_REPORTS);
+    return pObject ? pObject->m_oConstraintExecutionContextStack : GetDefaultStacks().m_oConstraintStack;
 }
 
 const ExecutionContextStack* UtilitiesDllPerThreadStorage::PeekExecutionContextStack() noexcept {
@@ -266,7 +306,7 @@ void* UtilitiesDllPerThreadStorage::GetSlot(PerThreadSlot eSlot) noexcept {
 
 bool UtilitiesDllPerThreadStorage::SetSlot(PerThreadSlot eSlot, void* pObject, void (*pfnDestroy)(void*)) noexcept {
     UtilitiesDllPerThreadStorage* pOwner = Find();
-    if (!pOwner) pOwner = GetOrReport();
+    if (!pOwner) pOwner = GetOrReport(EXECUTION_CONTEXT_REPORTS);
     if (!pOwner || eSlot >= PTS_COUNT) return false;
     const Slot former = std::exchange(pOwner->m_aoSlots[eSlot], Slot{pObject, pfnDestroy});
     if (former.m_pObject && former.m_pfnDestroy) former.m_pfnDestroy(former.m_pObject);

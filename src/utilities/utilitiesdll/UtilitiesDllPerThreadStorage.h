@@ -8,6 +8,7 @@
 
 #include "platform/Export.h"
 #include "platform/WinTypes.h"
+#include "utilities/debuggingandexceptions/ConstraintExecutionContextStack.h"
 #include "utilities/debuggingandexceptions/ExecutionContextStack.h"
 #include "utilities/utilitiesdll/CriticalResource.h"
 
@@ -20,7 +21,6 @@ enum UtilitiesDllPerThreadStorageState {
 
 /// Objects of upper floors that live as long as their thread: each is claimed by the class that keeps it there.
 enum PerThreadSlot {
-    PTS_CONSTRAINT_EXECUTION_CONTEXT_STACK,
     PTS_PROPERTY_BAG,
     PTS_INDEXED_ATTRIBUTE_LIST,
     PTS_DEVICE_SETTINGS_MANAGER,
@@ -28,7 +28,8 @@ enum PerThreadSlot {
     PTS_COUNT,  ///< marks the end
 };
 
-/// The object that each thread gets on its first request: its execution context stack and the objects of upper floors.
+/// The object that each thread gets on its first request: its two stacks of execution contexts and the objects of upper
+/// floors.
 ///
 /// It lies behind one slot of the system's thread-local storage.  All objects are also listed, so that unloading frees
 /// those of threads that never detached; when the process is ending, nothing is freed and no lock is touched.
@@ -43,6 +44,8 @@ public:
     /// The calling thread's stack, made on first use.  Without a slot or memory that is reported, and the answer is a
     /// substitute that belongs to the calling thread, until the storage is initialised anew.
     static ExecutionContextStack& GetExecutionContextStack() noexcept;
+    /// The same for the calling thread's stack of constraint execution contexts.
+    static ConstraintExecutionContextStack& GetConstraintExecutionContextStack() noexcept;
     /// The calling thread's stack if it has one, else null; makes and reports nothing.
     static const ExecutionContextStack* PeekExecutionContextStack() noexcept;
 
@@ -80,7 +83,10 @@ private:
     ~UtilitiesDllPerThreadStorage();
 
     static UtilitiesDllPerThreadStorage* Find() noexcept;
-    static UtilitiesDllPerThreadStorage* GetOrReport() noexcept;
+    struct Reports;
+    static const Reports EXECUTION_CONTEXT_REPORTS;
+    static const Reports CONSTRAINT_EXECUTION_CONTEXT_REPORTS;
+    static UtilitiesDllPerThreadStorage* GetOrReport(const Reports& rReports) noexcept;
     static UtilitiesDllPerThreadStorage* Create() noexcept;
     static void OnThreadEnd(void* pObject) noexcept;
     static void Retire(UtilitiesDllPerThreadStorage* pObject, const XCHAR* pszEvent) noexcept;
@@ -91,5 +97,6 @@ private:
     static CriticalResource& m_soAllocatedObjectsVectorResource;
 
     ExecutionContextStack m_oExecutionContextStack;
+    ConstraintExecutionContextStack m_oConstraintExecutionContextStack;
     std::array<Slot, PTS_COUNT> m_aoSlots{};
 };
