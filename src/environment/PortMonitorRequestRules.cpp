@@ -68,11 +68,6 @@ bool IsThirdRegular(const RequestOperation& rOperation, const PortMonitorRequest
     return fNeedsSid ? IsRegularSid(rRequest.m_csThird) : rRequest.m_csThird.IsEmpty();
 }
 
-/// UTF-16 that ends with its only zero.
-bool IsRegularText(std::span<const BYTE> data) noexcept {
-    return data.size() >= 2 && data.size() % 2 == 0 && UnitAt(data, data.size() - 2) == 0;
-}
-
 bool IsDataRegular(const RequestOperation& rOperation, std::span<const BYTE> data) noexcept {
     if (data.size() > bounds::MAX_REQUEST_DATA_BYTES) return false;
     DWORD cEntries = 0;
@@ -104,6 +99,10 @@ bool IsDataRegular(const RequestOperation& rOperation, std::span<const BYTE> dat
 }
 
 }  // namespace
+
+bool IsRegularText(std::span<const BYTE> data) noexcept {
+    return data.size() >= 2 && data.size() % 2 == 0 && UnitAt(data, data.size() - 2) == 0;
+}
 
 bool IsRegularKeyPath(XStringView path) noexcept {
     if (path.empty() || path.size() > bounds::MAX_KEY_PATH_UNITS) return false;
@@ -168,6 +167,22 @@ bool IsRegularValueList(std::span<const BYTE> data, DWORD& rcEntries) noexcept {
     }
     rcEntries = static_cast<DWORD>(cbEntries / ENTRY_BYTES);
     return cNext == data.size();
+}
+
+std::vector<CXString> ValueListNames(std::span<const BYTE> data) {
+    DWORD cEntries = 0;
+    std::vector<CXString> vcsNames;
+    if (!IsRegularValueList(data, cEntries)) return vcsNames;
+    vcsNames.reserve(cEntries);
+    std::size_t cNext = DwordAt(data, 0);
+    for (DWORD i = 0; i < cEntries; ++i) {
+        std::size_t cEnd = cNext;
+        while (UnitAt(data, cEnd) != 0)
+            cEnd += 2;
+        vcsNames.push_back(ByteBuffer(data.subspan(cNext, cEnd - cNext)).getAsStringValue());
+        cNext = cEnd + 2;
+    }
+    return vcsNames;
 }
 
 bool ObeysRequestRules(const PortMonitorRequest& rRequest) {

@@ -2,6 +2,8 @@
 /// What a request may say, beyond the shape of its record.
 #pragma once
 
+#include <vector>
+
 #include "environment/PortMonitorRequest.h"
 
 namespace vlm {
@@ -23,5 +25,11 @@ VLM_API bool DoesRootNeedSid(_HKEYREGISTRY_ eRoot) noexcept;
 /// A value-list as the spooler carries it: entries of 32 bytes with offsets in place of pointers, then the names.
 /// @param rcEntries how many entries there are.
 VLM_API bool IsRegularValueList(std::span<const BYTE> data, DWORD& rcEntries) noexcept;
+
+/// The names in a regular value list, in their order; none for any other data.
+VLM_API std::vector<CXString> ValueListNames(std::span<const BYTE> data);
+
+/// UTF-16 that ends with a zero unit.
+VLM_API bool IsRegularText(std::span<const BYTE> data) noexcept;
 
 }  // namespace vlm

@@ -51,11 +51,11 @@ const Cell& CellFor(const RequestCaller& rCaller, RequestTarget eTarget) noexcep
     return TABLE[static_cast<std::size_t>(eTarget)][static_cast<std::size_t>(rCaller.m_eClass)];
 }
 
-bool IsTrusted(CallerClass eClass) noexcept {
-    return eClass == CallerClass::Administrator || eClass == CallerClass::System;
-}
-
 }  // namespace
+
+bool IsTrustedCaller(const RequestCaller& rCaller) noexcept {
+    return rCaller.m_eClass == CallerClass::Administrator || rCaller.m_eClass == CallerClass::System;
+}
 
 CallerClass ClassifyCaller(const IdentityPort::Identity& rIdentity, bool fHostProcess) noexcept {
     if (fHostProcess) return CallerClass::System;
@@ -78,7 +78,7 @@ RequestRights Authorise(const RequestCaller& rCaller, RequestEffect eEffect, con
         case RequestEffect::Write:
             fAllowed = rCell.m_fWrite;
             // The default user's tree is everybody's: beside administrators, people change only the values made for it.
-            if (eTarget == RequestTarget::UserDefault && !IsTrusted(rCaller.m_eClass)) {
+            if (eTarget == RequestTarget::UserDefault && !IsTrustedCaller(rCaller)) {
                 fAllowed = fAllowed && IsDefaultUserValueName(kcsValueName);
             }
             break;
@@ -102,7 +102,7 @@ RequestRights AuthoriseCopy(const RequestCaller& rCaller, const ResolvedKey& rSo
     if (fOneTree && IsWithin(rTarget.m_csPath, rSource.m_csPath)) return RequestRights::Refused;
     const bool fOneTarget = fOneTree && ClassifyTarget(rSource, CXString(), rCaller.m_csSid) ==
                                             ClassifyTarget(rTarget, CXString(), rCaller.m_csSid);
-    return fOneTarget || IsTrusted(rCaller.m_eClass) ? eWrite : RequestRights::Refused;
+    return fOneTarget || IsTrustedCaller(rCaller) ? eWrite : RequestRights::Refused;
 }
 
 DWORD MaskRights(DWORD dwAccessMask) noexcept {
@@ -119,12 +119,11 @@ bool AuthoriseCommand(const RequestCaller& rCaller, ChannelCommand eCommand, con
         case ChannelCommand::IsReady:
             return true;
         case ChannelCommand::RemoveSid:
-            return IsTrusted(rCaller.m_eClass) ||
+            return IsTrustedCaller(rCaller) ||
                    (rCaller.m_eClass == CallerClass::Standard && rCaller.m_csSid.CompareNoCase(kcsSid) == 0);
         case ChannelCommand::Upgrade:
         case ChannelCommand::RemoveLrs:
-            return IsTrusted(rCaller.m_eClass) &&
-                   (rCaller.m_dwGrantedAccess & SpoolerPort::SERVER_ACCESS_ADMINISTER) != 0;
+            return IsTrustedCaller(rCaller) && (rCaller.m_dwGrantedAccess & SpoolerPort::SERVER_ACCESS_ADMINISTER) != 0;
     }
     return false;
 }

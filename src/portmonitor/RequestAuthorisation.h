@@ -25,6 +25,9 @@ struct RequestCaller {
     DWORD m_dwGrantedAccess = 0;
 };
 
+/// An administrator, or the system itself.
+bool IsTrustedCaller(const RequestCaller& rCaller) noexcept;
+
 /// @param fHostProcess the thread carries no token of its own: the call comes from inside the spooler.
 CallerClass ClassifyCaller(const IdentityPort::Identity& rIdentity, bool fHostProcess) noexcept;
 

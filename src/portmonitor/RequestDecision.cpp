@@ -2,6 +2,8 @@
 /// Puts resolving and authorising together, operation by operation.
 #include "portmonitor/RequestDecision.h"
 
+#include "environment/PortMonitorRequestRules.h"
+
 namespace vlm {
 
 namespace {
@@ -25,6 +27,16 @@ RequestRights AuthoriseRename(const PortMonitorRequest& rRequest, const RequestC
     return eOld == eNew ? eOld : RequestRights::Refused;
 }
 
+/// A list is as good as the worst of its names.
+RequestRights AuthoriseValueList(const PortMonitorRequest& rRequest, const RequestCaller& rCaller,
+                                 const ResolvedKey& rKey) {
+    const RequestRights eRights = Authorise(rCaller, RequestEffect::Read, rKey, CXString());
+    for (const CXString& kcsName : ValueListNames(rRequest.m_bbData)) {
+        if (Authorise(rCaller, RequestEffect::Read, rKey, kcsName) != eRights) return RequestRights::Refused;
+    }
+    return eRights;
+}
+
 /// The whole request is allowed when each of the values that it names is.
 RequestRights AuthoriseOne(const PortMonitorRequest& rRequest, const RequestOperation& rOperation,
                            const RequestCaller& rCaller, const ResolvedKey& rKey) {
@@ -32,6 +44,8 @@ RequestRights AuthoriseOne(const PortMonitorRequest& rRequest, const RequestOper
     switch (rRequest.m_eFunction) {
         case RenameValue:
             return AuthoriseRename(rRequest, rCaller, rKey);
+        case QueryMultipleValues:
+            return AuthoriseValueList(rRequest, rCaller, rKey);
         case CreateKey:
             return Authorise(rCaller, RequestEffect::Write, rKey, CXString());
         case OpenKey:

@@ -52,4 +52,26 @@ inline constexpr std::size_t MAX_VALUE_LIST_ENTRIES = 4096;
 /// A reply: the data of one value, or of a value list with its entries.
 inline constexpr std::size_t MAX_REPLY_BYTES = MAX_REQUEST_BYTES + MAX_VALUE_LIST_ENTRIES * 32;
 
+// ---- quotas of the port monitor: what one caller, one call and one user may take ----
+
+/// Key handles of one channel; channels of one user, and of all.
+inline constexpr std::size_t MAX_CHANNEL_KEYS = 256;
+inline constexpr std::size_t MAX_USER_CHANNELS = 64;
+inline constexpr std::size_t MAX_CHANNELS = 1024;
+
+/// Data of one value that is read or copied; names of one enumeration.
+inline constexpr std::uint32_t MAX_MONITOR_VALUE_BYTES = 1024 * 1024;
+inline constexpr std::uint32_t MAX_ENUMERATED_NAMES = 65536;
+
+/// Keys, bytes and levels of one copy; keys of one recursive deletion, and how deep the registry can be.
+inline constexpr std::uint32_t MAX_COPIED_KEYS = 10000;
+inline constexpr std::uint64_t MAX_COPIED_BYTES = 64 * 1024 * 1024;
+inline constexpr std::size_t MAX_COPIED_LEVELS = 32;
+inline constexpr std::uint32_t MAX_DELETED_KEYS = 100000;
+inline constexpr std::size_t MAX_KEY_LEVELS = 512;
+
+/// One user's low-rights storage: keys; and bytes of data and names, each key and value counted with 64 more.
+inline constexpr std::uint32_t MAX_STORAGE_KEYS = 10000;
+inline constexpr std::uint64_t MAX_STORAGE_BYTES = 16 * 1024 * 1024;
+
 }  // namespace vlm::bounds
