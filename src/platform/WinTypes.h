@@ -92,6 +92,8 @@ enum class Status : DWORD {
     TimeOut = 1460,
     ResourceNameNotFound = 1814,
     CannotResolveFileName = 1921,
+    BadCryptoData = 0x80090005,
+    CryptoFailure = 0x80090020,
 };
 
 /// The plain number of a status, for messages.

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "PortContract.h"
-#include "platform/CryptoPort.h"
 #include "platform/DesktopPort.h"
 
 namespace vlm::test {
@@ -134,24 +133,6 @@ TEST_P(DesktopPortContract, OutputIsTakenWithAndWithoutDebugger) {
 }
 
 Q9_CONTRACT_SUITE(DesktopPortContract);
-
-class CryptoPortContract : public PortContract {};
-
-TEST_P(CryptoPortContract, RandomBytesFillTheTargetAndDiffer) {
-    CryptoPort& rCrypto = *Ports().pCrypto;
-    EXPECT_EQ(rCrypto.Random(nullptr, 0), Status::Success);
-    // More than a system hands out in one piece; each quarter of it is written.
-    std::vector<BYTE> vbyFirst(1024), vbySecond(1024);
-    EXPECT_EQ(rCrypto.Random(vbyFirst.data(), 1024), Status::Success);
-    EXPECT_EQ(rCrypto.Random(vbySecond.data(), 1023), Status::Success);
-    EXPECT_EQ(vbySecond.back(), 0);
-    for (std::size_t c = 0; c < 1024; c += 256)
-        EXPECT_FALSE(std::equal(vbyFirst.begin() + static_cast<std::ptrdiff_t>(c),
-                                vbyFirst.begin() + static_cast<std::ptrdiff_t>(c) + 255,
-                                vbySecond.begin() + static_cast<std::ptrdiff_t>(c)));
-}
-
-Q9_CONTRACT_SUITE(CryptoPortContract);
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "support/FakeCryptoPort.h"
 #include "support/FakeEventPort.h"
 #include "support/FakeFilePort.h"
 #include "support/FakeIdentityPort.h"
@@ -43,7 +44,7 @@ public:
 
     /// Handles, slots, blocks, tokens, atoms and threads that are taken at the moment.
     std::size_t TakenResources() const {
-        return files.OpenHandles() + registry.OpenHandles() + spooler.OpenHandles() +
+        return files.OpenHandles() + registry.OpenHandles() + spooler.OpenHandles() + crypto.OpenHandles() +
                static_cast<std::size_t>(threads.OpenSlots()) + static_cast<std::size_t>(threads.LocalBlocks()) +
                events.OpenHandles() + events.RunningThreads() + identity.OpenTokens() + sessions.LivingAtoms();
     }
@@ -53,6 +54,7 @@ public:
         files.DropHandles();
         registry.DropHandles();
         spooler.DropHandles();
+        crypto.DropHandles();
         events.DropHandles();
     }
 

@@ -170,17 +170,6 @@ DWORD FakeThreadPort::CurrentThreadId() noexcept {
     return SystemThreads().CurrentThreadId();
 }
 
-Status FakeCryptoPort::Random(void* pTarget, DWORD cbTarget) noexcept {
-    BYTE* const pbyTarget = static_cast<BYTE*>(pTarget);
-    for (DWORD i = 0; i < cbTarget; ++i) {
-        std::uint64_t ull = m_ullState += 0x9E3779B97F4A7C15;
-        ull = (ull ^ ull >> 30) * 0xBF58476D1CE4E5B9;
-        ull = (ull ^ ull >> 27) * 0x94D049BB133111EB;
-        pbyTarget[i] = static_cast<BYTE>(ull >> 56);
-    }
-    return Status::Success;
-}
-
 LONGLONG FakeClockPort::PerformanceCounter() noexcept {
     return static_cast<LONGLONG>(static_cast<double>(m_llMilliseconds) / 1000.0 * static_cast<double>(m_llFrequency));
 }

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "platform/ClockPort.h"
-#include "platform/CryptoPort.h"
 #include "platform/DesktopPort.h"
 #include "platform/ProcessPort.h"
 #include "platform/TextPort.h"
@@ -103,15 +102,6 @@ public:
 private:
     std::atomic<LONGLONG> m_llSlots{0};
     std::atomic<LONGLONG> m_llBlocks{0};
-};
-
-/// Random bytes that are the same in every run.
-class FakeCryptoPort final : public CryptoPort {
-public:
-    Status Random(void* pTarget, DWORD cbTarget) noexcept override;
-
-private:
-    std::atomic<std::uint64_t> m_ullState{0};
 };
 
 /// A clock that stands still until it is set.  It begins on 2024-02-29 12:34:56.789 UTC, with 10 MHz ticks.

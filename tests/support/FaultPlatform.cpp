@@ -241,9 +241,60 @@ public:
 class FaultCrypto final : public Wrapper<CryptoPort> {
 public:
     using Wrapper::Wrapper;
+    Status AcquireProvider(HANDLE& rhProvider) noexcept override {
+        return Guard([&] { return m_rBelow.AcquireProvider(rhProvider); });
+    }
+    void ReleaseProvider(HANDLE hProvider) noexcept override { m_rBelow.ReleaseProvider(hProvider); }
     Status Random(void* pTarget, DWORD cbTarget) noexcept override {
         return Guard([&] { return m_rBelow.Random(pTarget, cbTarget); });
     }
+    Status CreateHash(HANDLE hProvider, HANDLE& rhHash) noexcept override {
+        return Guard([&] { return m_rBelow.CreateHash(hProvider, rhHash); });
+    }
+    Status HashData(HANDLE hHash, const void* pData, DWORD cbData) noexcept override {
+        return Guard([&] { return m_rBelow.HashData(hHash, pData, cbData); });
+    }
+    Status HashValue(HANDLE hHash, BYTE* pbyTarget) noexcept override {
+        return Guard([&] { return m_rBelow.HashValue(hHash, pbyTarget); });
+    }
+    void DestroyHash(HANDLE hHash) noexcept override { m_rBelow.DestroyHash(hHash); }
+    Status ImportKey(HANDLE hProvider, const void* pBlob, DWORD cbBlob, HANDLE& rhKey) noexcept override {
+        return Guard([&] { return m_rBelow.ImportKey(hProvider, pBlob, cbBlob, rhKey); });
+    }
+    Status SetKeyParameter(HANDLE hKey, KeyParameter eParameter, const void* pValue) noexcept override {
+        return Guard([&] { return m_rBelow.SetKeyParameter(hKey, eParameter, pValue); });
+    }
+    /// The short fault: the size that was asked for is too small for the call that follows.
+    Status Encrypt(HANDLE hKey, const void* pSource, DWORD cbSource, void* pTarget,
+                   DWORD& rcbTarget) noexcept override {
+        switch (m_rScript.Decide()) {
+            case Decision::Fail:
+                return m_rScript.FaultStatus();
+            case Decision::Short: {
+                const Status eStatus = m_rBelow.Encrypt(hKey, pSource, cbSource, pTarget, rcbTarget);
+                if (pTarget == nullptr) rcbTarget /= 2;
+                return eStatus;
+            }
+            case Decision::Pass:
+                return m_rBelow.Encrypt(hKey, pSource, cbSource, pTarget, rcbTarget);
+            default:
+                return DEAD;
+        }
+    }
+    Status Decrypt(HANDLE hKey, const void* pSource, DWORD cbSource, void* pTarget,
+                   DWORD& rcbTarget) noexcept override {
+        return Guard([&] { return m_rBelow.Decrypt(hKey, pSource, cbSource, pTarget, rcbTarget); });
+    }
+    void DestroyKey(HANDLE hKey) noexcept override { m_rBelow.DestroyKey(hKey); }
+    Status Protect(const void* pData, DWORD cbData, const void* pEntropy, DWORD cbEntropy, Scope eScope,
+                   BYTE*& rpbyBlob, DWORD& rcbBlob) noexcept override {
+        return Guard([&] { return m_rBelow.Protect(pData, cbData, pEntropy, cbEntropy, eScope, rpbyBlob, rcbBlob); });
+    }
+    Status Unprotect(const void* pBlob, DWORD cbBlob, const void* pEntropy, DWORD cbEntropy, BYTE*& rpbyData,
+                     DWORD& rcbData) noexcept override {
+        return Guard([&] { return m_rBelow.Unprotect(pBlob, cbBlob, pEntropy, cbEntropy, rpbyData, rcbData); });
+    }
+    void ReleaseBlob(BYTE* pbyBlob, DWORD cbBlob) noexcept override { m_rBelow.ReleaseBlob(pbyBlob, cbBlob); }
 };
 
 class FaultText final : public Wrapper<TextPort> {

@@ -90,6 +90,7 @@ constexpr Entry ENTRIES[] = {
     {0x8000FFFF, VTEXT("The operation failed in a way that was not expected.")},
     {0x80090005, VTEXT("The data is not valid.")},
     {0x80090016, VTEXT("The key set does not exist.")},
+    {0x80090020, VTEXT("The cryptographic provider failed.")},
 };
 
 static_assert(std::is_sorted(std::begin(ENTRIES), std::end(ENTRIES),

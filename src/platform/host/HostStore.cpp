@@ -5,7 +5,8 @@
 /// |---|---|
 /// | `key` | `id` (never used twice), `parent` (0 for roots), `name` (compares without ASCII case), `volatile` |
 /// | `value` | `key`, `name` (likewise), `type` (the registry's number), `data` |
-/// | `state` | `name`, `value`: "boot" is the start of the machine that the volatile keys belong to |
+/// | `state` | `name`, `value`: "boot" is the start of the machine that the volatile keys belong to; "protection/..."
+/// are keys of the data protection |
 ///
 /// Names are UTF-8; lone surrogates take the three bytes that UTF-8 gives to nobody.  A write-ahead log keeps readers
 /// and the one writer apart.  A commit is in the file before it is confirmed, so that the death of the process loses
@@ -13,6 +14,7 @@
 /// waiting for the medium each time would make a write several hundred times slower.
 #include "platform/host/HostStore.h"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
@@ -194,8 +196,16 @@ void SwitchToLog(sqlite3* pDatabase) {
     }
 }
 
+/// A new store is its owner's alone: it keeps the keys of the data protection.  SQLite makes the files beside it alike.
+void MakePrivate(const std::string& rPath) noexcept {
+    if (rPath == MEMORY_PATH) return;
+    const int iFile = open(rPath.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0600);
+    if (iFile >= 0) close(iFile);
+}
+
 void Open(Store& rStore) {
     const std::string path = rStore.path.empty() ? DefaultPath() : rStore.path;
+    MakePrivate(path);
     sqlite3* pDatabase = nullptr;
     const int iResult = sqlite3_open_v2(path.c_str(), &pDatabase,
                                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
@@ -251,6 +261,13 @@ bool HostStorePath(std::string& rPath) try {
     return true;
 } catch (const StoreFailure&) {
     return false;
+}
+
+void FlushStore() {
+    Store& rStore = TheStore();
+    const std::lock_guard oLock(rStore.oMutex);
+    if (!rStore.apoDatabase) return;
+    Check(sqlite3_wal_checkpoint_v2(rStore.apoDatabase.get(), nullptr, SQLITE_CHECKPOINT_FULL, nullptr, nullptr));
 }
 
 void SetHostStoreHook(StoreHook pfnHook) noexcept {

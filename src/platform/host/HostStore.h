@@ -25,6 +25,9 @@ bool SetHostStorePath(const char* pszPath) noexcept;
 /// The store in force, as chosen or by default; the folder of the default is made when it is missing.
 /// @return false when there is no place for it.  @throws std::bad_alloc
 bool HostStorePath(std::string& rPath);
+/// Returns when what was committed so far is on the medium; a commit alone may be lost with the power.
+/// Failure: throws StoreFailure.
+void FlushStore();
 
 /// A function called inside each writing transaction when all is written and nothing is confirmed; null: none.  For
 /// tests that stop the process there.
