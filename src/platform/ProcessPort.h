@@ -7,7 +7,7 @@
 namespace vlm {
 
 /// Names of the process and of modules.
-/// Threads: any.  Failure: by a count of 0; nothing throws.
+/// Threads: any.  Failure: by a count of 0, or by status; nothing throws.
 class ProcessPort {
 public:
     virtual ~ProcessPort() = default;
@@ -16,6 +16,14 @@ public:
     /// @param cCapacity room in code units, the terminator included.
     /// @return units written without the terminator, 0 on failure and when the path does not fit.
     virtual std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept = 0;
+    /// The same for the file that the library itself was loaded from (a program that has it linked in: the program).
+    virtual std::size_t LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept = 0;
+    /// The system's folder for its own DLLs, always terminated; 0 where the system has none (host).
+    virtual std::size_t SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept = 0;
+    /// Loads a module for its resources alone: none of its code runs, and only the file at the full path is taken.
+    /// The host has no such modules.  @return FileNotFound, PathNotFound, AccessDenied, NotSupported ...
+    virtual Status LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept = 0;
+    virtual Status FreeResources(HINSTANCE hModule) noexcept = 0;
     virtual DWORD CurrentProcessId() noexcept = 0;
     /// An environment variable, always terminated.  Names compare as the system compares them (host: with case).
     /// @return units written without the terminator, 0 when absent, empty or too long for the room.

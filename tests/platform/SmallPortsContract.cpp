@@ -82,6 +82,23 @@ TEST_P(ProcessPortContract, PathsAreWholeOrNotThere) {
     EXPECT_NE(Process().CurrentProcessId(), 0u);
 }
 
+TEST_P(ProcessPortContract, TheLibrarysFileIsNamedWholeOrNotAtAll) {
+    XCHAR szPath[1024] = {};
+    const std::size_t cUnits = Process().LibraryPath(szPath, std::size(szPath));
+    ASSERT_GT(cUnits, 4u);
+    EXPECT_NE(XStringView(szPath, cUnits).find_first_of(VTEXT("\\/")), XStringView::npos);
+    EXPECT_EQ(Process().LibraryPath(szPath, cUnits), 0u);
+    EXPECT_EQ(Process().LibraryPath(szPath, cUnits + 1), cUnits);
+    HINSTANCE hModule = nullptr;
+    EXPECT_NE(Process().LoadResources(VTEXT("C:\\absent\\q9txt073.dll"), hModule), Status::Success);
+    EXPECT_NE(Process().LoadResources(VTEXT(""), hModule), Status::Success);
+    EXPECT_EQ(hModule, nullptr);
+    const std::size_t cFolder = Process().SystemFolder(szPath, std::size(szPath));
+    if (cFolder == 0) GTEST_SKIP() << "no system folder here";
+    EXPECT_EQ(Process().SystemFolder(szPath, cFolder), 0u);
+    EXPECT_NE(szPath[cFolder - 1], VTEXT('\\'));
+}
+
 TEST_P(ProcessPortContract, EnvironmentVariablesAreWholeOrNotThere) {
     m_oFake.process.SetEnvironmentVariableTo(VTEXT("PATH"), VTEXT("C:\\windows"));
     static XCHAR szValue[32768];

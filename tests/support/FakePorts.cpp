@@ -108,6 +108,18 @@ void FakeProcessPort::SetModulePath(HINSTANCE hModule, XStringView svPath) {
     m_mapModules[hModule] = svPath;
 }
 
+void FakeProcessPort::SetLibraryPath(XStringView svPath) {
+    m_libraryPath = svPath;
+}
+
+void FakeProcessPort::SetSystemFolder(XStringView svPath) {
+    m_systemFolder = svPath;
+}
+
+void FakeProcessPort::AddResources(XStringView svPath, HINSTANCE hModule) {
+    m_mapResources[XString(svPath)] = hModule;
+}
+
 void FakeProcessPort::SetEnvironmentVariableTo(XStringView svName, XStringView svValue) {
     m_mapEnvironment[XString(svName)] = svValue;
 }
@@ -115,6 +127,27 @@ void FakeProcessPort::SetEnvironmentVariableTo(XStringView svName, XStringView s
 std::size_t FakeProcessPort::ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept {
     const auto it = m_mapModules.find(hModule);
     return it != m_mapModules.end() ? CopyTerminated(it->second, pTarget, cCapacity) : 0;
+}
+
+std::size_t FakeProcessPort::LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    return CopyTerminated(m_libraryPath, pTarget, cCapacity);
+}
+
+std::size_t FakeProcessPort::SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    return CopyTerminated(m_systemFolder, pTarget, cCapacity);
+}
+
+Status FakeProcessPort::LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept {
+    const AllocationExempt oExempt;
+    const auto it = pszPath ? m_mapResources.find(pszPath) : m_mapResources.end();
+    if (it == m_mapResources.end()) return Status::FileNotFound;
+    rhModule = it->second;
+    ++m_iLoadedResources;
+    return Status::Success;
+}
+
+Status FakeProcessPort::FreeResources(HINSTANCE) noexcept {
+    return m_iLoadedResources-- > 0 ? Status::Success : Status::InvalidHandle;
 }
 
 std::size_t FakeProcessPort::EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept {

@@ -64,6 +64,12 @@ class FakeProcessPort final : public ProcessPort {
 public:
     /// @param hModule null: the executable ("C:\\Program Files\\Test\\test.exe" at the beginning).
     void SetModulePath(HINSTANCE hModule, XStringView svPath);
+    /// At the beginning "C:\\Driver\\q9util073.dll" and "C:\\Windows\\System32"; an empty path: there is none.
+    void SetLibraryPath(XStringView svPath);
+    void SetSystemFolder(XStringView svPath);
+    /// A module that LoadResources finds; its strings are the text port's (AddString).
+    void AddResources(XStringView svPath, HINSTANCE hModule);
+    int LoadedResources() const { return m_iLoadedResources; }
     void SetEnvironmentVariableTo(XStringView svName, XStringView svValue);
     void SetProcessId(DWORD dwId) { m_dwProcessId = dwId; }
     /// ("\"C:\\Program Files\\Test\\test.exe\" /quiet" at the beginning.)
@@ -72,6 +78,10 @@ public:
     void AddProcess(DWORD dwId) { m_vdwOthers.push_back(dwId); }
 
     std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    std::size_t LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    std::size_t SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    Status LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept override;
+    Status FreeResources(HINSTANCE hModule) noexcept override;
     DWORD CurrentProcessId() noexcept override { return m_dwProcessId; }
     std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
@@ -79,6 +89,10 @@ public:
 
 private:
     std::map<HINSTANCE, XString> m_mapModules{{nullptr, VTEXT("C:\\Program Files\\Test\\test.exe")}};
+    XString m_libraryPath = VTEXT("C:\\Driver\\q9util073.dll");
+    XString m_systemFolder = VTEXT("C:\\Windows\\System32");
+    std::map<XString, HINSTANCE> m_mapResources;
+    std::atomic<int> m_iLoadedResources{0};
     std::map<XString, XString> m_mapEnvironment;
     XString m_strCommandLine = VTEXT("\"C:\\Program Files\\Test\\test.exe\" /quiet");
     std::vector<DWORD> m_vdwOthers;

@@ -343,6 +343,18 @@ public:
     std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override {
         return GuardValue([&] { return m_rBelow.ModulePath(hModule, pTarget, cCapacity); });
     }
+    std::size_t LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept override {
+        return GuardValue([&] { return m_rBelow.LibraryPath(pTarget, cCapacity); });
+    }
+    std::size_t SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override {
+        return GuardValue([&] { return m_rBelow.SystemFolder(pTarget, cCapacity); });
+    }
+    Status LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept override {
+        return Guard([&] { return m_rBelow.LoadResources(pszPath, rhModule); });
+    }
+    Status FreeResources(HINSTANCE hModule) noexcept override {
+        return GuardClose([&] { return m_rBelow.FreeResources(hModule); });
+    }
     DWORD CurrentProcessId() noexcept override { return m_rBelow.CurrentProcessId(); }
     std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override {
         return GuardValue([&] { return m_rBelow.EnvironmentVariable(pszName, pTarget, cCapacity); });

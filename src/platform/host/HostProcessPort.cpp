@@ -49,6 +49,22 @@ std::size_t HostProcessPort::ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::
     return 0;
 }
 
+std::size_t HostProcessPort::LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    return ModulePath(reinterpret_cast<HINSTANCE>(&CopyTerminated), pTarget, cCapacity);
+}
+
+std::size_t HostProcessPort::SystemFolder(XCHAR*, std::size_t) noexcept {
+    return 0;
+}
+
+Status HostProcessPort::LoadResources(const XCHAR*, HINSTANCE&) noexcept {
+    return Status::NotSupported;
+}
+
+Status HostProcessPort::FreeResources(HINSTANCE) noexcept {
+    return Status::InvalidHandle;
+}
+
 DWORD HostProcessPort::CurrentProcessId() noexcept {
     return static_cast<DWORD>(getpid());
 }

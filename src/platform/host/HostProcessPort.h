@@ -9,6 +9,10 @@ namespace vlm::host {
 class HostProcessPort final : public ProcessPort {
 public:
     std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    std::size_t LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    std::size_t SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    Status LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept override;
+    Status FreeResources(HINSTANCE hModule) noexcept override;
     DWORD CurrentProcessId() noexcept override;
     std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept override;

@@ -24,6 +24,34 @@ std::size_t Win32ProcessPort::ModulePath(HINSTANCE hModule, XCHAR* pTarget, std:
     return dwUnits < dwRoom ? dwUnits : 0;  // a path that was cut fills the room
 }
 
+std::size_t Win32ProcessPort::LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    HMODULE hModule = nullptr;
+    const BOOL fFound =
+        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                           reinterpret_cast<const wchar_t*>(&Room), &hModule);
+    return fFound ? ModulePath(hModule, pTarget, cCapacity) : 0;
+}
+
+std::size_t Win32ProcessPort::SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    if (pTarget == nullptr || cCapacity == 0) return 0;
+    const DWORD dwRoom = Room(cCapacity);
+    const DWORD dwUnits = GetSystemDirectoryW(pTarget, dwRoom);
+    return dwUnits < dwRoom ? dwUnits : 0;  // otherwise it is the room needed
+}
+
+Status Win32ProcessPort::LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept {
+    if (pszPath == nullptr || *pszPath == 0) return Status::PathNotFound;
+    HINSTANCE const hModule =
+        LoadLibraryExW(pszPath, nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+    if (hModule == nullptr) return LastStatus();
+    rhModule = hModule;
+    return Status::Success;
+}
+
+Status Win32ProcessPort::FreeResources(HINSTANCE hModule) noexcept {
+    return FreeLibrary(hModule) ? Status::Success : LastStatus();
+}
+
 DWORD Win32ProcessPort::CurrentProcessId() noexcept {
     return GetCurrentProcessId();
 }
