@@ -32,37 +32,22 @@ CXString TextOf(Status status) {
     return CXString(achText.data(), static_cast<int>(cUnits));
 }
 
+/// Where a replacement failed.
+enum class Step { None, Refused, Create, Write, PutInPlace };
+
 /// The file beside the target until it has taken the target's place; removes it otherwise.
 class FileBeside {
 public:
-    explicit FileBeside(const CXString& kcsTarget) : m_kcsTarget(kcsTarget) { Create(); }
+    explicit FileBeside(const CXString& kcsTarget) : m_kcsTarget(kcsTarget) {}
 
     ~FileBeside() {
         CloseOnce();
-        if (!m_bInPlace) Files().Delete(m_csPath);
+        if (m_bCreated && !m_bInPlace) Files().Delete(m_csPath);
     }
     FileBeside(const FileBeside&) = delete;
     FileBeside& operator=(const FileBeside&) = delete;
 
-    void Write(const ByteBuffer& rbbContents) {
-        const auto dwBytes = static_cast<DWORD>(rbbContents.size());
-        DWORD dwWritten = 0;
-        Status status = dwBytes == 0 ? Status::Success : Files().Write(m_hFile, rbbContents.data(), dwBytes, dwWritten);
-        if (status == Status::Success && dwWritten != dwBytes) status = Status::DiskFull;
-        if (status == Status::Success) status = Files().Flush(m_hFile);
-        const Status statusOfClose = CloseOnce();
-        if (status == Status::Success) status = statusOfClose;
-        if (status != Status::Success) Fail(VTEXT("write"), status);
-    }
-
-    void PutInPlace() {
-        const Status status = Files().Move(m_csPath, m_kcsTarget, true);
-        if (status != Status::Success) Fail(VTEXT("put in place"), status);
-        m_bInPlace = true;
-    }
-
-private:
-    void Create() {
+    Status Create() {
         FilePort::OpenOptions oOptions;
         oOptions.eAccess = FilePort::Access::ReadWrite;
         oOptions.eDisposition = FilePort::Disposition::CreateNew;
@@ -73,16 +58,29 @@ private:
                             ++gdwLastNumber);
             status = Files().Open(m_csPath, oOptions, m_hFile);
         }
-        if (status == Status::Success) return;
-        VLM_THROW(ExceptionCreateFileForWriting, VTEXT("Failed to create the file '%s' beside '%s'! Error %lu (%s)."),
-                  m_csPath, m_kcsTarget, vlm::ToDword(status), TextOf(status));
+        m_bCreated = status == Status::Success;
+        return status;
     }
 
-    [[noreturn]] void Fail(const XCHAR* pszStep, Status status) {
-        VLM_THROW(ExceptionWriteFile, VTEXT("Failed to %s the new contents of '%s'! Error %lu (%s)."), pszStep,
-                  m_kcsTarget, vlm::ToDword(status), TextOf(status));
+    Status Write(const ByteBuffer& rbbContents) {
+        const auto dwBytes = static_cast<DWORD>(rbbContents.size());
+        DWORD dwWritten = 0;
+        Status status = dwBytes == 0 ? Status::Success : Files().Write(m_hFile, rbbContents.data(), dwBytes, dwWritten);
+        if (status == Status::Success && dwWritten != dwBytes) status = Status::DiskFull;
+        if (status == Status::Success) status = Files().Flush(m_hFile);
+        const Status statusOfClose = CloseOnce();
+        return status == Status::Success ? statusOfClose : status;
     }
 
+    Status PutInPlace() {
+        const Status status = Files().Move(m_csPath, m_kcsTarget, true);
+        m_bInPlace = status == Status::Success;
+        return status;
+    }
+
+    const CXString& Path() const noexcept { return m_csPath; }
+
+private:
     Status CloseOnce() noexcept {
         if (!m_hFile) return Status::Success;
         return Files().Close(std::exchange(m_hFile, nullptr));
@@ -91,22 +89,62 @@ private:
     const CXString m_kcsTarget;
     CXString m_csPath;
     HANDLE m_hFile = nullptr;
+    bool m_bCreated = false;
     bool m_bInPlace = false;
 };
+
+/// @param reStep where it failed; None after success.  @param rcsPath the file beside, as far as it got a name.
+Status Replace(const CXString& kcsFileName, const ByteBuffer& rbbContents, Step& reStep, CXString& rcsPath) {
+    DWORD dwAttributes = 0;
+    const bool fExists = Files().GetAttributes(kcsFileName, dwAttributes) == Status::Success;
+    const bool fProtected = (dwAttributes & (FilePort::ATTRIBUTE_READONLY | FilePort::ATTRIBUTE_DIRECTORY)) != 0;
+    reStep = Step::Refused;
+    if (kcsFileName.IsEmpty()) return Status::PathNotFound;
+    if (fExists && fProtected) return Status::AccessDenied;
+    FileBeside oBeside(kcsFileName);
+    reStep = Step::Create;
+    Status status = oBeside.Create();
+    rcsPath = oBeside.Path();
+    if (status == Status::Success) {
+        reStep = Step::Write;
+        status = oBeside.Write(rbbContents);
+    }
+    if (status == Status::Success) {
+        reStep = Step::PutInPlace;
+        status = oBeside.PutInPlace();
+    }
+    if (status == Status::Success) reStep = Step::None;
+    return status;
+}
 
 }  // namespace
 
 void WriteBesideAndReplace(const CXString& kcsFileName, const ByteBuffer& rbbContents) {
-    DWORD dwAttributes = 0;
-    const bool fExists = Files().GetAttributes(kcsFileName, dwAttributes) == Status::Success;
-    const bool fProtected = (dwAttributes & (FilePort::ATTRIBUTE_READONLY | FilePort::ATTRIBUTE_DIRECTORY)) != 0;
-    if (kcsFileName.IsEmpty() || (fExists && fProtected)) {
-        const Status status = kcsFileName.IsEmpty() ? Status::PathNotFound : Status::AccessDenied;
-        VLM_THROW(ExceptionCreateFileForWriting,
-                  VTEXT("The name '%s' is empty, a folder or a read-only file, so nothing is written! Error %lu (%s)."),
-                  kcsFileName, vlm::ToDword(status), TextOf(status));
+    Step eStep = Step::None;
+    CXString csPath;
+    const Status status = Replace(kcsFileName, rbbContents, eStep, csPath);
+    switch (eStep) {
+        case Step::None:
+            return;
+        case Step::Refused:
+            VLM_THROW(
+                ExceptionCreateFileForWriting,
+                VTEXT("The name '%s' is empty, a folder or a read-only file, so nothing is written! Error %lu (%s)."),
+                kcsFileName, vlm::ToDword(status), TextOf(status));
+        case Step::Create:
+            VLM_THROW(ExceptionCreateFileForWriting,
+                      VTEXT("Failed to create the file '%s' beside '%s'! Error %lu (%s)."), csPath, kcsFileName,
+                      vlm::ToDword(status), TextOf(status));
+        case Step::Write:
+        case Step::PutInPlace:
+            VLM_THROW(ExceptionWriteFile, VTEXT("Failed to %s the new contents of '%s'! Error %lu (%s)."),
+                      eStep == Step::Write ? VTEXT("write") : VTEXT("put in place"), kcsFileName, vlm::ToDword(status),
+                      TextOf(status));
     }
-    FileBeside oBeside(kcsFileName);
-    oBeside.Write(rbbContents);
-    oBeside.PutInPlace();
+}
+
+vlm::Status TryWriteBesideAndReplace(const CXString& kcsFileName, const ByteBuffer& rbbContents) {
+    Step eStep = Step::None;
+    CXString csPath;
+    return Replace(kcsFileName, rbbContents, eStep, csPath);
 }

@@ -17,3 +17,7 @@
 ///         beside is removed as far as the system allows.  Each message names the file and has the system's own words.
 /// **Threads**: any; of two that replace one file at the same time, one wins whole.
 VLM_API void WriteBesideAndReplace(const CXString& kcsFileName, const ByteBuffer& rbbContents);
+
+/// The same for callers that want the system's status instead: PathNotFound for an empty name, AccessDenied for a
+/// folder or a read-only file, or what the step that failed answered.  @throws ExceptionOutOfMemory.
+VLM_API vlm::Status TryWriteBesideAndReplace(const CXString& kcsFileName, const ByteBuffer& rbbContents);
