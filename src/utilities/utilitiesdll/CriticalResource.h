@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "platform/Export.h"
+#include "utilities/utilitiesdll/DriverLoadedContext.h"
 
 /// A recursive lock over something that threads share.  It may be a `constinit` static: the system's lock behind it is
 /// made when it is first taken, so it is usable before any constructor has run.
@@ -24,6 +25,9 @@ public:
     bool TryLock() noexcept;
     /// Gives the lock back once; only by the thread that holds it.
     void Unlock() noexcept;
+
+    /// Which kind of process has loaded the library.
+    static DriverLoadedContext::Context GetDriverLoadedContext() noexcept { return DriverLoadedContext::Get(); }
 
 private:
     static constexpr std::size_t STORAGE_BYTES = 64;

@@ -1,0 +1,170 @@
+/// @file
+/// Whom a thread acts for, and how it steps back and returns.
+#include "environment/User.h"
+
+#include <gtest/gtest.h>
+
+#include "support/FakePlatform.h"
+#include "support/FaultPlatform.h"
+#include "support/RecordingSink.h"
+#include "utilities/utilitiesdll/CriticalResource.h"
+#include "utilities/utilitiesdll/GrowUntilItFits.h"
+
+namespace {
+
+using namespace vlm;
+using namespace vlm::test;
+
+TEST(UserTest, AnswersForTheThreadAndForTheProcess) {
+    FakePlatform oFake;
+    const PlatformScope oScope(oFake.Get());
+    oFake.identity.SetProcessIdentity(
+        FakeIdentityPort::MakeIdentity(VTEXT("S-1-5-18"), IdentityPort::INTEGRITY_SYSTEM));
+    oFake.identity.AddAccount(VTEXT("HOME\\ann"), VTEXT("S-1-5-21-7-7-7-1005"));
+    EXPECT_TRUE(User::IsLocalSystem());
+    EXPECT_TRUE(User::IsAdministrator()) << "the system may do what an administrator may";
+    EXPECT_FALSE(User::IsImpersonating());
+    EXPECT_EQ(User::GetSIDOfAccount(VTEXT("HOME\\ann")), VTEXT("S-1-5-21-7-7-7-1005"));
+    EXPECT_EQ(User::GetSIDOfAccount(VTEXT("HOME\\bob")), VTEXT(""));
+    oFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(VTEXT("S-1-5-21-7-7-7-1005"), 0x1000));
+    EXPECT_TRUE(User::IsImpersonating());
+    EXPECT_FALSE(User::IsAdministrator());
+    EXPECT_TRUE(User::IsProcessAdministrator());
+    EXPECT_TRUE(User::HasLowIntegrity());
+    EXPECT_EQ(User::GetCurrentUserSID(), VTEXT("S-1-5-21-7-7-7-1005"));
+    EXPECT_EQ(User::GetProcessUserSID(), VTEXT("S-1-5-18"));
+    EXPECT_EQ(User::GetCurrentUserName(), VTEXT("ann"));
+    oFake.identity.StopImpersonating();
+}
+
+TEST(UserTest, WhatTheSystemRefusesToTellCountsAsLeastTrust) {
+    FakePlatform oFake;
+    FaultPlatform oFaults(oFake.Get());
+    const PlatformScope oScope(oFaults.Get());
+    const RecordingSink oSink;
+    oFake.identity.SetProcessIdentity(FakeIdentityPort::MakeIdentity(VTEXT("S-1-5-18"), 0x4000, true));
+    oFaults.Script().Arm(FaultMode::FailFrom, 1);
+    EXPECT_FALSE(User::IsAdministrator());
+    EXPECT_FALSE(User::IsProcessAdministrator());
+    EXPECT_FALSE(User::IsLocalSystem());
+    EXPECT_TRUE(User::HasLowIntegrity());
+    EXPECT_EQ(User::GetCurrentUserSID(), VTEXT(""));
+    EXPECT_EQ(User::GetCurrentUserName(), VTEXT(""));
+    EXPECT_EQ(oSink.Count("The identity of the "), 5u);
+}
+
+TEST(UserTest, PrivilegesAreHeldForAWhile) {
+    FakePlatform oFake;
+    const PlatformScope oScope(oFake.Get());
+    const auto IsOn = [&] { return oFake.identity.IsPrivilegeOn(PrivilegeScope::LOAD_DRIVER); };
+    {
+        const PrivilegeScope oOuter(PrivilegeScope::LOAD_DRIVER);
+        EXPECT_TRUE(oOuter.IsHeld() && IsOn());
+        { const PrivilegeScope oInner(PrivilegeScope::LOAD_DRIVER); }
+        EXPECT_TRUE(IsOn()) << "what was in force before stays so";
+    }
+    EXPECT_FALSE(IsOn());
+    oFake.identity.SetPrivilegeHeld(PrivilegeScope::LOAD_DRIVER, false);
+    EXPECT_FALSE(PrivilegeScope(PrivilegeScope::LOAD_DRIVER).IsHeld());
+}
+
+TEST(UserTest, StepsBackAndReturnsOrEnds) {
+    FakePlatform oFake;
+    FaultPlatform oFaults(oFake.Get());
+    const PlatformScope oScope(oFaults.Get());
+    oFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(VTEXT("S-1-5-21-7-7-7-1005")));
+    {
+        const RevertToPrinterSelfWrapper oSelf;
+        EXPECT_TRUE(oSelf.IsReverted());
+        EXPECT_FALSE(User::IsImpersonating());
+        { const RevertToPrinterSelfWrapper oNested; }
+        EXPECT_FALSE(User::IsImpersonating());
+    }
+    EXPECT_TRUE(User::IsImpersonating());
+    EXPECT_EQ(oFake.identity.OpenTokens(), 0u);
+    {
+        oFaults.Script().Arm(FaultMode::FailOnce, 1);
+        const RevertToPrinterSelfWrapper oSelf;
+        EXPECT_FALSE(oSelf.IsReverted());
+        EXPECT_TRUE(User::IsImpersonating()) << "still the user's own rights";
+    }
+    EXPECT_FALSE(oFake.identity.EndedWith());
+    const RecordingSink oSink;
+    {
+        const RevertToPrinterSelfWrapper oSelf;
+        oFaults.Script().Arm(FaultMode::FailOnce, 1);
+    }
+    EXPECT_EQ(oFake.identity.EndedWith(), RevertToPrinterSelfWrapper::EXIT_CODE_IDENTITY_LOST);
+    EXPECT_TRUE(oSink.Texts().empty()) << "no further step with the wrong rights";
+    oFake.identity.StopImpersonating();
+}
+
+TEST(DriverLoadedContextTest, IsToldByTheProgramsName) {
+    FakePlatform oFake;
+    const PlatformScope oScope(oFake.Get());
+    const struct {
+        const XCHAR* pszPath;
+        DriverLoadedContext::Context eContext;
+        bool fSpoolerSide;
+    } aRows[] = {
+        {VTEXT("C:\\Windows\\System32\\SPOOLSV.exe"), DriverLoadedContext::DLC_SPOOLER, true},
+        {VTEXT("C:\\Windows\\System32\\PrintIsolationHost.exe"), DriverLoadedContext::DLC_SPOOLER_COMPONENT, true},
+        {VTEXT("printfilterpipelinesvc.exe"), DriverLoadedContext::DLC_SPOOLER_COMPONENT, true},
+        {VTEXT("C:\\Windows\\System32\\wbem\\WmiPrvSE.exe"), DriverLoadedContext::DLC_WMI_PROVIDER, false},
+        {VTEXT("/opt/msiexec.exe"), DriverLoadedContext::DLC_INSTALLER, false},
+        {VTEXT("C:\\spoolsv.exe\\x.exe"), DriverLoadedContext::DLC_APPLICATION, false},
+        {VTEXT("xspoolsv.exe"), DriverLoadedContext::DLC_APPLICATION, false},
+        {VTEXT(""), DriverLoadedContext::DLC_UNKNOWN, false},
+    };
+    for (const auto& rRow : aRows) {
+        oFake.process.SetModulePath(nullptr, rRow.pszPath);
+        EXPECT_EQ(CriticalResource::GetDriverLoadedContext(), rRow.eContext) << Narrow(rRow.pszPath);
+        EXPECT_EQ(DriverLoadedContext::IsSpoolerSide(), rRow.fSpoolerSide);
+    }
+}
+
+TEST(GrowUntilItFitsTest, AsksAgainUntilTheValueFits) {
+    const struct {
+        const char* pszWhat;
+        std::vector<DWORD> vcbNeeded;  ///< at each call; the last one stays
+        Status eTooSmall;
+        std::size_t cbFirst;
+        Status eAnswer;
+        std::size_t cbAnswer;
+        std::size_t cCalls;
+    } aRows[] = {
+        {"fits at once", {10}, Status::MoreData, 16, Status::Success, 10, 1},
+        {"nothing there", {0}, Status::MoreData, 0, Status::Success, 0, 1},
+        {"size query answers success", {10}, Status::Success, 0, Status::Success, 10, 2},
+        {"grows meanwhile", {10, 20, 30}, Status::MoreData, 0, Status::Success, 30, 4},
+        {"grows for ever", {10, 20, 30, 40, 50, 60}, Status::MoreData, 0, Status::MoreData, 0, 5},
+        {"beyond the limit", {1001}, Status::MoreData, 0, Status::InsufficientBuffer, 0, 1},
+        {"at the limit", {1000}, Status::InsufficientBuffer, 0, Status::Success, 1000, 2},
+    };
+    for (const auto& rRow : aRows) {
+        ByteBuffer bbTarget;
+        bbTarget.resize(rRow.cbFirst);
+        std::size_t cCalls = 0;
+        const auto Call = [&](BYTE* pbyTarget, DWORD cbTarget, DWORD& rcbNeeded) {
+            rcbNeeded = rRow.vcbNeeded[std::min(cCalls, rRow.vcbNeeded.size() - 1)];
+            ++cCalls;
+            if (rcbNeeded > cbTarget) return rRow.eTooSmall;
+            std::fill_n(pbyTarget, rcbNeeded, BYTE{1});
+            return Status::Success;
+        };
+        EXPECT_EQ(GrowUntilItFits(Call, 1000, bbTarget), rRow.eAnswer) << rRow.pszWhat;
+        EXPECT_EQ(bbTarget.size(), rRow.cbAnswer) << rRow.pszWhat;
+        EXPECT_EQ(cCalls, rRow.cCalls) << rRow.pszWhat;
+    }
+    // A call that does not say how much there is gets more room each time; any other status ends the matter.
+    ByteBuffer bbTarget;
+    std::vector<DWORD> vcbRooms;
+    const auto Mute = [&](BYTE*, DWORD cbTarget, DWORD&) {
+        vcbRooms.push_back(cbTarget);
+        return vcbRooms.size() < 4 ? Status::MoreData : Status::AccessDenied;
+    };
+    EXPECT_EQ(GrowUntilItFits(Mute, 1000, bbTarget), Status::AccessDenied);
+    EXPECT_EQ(vcbRooms, (std::vector<DWORD>{0, 64, 128, 256}));
+}
+
+}  // namespace
