@@ -11,3 +11,14 @@
 #else
 #define VLM_API __attribute__((visibility("default")))
 #endif
+
+namespace vlm {
+
+/// Whether the system's loader calls the library's entry point; elsewhere static construction and destruction stand in.
+#ifdef _WIN32
+inline constexpr bool LOADER_CALLS_ENTRY_POINT = true;
+#else
+inline constexpr bool LOADER_CALLS_ENTRY_POINT = false;
+#endif
+
+}  // namespace vlm

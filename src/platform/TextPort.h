@@ -53,6 +53,9 @@ public:
     ///         the terminator, 0 after a failure.
     virtual Status WindowText(HWND hwnd, XCHAR* pTarget, std::size_t cCapacity, std::size_t& rcLength) noexcept = 0;
 
+    /// The window that holds or owns another one; null when there is none.
+    virtual HWND ParentWindow(HWND hwnd) noexcept = 0;
+
     /// Sets a window's caption from a zero-terminated text (null: an empty one).
     virtual Status SetWindowCaption(HWND hwnd, const XCHAR* pszText) noexcept = 0;
 };

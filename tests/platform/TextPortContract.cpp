@@ -133,6 +133,7 @@ TEST_P(TextPortContract, WhatIsNotThereIsSaidSo) {
     EXPECT_EQ(szText[0], 0);
     EXPECT_EQ(Text().WindowText(hwndNone, szText, 0, cLength), Status::InvalidParameter);
     EXPECT_EQ(Text().SetWindowCaption(hwndNone, VTEXT("x")), Status::InvalidWindowHandle);
+    EXPECT_EQ(Text().ParentWindow(hwndNone), nullptr);
     EXPECT_TRUE(Text().StringResource(nullptr, 59999).empty());
 }
 

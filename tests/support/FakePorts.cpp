@@ -33,11 +33,12 @@ void FakeTextPort::AddString(HINSTANCE hModule, UINT uId, XStringView svText) {
     m_mapStrings[{hModule, uId}] = svText;
 }
 
-HWND FakeTextPort::AddWindow(XStringView svCaption) {
+HWND FakeTextPort::AddWindow(XStringView svCaption, HWND hwndParent) {
     const AllocationExempt oExempt;
     const std::lock_guard oLock(m_oMutex);
     const HWND hwnd = reinterpret_cast<HWND>(m_uiLastWindow += 0x10);
     m_mapWindows[hwnd] = svCaption;
+    m_mapParents[hwnd] = hwndParent;
     return hwnd;
 }
 
@@ -81,6 +82,12 @@ Status FakeTextPort::WindowText(HWND hwnd, XCHAR* pTarget, std::size_t cCapacity
     rcLength = std::min(it->second.size(), cCapacity - 1);
     *std::copy_n(it->second.begin(), rcLength, pTarget) = 0;
     return Status::Success;
+}
+
+HWND FakeTextPort::ParentWindow(HWND hwnd) noexcept {
+    const std::lock_guard oLock(m_oMutex);
+    const auto it = m_mapParents.find(hwnd);
+    return it != m_mapParents.end() ? it->second : nullptr;
 }
 
 Status FakeTextPort::SetWindowCaption(HWND hwnd, const XCHAR* pszText) noexcept {

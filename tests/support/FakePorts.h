@@ -22,7 +22,7 @@ using XString = std::basic_string<XCHAR>;
 class FakeTextPort final : public TextPort {
 public:
     void AddString(HINSTANCE hModule, UINT uId, XStringView svText);
-    HWND AddWindow(XStringView svCaption);
+    HWND AddWindow(XStringView svCaption, HWND hwndParent = nullptr);
     /// Later calls on the window answer InvalidWindowHandle.
     void RemoveWindow(HWND hwnd);
 
@@ -35,12 +35,14 @@ public:
                                   XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     XStringView StringResource(HINSTANCE hModule, UINT uId) noexcept override;
     Status WindowText(HWND hwnd, XCHAR* pTarget, std::size_t cCapacity, std::size_t& rcLength) noexcept override;
+    HWND ParentWindow(HWND hwnd) noexcept override;
     Status SetWindowCaption(HWND hwnd, const XCHAR* pszText) noexcept override;
 
 private:
     std::mutex m_oMutex;
     std::map<std::pair<HINSTANCE, UINT>, XString> m_mapStrings;
     std::map<HWND, XString> m_mapWindows;
+    std::map<HWND, HWND> m_mapParents;
     std::uintptr_t m_uiLastWindow = 0x3000;
 };
 

@@ -323,6 +323,9 @@ public:
         rcLength = 0;
         return Guard([&] { return m_rBelow.WindowText(hwnd, pTarget, cCapacity, rcLength); });
     }
+    HWND ParentWindow(HWND hwnd) noexcept override {
+        return GuardValue([&] { return m_rBelow.ParentWindow(hwnd); });
+    }
     Status SetWindowCaption(HWND hwnd, const XCHAR* pszText) noexcept override {
         return Guard([&] { return m_rBelow.SetWindowCaption(hwnd, pszText); });
     }

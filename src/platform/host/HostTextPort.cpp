@@ -177,6 +177,10 @@ Status HostTextPort::WindowText(HWND hwnd, XCHAR* pTarget, std::size_t cCapacity
     return Status::NotEnoughMemory;
 }
 
+HWND HostTextPort::ParentWindow(HWND) noexcept {
+    return nullptr;  // a window here has a caption and nothing else
+}
+
 Status HostTextPort::SetWindowCaption(HWND hwnd, const XCHAR* pszText) noexcept try {
     return ReplaceWindowCaption(hwnd, pszText ? pszText : VTEXT("")) ? Status::Success : Status::InvalidWindowHandle;
 } catch (const std::bad_alloc&) {

@@ -106,6 +106,11 @@ Status Win32TextPort::WindowText(HWND hwnd, XCHAR* pTarget, std::size_t cCapacit
     return Status::Success;
 }
 
+HWND Win32TextPort::ParentWindow(HWND hwnd) noexcept {
+    const LastErrorScope oKeep;
+    return GetParent(hwnd);
+}
+
 Status Win32TextPort::SetWindowCaption(HWND hwnd, const XCHAR* pszText) noexcept {
     if (!IsWindow(hwnd)) return Status::InvalidWindowHandle;
     return StatusOf(SetWindowTextW(hwnd, pszText ? pszText : L""));

@@ -17,6 +17,7 @@ public:
                                   XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     XStringView StringResource(HINSTANCE hModule, UINT uId) noexcept override;
     Status WindowText(HWND hwnd, XCHAR* pTarget, std::size_t cCapacity, std::size_t& rcLength) noexcept override;
+    HWND ParentWindow(HWND hwnd) noexcept override;
     Status SetWindowCaption(HWND hwnd, const XCHAR* pszText) noexcept override;
 };
 
