@@ -7,9 +7,6 @@
 
 namespace vlm {
 
-namespace {
-
-/// Stops in the debugger at the caller; without a debugger the process ends, as the sink that asked for it knows.
 void BreakIntoDebugger() noexcept {
 #if defined(__x86_64__) || defined(__i386__)
     __asm__ volatile("int3");
@@ -17,8 +14,6 @@ void BreakIntoDebugger() noexcept {
     __builtin_trap();
 #endif
 }
-
-}  // namespace
 
 PositionText::PositionText(const SourcePosition& rPosition) noexcept
     : m_csFile(TextOrEmpty(rPosition.pszFile)),

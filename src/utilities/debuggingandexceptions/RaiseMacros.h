@@ -41,6 +41,9 @@ VLM_API void ReportThrowing(const SourcePosition& rPosition, const XCHAR* pszCla
 /// The calling thread's context stack for an exception; null when it has none.
 VLM_API const ExecutionContextStack* GetStackForException() noexcept;
 
+/// Stops in the debugger at the caller; without a debugger the process ends, as whoever asked for it knows.
+VLM_API void BreakIntoDebugger() noexcept;
+
 /// Reports a failed assertion with the calling thread's contexts, and breaks into the debugger if the sink asks for it.
 VLM_API void FailAssertion(const XCHAR* pszCondition, const SourcePosition& rPosition, const CXString& kcsMessage,
                            DebugMessageCategories categories) noexcept;

@@ -72,10 +72,65 @@ public:
                                        const ExecutionContextStack* pExecutionContextStack,
                                        DebugMessageCategories categories) noexcept;
 
+    /// Shows a caught exception: always as a debug message (categories "errors", "errinfra"), and in a box where the
+    /// process has a visible desktop.  Call it in a catch block.
+    ///
+    /// Customers see what happened, what to do and the identifier to quote, unless the display is suppressed; with
+    /// "ShowMsgBoxOnThrow" off only when it is forced.  Where messages are enabled, too, a developer sees the whole
+    /// description and what the customer would see, and may choose to throw the exception again.
+    /// Deliberate: inline, so that it is thrown again in the caller's module, because another one may not know it; and
+    /// templates, which no module exports.
+    /// @param pException null: of a class that nobody knows.
+    /// @param kcsFileName,dwLine,kcsFunctionName where it was caught.
+    /// @param pExecutionContextStack the catching thread's; null: not available.
+    /// @param hwndOwner owner of the box, may be null; its caption, or its parent's, is the title where none is given.
+    /// @param kcsMessage stands in front of the customer's message; may be empty.
+    /// @throws the exception being handled, when the developer asks for it.
+    template <class Inline = void>
+    [[gnu::always_inline]] static void DisplayExceptionMessage(bool fForceInReleaseBuild, bool fSuppressInReleaseBuild,
+                                                               const std::exception* pException,
+                                                               const CXString& kcsFileName, DWORD dwLine,
+                                                               const CXString& kcsFunctionName,
+                                                               const ExecutionContextStack* pExecutionContextStack,
+                                                               HWND hwndOwner, const CXString& kcsTitle,
+                                                               const CXString& kcsMessage) {
+        if (ShowCaughtException(fForceInReleaseBuild, fSuppressInReleaseBuild, pException, kcsFileName, dwLine,
+                                kcsFunctionName, pExecutionContextStack, hwndOwner, kcsTitle, 0, kcsMessage)) {
+            throw;
+        }
+    }
+    /// @param uTitleId string resource of the library; used when the windows have no caption.
+    template <class Inline = void>
+    [[gnu::always_inline]] static void DisplayExceptionMessage(bool fForceInReleaseBuild, bool fSuppressInReleaseBuild,
+                                                               const std::exception* pException,
+                                                               const CXString& kcsFileName, DWORD dwLine,
+                                                               const CXString& kcsFunctionName,
+                                                               const ExecutionContextStack* pExecutionContextStack,
+                                                               HWND hwndOwner, UINT uTitleId,
+                                                               const CXString& kcsMessage) {
+        if (ShowCaughtException(fForceInReleaseBuild, fSuppressInReleaseBuild, pException, kcsFileName, dwLine,
+                                kcsFunctionName, pExecutionContextStack, hwndOwner, CXString(), uTitleId, kcsMessage)) {
+            throw;
+        }
+    }
+    /// The work of DisplayExceptionMessage.  @return whether the exception is to be thrown again; the caller does that.
+    static bool ShowCaughtException(bool fForceInReleaseBuild, bool fSuppressInReleaseBuild,
+                                    const std::exception* pException, const CXString& kcsFileName, DWORD dwLine,
+                                    const CXString& kcsFunctionName,
+                                    const ExecutionContextStack* pExecutionContextStack, HWND hwndOwner,
+                                    const CXString& kcsTitle, UINT uTitleId, const CXString& kcsMessage) noexcept;
+
+    /// Hook for the debug reports of the C runtime: makes a failed assertion of each, and breaks into the debugger if
+    /// that asks for it.  @param iReportType 0 warning, 1 error, 2 assertion.  @param pszMessage in the ANSI code page.
+    /// @param piReturnValue set to 0, may be null.  @return 1, always: the runtime has nothing more to do.
+    static int VelomCrtDbgReportHook(int iReportType, char* pszMessage, int* piReturnValue) noexcept;
+
     /// Should this exception stop in the debugger before it is thrown?  Always false in this build.
     static bool AllowForExceptionDebug(const std::exception& rException) noexcept;
 
 private:
+    static CXString GetCustomerTitleString(HWND hwndCurrentWindow, const CXString& kcsTitle, UINT uTitleId) noexcept;
+
     CXString m_csFileName;
     DWORD m_dwLine;
     CXString m_csFunctionName;
