@@ -1,0 +1,20 @@
+// What customers read when an exception is caught: VLM_CUSTOMER_MESSAGE(constant, resource id, text).
+// On Windows the texts are string resources of the library, so that they can be translated; everywhere they are
+// compiled in as well.  Ids stay what they are.
+VLM_CUSTOMER_MESSAGE(IDS_PRODUCT_TITLE, 4000, "Velom Printer Driver")
+VLM_CUSTOMER_MESSAGE(IDS_NO_MEMORY, 4001, "There is not enough memory to finish the operation.")
+VLM_CUSTOMER_MESSAGE(IDS_NO_MEMORY_ADVICE, 4002, "Close other programs and try again.")
+VLM_CUSTOMER_MESSAGE(IDS_FILE, 4003, "A file of the printer driver could not be read or written.")
+VLM_CUSTOMER_MESSAGE(IDS_FILE_ADVICE, 4004, "Make sure that the disk is not full and that you may use the file.")
+VLM_CUSTOMER_MESSAGE(IDS_STORED_SETTING, 4005, "A setting of the printer driver could not be read or stored.")
+VLM_CUSTOMER_MESSAGE(IDS_STORED_SETTING_ADVICE, 4006, "Try again, or ask an administrator to change the setting.")
+VLM_CUSTOMER_MESSAGE(IDS_PRINTING_SYSTEM, 4007, "The printer could not be reached through the printing system.")
+VLM_CUSTOMER_MESSAGE(IDS_PRINTING_SYSTEM_ADVICE, 4008, "Make sure that the print spooler is running, and try again.")
+VLM_CUSTOMER_MESSAGE(IDS_COMMUNICATION, 4009, "The printer does not answer.")
+VLM_CUSTOMER_MESSAGE(IDS_COMMUNICATION_ADVICE, 4010, "Make sure that the printer is switched on and connected.")
+VLM_CUSTOMER_MESSAGE(IDS_PRINT_SETTINGS, 4011, "The stored print settings are damaged or were made by another version.")
+VLM_CUSTOMER_MESSAGE(IDS_PRINT_SETTINGS_ADVICE, 4012, "Set the printer's settings back to their defaults.")
+VLM_CUSTOMER_MESSAGE(IDS_INSTALLATION, 4013, "A part of the printer driver is missing or cannot be used.")
+VLM_CUSTOMER_MESSAGE(IDS_INSTALLATION_ADVICE, 4014, "Install the printer driver again.")
+VLM_CUSTOMER_MESSAGE(IDS_INPUT, 4015, "What was entered cannot be used.")
+VLM_CUSTOMER_MESSAGE(IDS_INPUT_ADVICE, 4016, "Correct the entry and try again.")
