@@ -14,7 +14,13 @@ namespace vlm {
 /// counts keep their values after a failure.
 class FilePort {
 public:
-    enum class Access : DWORD { Read, ReadWrite };
+    enum class Access : DWORD {
+        Read,
+        ReadWrite,
+        Write,       ///< without the right to read
+        Attributes,  ///< neither reads nor writes, only what OpenFilePort tells and sets; others need not share it, but
+                     ///< for `fDeleteAccess`; opens read-only files, too
+    };
     enum class Disposition : DWORD { OpenExisting, CreateAlways, CreateNew, OpenAlways };
     enum Share : DWORD { ShareNone = 0, ShareRead = 1, ShareWrite = 2, ShareDelete = 4 };
     /// Attribute bits as the system numbers them.
@@ -45,6 +51,7 @@ public:
     virtual Status Size(HANDLE hFile, ULONGLONG& rullSize) noexcept = 0;
     /// Reads up to `dwBytes` at the file position and moves it; fewer only at the end of the file (0 with Success
     /// there). `rdwRead` is set in every case.
+    /// @return AccessDenied on a handle opened for writing alone.
     virtual Status Read(HANDLE hFile, void* pTarget, DWORD dwBytes, DWORD& rdwRead) noexcept = 0;
     /// Writes at the file position and moves it.  `rdwWritten` is set in every case; fewer than asked only with a
     /// failure.
@@ -53,7 +60,7 @@ public:
     /// Sets the file position, in bytes from the start; beyond the end is allowed (a write there leaves zeros between).
     virtual Status Seek(HANDLE hFile, ULONGLONG ullOffset) noexcept = 0;
     /// Cuts or extends (with zeros) the file at its position; fails on a handle opened for reading (some systems with
-    /// InvalidParameter).
+    /// InvalidParameter).  @return UserMappedFile for a cut below a mapping that a view shows.
     virtual Status SetEnd(HANDLE hFile) noexcept = 0;
     /// Returns when what was written is on the medium.
     virtual Status Flush(HANDLE hFile) noexcept = 0;

@@ -14,6 +14,7 @@ class DesktopPort;
 class EventPort;
 class FilePort;
 class IdentityPort;
+class OpenFilePort;
 class ProcessPort;
 class RegistryPort;
 class SpoolerPort;
@@ -25,6 +26,7 @@ class ThreadPort;
 struct Platform {
     TextPort* pText;
     FilePort* pFiles;
+    OpenFilePort* pOpenFiles;
     RegistryPort* pRegistry;
     CabinetPort* pCabinet;
     DesktopPort* pDesktop;

@@ -77,6 +77,8 @@ enum class Status : DWORD {
     NoMoreItems = 259,
     Directory = 267,
     NotOwner = 288,
+    InvalidAddress = 487,
+    IoPending = 997,
     NoAccess = 998,
     FileInvalid = 1006,
     BadDatabase = 1009,

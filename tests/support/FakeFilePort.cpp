@@ -1,12 +1,11 @@
 /// @file
 /// The disk in memory.
-#include "support/FakeFilePort.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 #include "support/AllocationFaults.h"
+#include "support/FakeFileEntries.h"
 
 namespace vlm::test {
 
@@ -59,25 +58,6 @@ bool IsEmptyPath(const XCHAR* pszPath) {
 
 }  // namespace
 
-struct FakeFilePort::Entry {
-    XString path;
-    std::vector<BYTE> vbyContents;
-    std::vector<BYTE> vbyFlushed;
-    DWORD dwAttributes = ATTRIBUTE_NORMAL;
-    bool fDeletePending = false;
-    bool IsFolder() const { return (dwAttributes & ATTRIBUTE_DIRECTORY) != 0; }
-    bool IsReadOnly() const { return (dwAttributes & ATTRIBUTE_READONLY) != 0; }
-};
-
-struct FakeFilePort::OpenFile {
-    EntryPointer shpoEntry;
-    ULONGLONG ullPosition;
-    DWORD dwUses;
-    DWORD dwDenies;
-    bool fWritable;
-    bool fDeletable;
-};
-
 FakeFilePort::FakeFilePort() = default;
 FakeFilePort::~FakeFilePort() = default;
 
@@ -109,6 +89,7 @@ void FakeFilePort::AddFolder(XStringView svPath) {
 std::optional<std::vector<BYTE>> FakeFilePort::Contents(XStringView svPath) const {
     const AllocationExempt oExempt;
     const std::lock_guard oLock(m_oMutex);
+    TakeOverViews();
     const EntryPointer shpoEntry = Lookup(KeyOf(svPath));
     if (!shpoEntry || shpoEntry->IsFolder()) return std::nullopt;
     return shpoEntry->vbyContents;
@@ -126,7 +107,7 @@ std::vector<XString> FakeFilePort::FileNames() const {
 
 std::size_t FakeFilePort::OpenHandles() const {
     const std::lock_guard oLock(m_oMutex);
-    return m_mapOpen.size();
+    return m_mapOpen.size() + m_mapMappings.size() + m_mapViews.size();
 }
 
 void FakeFilePort::LimitSpace(ULONGLONG ullBytes) {
@@ -140,6 +121,9 @@ void FakeFilePort::SetMisuseFailsTest(bool fFails) {
 void FakeFilePort::DropHandles() {
     const AllocationExempt oExempt;
     const std::lock_guard oLock(m_oMutex);
+    TakeOverViews();
+    m_mapViews.clear();
+    m_mapMappings.clear();
     while (!m_mapOpen.empty())
         Close(m_mapOpen.begin()->first);
 }
@@ -175,6 +159,10 @@ FakeFilePort::EntryPointer FakeFilePort::Lookup(const XString& rKey) const {
     return it != m_mapEntries.end() ? it->second : nullptr;
 }
 
+FakeFilePort::EntryPointer FakeFilePort::LookupPath(XStringView svPath) const {
+    return Lookup(KeyOf(svPath));
+}
+
 /// A path that leads to nothing: is it the file or a folder on the way that is missing?
 Status FakeFilePort::Missing(const XString& rKey) const {
     const XString folder = FolderOf(rKey);
@@ -202,12 +190,14 @@ Status FakeFilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HAN
     const std::lock_guard oLock(m_oMutex);
     if (IsEmptyPath(pszPath)) return Status::PathNotFound;
     const XString key = KeyOf(pszPath);
-    const bool fWritable = rOptions.eAccess == Access::ReadWrite;
+    const bool fWritable = rOptions.eAccess == Access::ReadWrite || rOptions.eAccess == Access::Write;
+    const bool fReadable = rOptions.eAccess == Access::Read || rOptions.eAccess == Access::ReadWrite;
     const bool fCreateAlways = rOptions.eDisposition == Disposition::CreateAlways;
-    DWORD dwUses = ShareRead;
+    DWORD dwUses = fReadable ? ShareRead : 0;
     if (fWritable || fCreateAlways) dwUses |= ShareWrite;
     if (rOptions.fDeleteAccess) dwUses |= ShareDelete;
-    const DWORD dwDenies = ~rOptions.dwShare & (ShareRead | ShareWrite | ShareDelete);
+    // Who only asks for attributes denies nothing either.
+    const DWORD dwDenies = dwUses == 0 ? 0 : ~rOptions.dwShare & (ShareRead | ShareWrite | ShareDelete);
     EntryPointer shpoEntry = Lookup(key);
     if (IsRoot(key)) return Status::AccessDenied;
     if (!shpoEntry) {
@@ -221,16 +211,25 @@ Status FakeFilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HAN
         if (shpoEntry->IsFolder() || shpoEntry->fDeletePending) return Status::AccessDenied;
         if ((fWritable || fCreateAlways) && shpoEntry->IsReadOnly()) return Status::AccessDenied;
         if (!IsShared(*shpoEntry, dwUses, dwDenies)) return Status::SharingViolation;
+        if (fCreateAlways && IsShownBeyond(*shpoEntry, 0)) return Status::UserMappedFile;
         if (fCreateAlways) shpoEntry->vbyContents.clear();
     }
     rhFile = reinterpret_cast<HANDLE>(m_uiLastHandle += 4);
-    m_mapOpen[rhFile] = {shpoEntry, 0, dwUses, dwDenies, fWritable, rOptions.fDeleteAccess};
+    m_mapOpen[rhFile] = {shpoEntry,
+                         0,
+                         dwUses,
+                         dwDenies,
+                         fReadable,
+                         fWritable,
+                         rOptions.fDeleteAccess,
+                         fWritable || rOptions.eAccess == Access::Attributes};
     return Status::Success;
 }
 
 Status FakeFilePort::Close(HANDLE hFile) noexcept {
     const AllocationExempt oExempt;
     const std::lock_guard oLock(m_oMutex);
+    if (m_mapMappings.erase(hFile) != 0) return Status::Success;
     const OpenFile* pFile = Find(hFile);
     if (pFile == nullptr) return Status::InvalidHandle;
     const EntryPointer shpoEntry = pFile->shpoEntry;
@@ -255,6 +254,8 @@ Status FakeFilePort::Read(HANDLE hFile, void* pTarget, DWORD dwBytes, DWORD& rdw
     rdwRead = 0;
     OpenFile* pFile = Find(hFile);
     if (pFile == nullptr) return Status::InvalidHandle;
+    if (!pFile->fReadable) return Status::AccessDenied;
+    TakeOverViews();
     const std::vector<BYTE>& rvbyContents = pFile->shpoEntry->vbyContents;
     if (pFile->ullPosition >= rvbyContents.size()) return Status::Success;
     rdwRead = static_cast<DWORD>(std::min<ULONGLONG>(dwBytes, rvbyContents.size() - pFile->ullPosition));
@@ -271,15 +272,21 @@ Status FakeFilePort::Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWO
     OpenFile* pFile = Find(hFile);
     if (pFile == nullptr) return Status::InvalidHandle;
     if (!pFile->fWritable) return Status::AccessDenied;
+    return WriteTo(*pFile, pSource, dwBytes, rdwWritten);
+}
+
+Status FakeFilePort::WriteTo(OpenFile& rFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) {
     if (dwBytes == 0) return Status::Success;
-    std::vector<BYTE>& rvbyContents = pFile->shpoEntry->vbyContents;
-    const ULONGLONG ullEnd = std::max<ULONGLONG>(pFile->ullPosition + dwBytes, rvbyContents.size());
+    TakeOverViews();
+    std::vector<BYTE>& rvbyContents = rFile.shpoEntry->vbyContents;
+    const ULONGLONG ullEnd = std::max<ULONGLONG>(rFile.ullPosition + dwBytes, rvbyContents.size());
     if (!HasRoom(ullEnd - rvbyContents.size())) return Status::DiskFull;
     rvbyContents.resize(ullEnd);
     std::copy_n(static_cast<const BYTE*>(pSource), dwBytes,
-                rvbyContents.begin() + static_cast<std::ptrdiff_t>(pFile->ullPosition));
-    pFile->ullPosition += dwBytes;
+                rvbyContents.begin() + static_cast<std::ptrdiff_t>(rFile.ullPosition));
+    rFile.ullPosition += dwBytes;
     rdwWritten = dwBytes;
+    BringIntoViews();
     return Status::Success;
 }
 
@@ -298,6 +305,7 @@ Status FakeFilePort::SetEnd(HANDLE hFile) noexcept {
     OpenFile* pFile = Find(hFile);
     if (pFile == nullptr) return Status::InvalidHandle;
     if (!pFile->fWritable) return Status::AccessDenied;
+    if (IsShownBeyond(*pFile->shpoEntry, pFile->ullPosition)) return Status::UserMappedFile;
     std::vector<BYTE>& rvbyContents = pFile->shpoEntry->vbyContents;
     if (pFile->ullPosition > rvbyContents.size() && !HasRoom(pFile->ullPosition - rvbyContents.size())) {
         return Status::DiskFull;
@@ -312,6 +320,7 @@ Status FakeFilePort::Flush(HANDLE hFile) noexcept {
     const OpenFile* pFile = Find(hFile);
     if (pFile == nullptr) return Status::InvalidHandle;
     if (!pFile->fWritable) return Status::AccessDenied;
+    TakeOverViews();
     pFile->shpoEntry->vbyFlushed = pFile->shpoEntry->vbyContents;
     return Status::Success;
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/FilePort.h"
+#include "platform/OpenFilePort.h"
 
 namespace vlm::test {
 
@@ -18,7 +19,7 @@ using XString = std::basic_string<XCHAR>;
 /// Keeps the file port's contract without a system below it.  Names compare without ASCII case.  Every drive root and
 /// the current folder exist from the start; "." and ".." are resolved by their text. A call on a handle that is not
 /// open fails the running test, unless told otherwise. Threads: any.
-class FakeFilePort final : public FilePort {
+class FakeFilePort final : public FilePort, public OpenFilePort {
 public:
     /// What a power cut leaves of bytes that were not flushed.
     enum class PowerCut {
@@ -37,12 +38,16 @@ public:
     std::optional<std::vector<BYTE>> Contents(XStringView svPath) const;
     /// The paths of all files, tidied, in the case they were made with, sorted without it.
     std::vector<XString> FileNames() const;
+    /// Handles, mappings and views.
     std::size_t OpenHandles() const;
     /// Room for so many bytes in all files together; DiskFull beyond.
     void LimitSpace(ULONGLONG ullBytes);
     /// Whether a call on a handle that is not open fails the running test (the beginning) or only answers
     /// InvalidHandle.
     void SetMisuseFailsTest(bool fFails);
+    /// Facts that GetFacts tells of a file from now on; `dwAttributes`, `ullVolume` and `ullFile` stay the disk's.  At
+    /// the beginning: one link, a local file on a disk.
+    void SetFacts(XStringView svPath, const Facts& rFacts);
     /// The process is gone: handles vanish, the files stay as they are.
     void DropHandles();
     /// The power is gone, too.
@@ -64,20 +69,37 @@ public:
     Status Move(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplace) noexcept override;
     Status CreateDirectoryAt(const XCHAR* pszPath) noexcept override;
 
+    Status GetFacts(HANDLE hFile, Facts& rFacts) noexcept override;
+    Status SetAttributesOf(HANDLE hFile, DWORD dwAttributes) noexcept override;
+    Status Append(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept override;
+    Status CreateMappingOf(HANDLE hFile, ULONGLONG ullBytes, bool fWritable, HANDLE& rhMapping) noexcept override;
+    Status MapView(HANDLE hMapping, ULONGLONG ullBytes, void*& rpView) noexcept override;
+    Status UnmapView(void* pView) noexcept override;
+
 private:
     struct Entry;
     struct OpenFile;
+    struct Mapping;
+    struct View;
     using EntryPointer = std::shared_ptr<Entry>;
 
     OpenFile* Find(HANDLE hFile);
     EntryPointer Lookup(const XString& rKey) const;
+    EntryPointer LookupPath(XStringView svPath) const;
     Status Missing(const XString& rKey) const;
     bool IsShared(const Entry& rEntry, DWORD dwUses, DWORD dwDenies) const;
     bool HasRoom(ULONGLONG ullMore) const;
+    Status WriteTo(OpenFile& rFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten);
+    /// The files take what was written to their views; the views show what was written to their files.
+    void TakeOverViews() const;
+    void BringIntoViews();
+    bool IsShownBeyond(const Entry& rEntry, ULONGLONG ullSize) const;
 
     mutable std::recursive_mutex m_oMutex;
     std::map<XString, EntryPointer> m_mapEntries;
     std::map<HANDLE, OpenFile> m_mapOpen;
+    std::map<HANDLE, Mapping> m_mapMappings;
+    std::map<void*, View> m_mapViews;
     std::uintptr_t m_uiLastHandle = 0x1000;
     ULONGLONG m_ullSpace = ~0ull;
     bool m_fMisuseFailsTest = true;

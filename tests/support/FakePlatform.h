@@ -27,6 +27,7 @@ public:
         : m_oPlatform{
               .pText = &text,
               .pFiles = &files,
+              .pOpenFiles = &files,
               .pRegistry = &registry,
               .pCabinet = GetSystemPlatform().pCabinet,
               .pDesktop = &desktop,

@@ -80,22 +80,8 @@ public:
         }
     }
     Status Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept override {
-        rdwWritten = 0;
-        switch (m_rScript.Decide()) {
-            case Decision::Fail:
-                return m_rScript.FaultStatus();
-            case Decision::Short: {
-                const Status eStatus = m_rBelow.Write(hFile, pSource, dwBytes / 2, rdwWritten);
-                return eStatus == Status::Success ? Status::DiskFull : eStatus;
-            }
-            case Decision::Torn:
-                m_rBelow.Write(hFile, pSource, dwBytes / 2, rdwWritten);
-                return DEAD;
-            case Decision::Pass:
-                return m_rBelow.Write(hFile, pSource, dwBytes, rdwWritten);
-            default:
-                return DEAD;
-        }
+        return GuardWrite(rdwWritten, dwBytes,
+                          [&](DWORD dw) { return m_rBelow.Write(hFile, pSource, dw, rdwWritten); });
     }
     Status Seek(HANDLE hFile, ULONGLONG ullOffset) noexcept override {
         return Guard([&] { return m_rBelow.Seek(hFile, ullOffset); });
@@ -422,6 +408,7 @@ private:
 struct FaultPlatform::Ports {
     FaultText oText;
     FaultFiles oFiles;
+    FaultOpenFiles oOpenFiles;
     FaultRegistry oRegistry;
     FaultCabinet oCabinet;
     FaultDesktop oDesktop;
@@ -437,6 +424,7 @@ struct FaultPlatform::Ports {
     Ports(const Platform& rBelow, FaultScript& rScript)
         : oText(*rBelow.pText, rScript),
           oFiles(*rBelow.pFiles, rScript),
+          oOpenFiles(*rBelow.pOpenFiles, rScript),
           oRegistry(*rBelow.pRegistry, rScript),
           oCabinet(*rBelow.pCabinet, rScript),
           oDesktop(*rBelow.pDesktop, rScript),
@@ -450,6 +438,7 @@ struct FaultPlatform::Ports {
           oPlatform{
               .pText = &oText,
               .pFiles = &oFiles,
+              .pOpenFiles = &oOpenFiles,
               .pRegistry = &oRegistry,
               .pCabinet = &oCabinet,
               .pDesktop = &oDesktop,

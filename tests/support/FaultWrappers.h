@@ -1,9 +1,10 @@
 /// @file
-/// The fault layer's wrappers of the ports for identity, events and sessions, and what all wrappers share.
+/// The fault layer's wrappers of the ports for open files, identity, events and sessions, and what all wrappers share.
 #pragma once
 
 #include "platform/EventPort.h"
 #include "platform/IdentityPort.h"
+#include "platform/OpenFilePort.h"
 #include "platform/SessionPort.h"
 #include "support/FakeIdentityPort.h"
 #include "support/FaultPlatform.h"
@@ -49,9 +50,54 @@ protected:
         const Status eStatus = call();
         return eDecision == Decision::Fail ? m_rScript.FaultStatus() : eStatus;
     }
+    /// A transfer to the medium: made whole, made by half, or not made.
+    template <typename Call>
+    Status GuardWrite(DWORD& rdwWritten, DWORD dwBytes, Call call) noexcept {
+        rdwWritten = 0;
+        switch (m_rScript.Decide()) {
+            case Decision::Fail:
+                return m_rScript.FaultStatus();
+            case Decision::Short: {
+                const Status eStatus = call(dwBytes / 2);
+                return eStatus == Status::Success ? Status::DiskFull : eStatus;
+            }
+            case Decision::Torn:
+                call(dwBytes / 2);
+                return DEAD;
+            case Decision::Pass:
+                return call(dwBytes);
+            default:
+                return DEAD;
+        }
+    }
 
     Port& m_rBelow;
     FaultScript& m_rScript;
+};
+
+class FaultOpenFiles final : public Wrapper<OpenFilePort> {
+public:
+    using Wrapper::Wrapper;
+    Status GetFacts(HANDLE hFile, Facts& rFacts) noexcept override {
+        return Guard([&] { return m_rBelow.GetFacts(hFile, rFacts); });
+    }
+    Status SetAttributesOf(HANDLE hFile, DWORD dwAttributes) noexcept override {
+        return Guard([&] { return m_rBelow.SetAttributesOf(hFile, dwAttributes); });
+    }
+    Status Append(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept override {
+        return GuardWrite(rdwWritten, dwBytes,
+                          [&](DWORD dw) { return m_rBelow.Append(hFile, pSource, dw, rdwWritten); });
+    }
+    Status CreateMappingOf(HANDLE hFile, ULONGLONG ullBytes, bool fWritable, HANDLE& rhMapping) noexcept override {
+        return Guard([&] { return m_rBelow.CreateMappingOf(hFile, ullBytes, fWritable, rhMapping); });
+    }
+    Status MapView(HANDLE hMapping, ULONGLONG ullBytes, void*& rpView) noexcept override {
+        return Guard([&] { return m_rBelow.MapView(hMapping, ullBytes, rpView); });
+    }
+    // Like a close: the view goes in any case.
+    Status UnmapView(void* pView) noexcept override {
+        return GuardClose([&] { return m_rBelow.UnmapView(pView); });
+    }
 };
 
 class FaultIdentity final : public Wrapper<IdentityPort> {

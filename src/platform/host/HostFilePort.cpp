@@ -13,8 +13,9 @@
 #include <new>
 #include <optional>
 #include <string>
-#include <utility>
 
+#include "platform/host/HostDescriptor.h"
+#include "platform/host/HostFileAttributes.h"
 #include "platform/host/HostNames.h"
 #include "platform/host/HostShareMarks.h"
 
@@ -23,22 +24,6 @@ namespace vlm::host {
 namespace {
 
 constexpr DWORD EVERY_WAY = FilePort::ShareRead | FilePort::ShareWrite | FilePort::ShareDelete;
-
-/// A descriptor that closes itself unless it is handed on.
-class Descriptor {
-public:
-    explicit Descriptor(int iFile) noexcept : m_iFile(iFile) {}
-    ~Descriptor() {
-        if (m_iFile >= 0) close(m_iFile);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int Get() const noexcept { return m_iFile; }
-    int Release() noexcept { return std::exchange(m_iFile, -1); }
-
-private:
-    int m_iFile;
-};
 
 std::uintptr_t NumberOf(HANDLE hFile) noexcept {
     return reinterpret_cast<std::uintptr_t>(hFile);
@@ -61,10 +46,6 @@ Status StatusForPath(int iError, const std::string& rPath) {
                                                                                 : Status::PathNotFound;
 }
 
-bool IsReadOnly(const struct stat& rStat) noexcept {
-    return S_ISREG(rStat.st_mode) && (rStat.st_mode & S_IWUSR) == 0;
-}
-
 /// Opens, and tells folders from files.  Never waits for the other end of a pipe.
 int OpenDescriptor(const std::string& rPath, int iFlags) noexcept {
     const int iFile = open(rPath.c_str(), iFlags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666);
@@ -79,23 +60,59 @@ Status MayDelete(const std::string& rPath) noexcept {
     return oFile.Get() < 0 ? Status::Success : PlaceShareMarks(oFile.Get(), FilePort::ShareDelete, 0);
 }
 
-int OpenFlags(const FilePort::OpenOptions& rOptions) noexcept {
+bool NeedsWriting(const FilePort::OpenOptions& rOptions) noexcept {
+    return rOptions.eAccess == FilePort::Access::ReadWrite || rOptions.eAccess == FilePort::Access::Write ||
+           rOptions.eDisposition == FilePort::Disposition::CreateAlways;
+}
+
+/// What the file is used for, in the ways that others may deny.
+DWORD UsesOf(const FilePort::OpenOptions& rOptions) noexcept {
+    DWORD dwUses = 0;
+    if (rOptions.eAccess == FilePort::Access::Read || rOptions.eAccess == FilePort::Access::ReadWrite) {
+        dwUses |= FilePort::ShareRead;
+    }
+    if (NeedsWriting(rOptions)) dwUses |= FilePort::ShareWrite;
+    if (rOptions.fDeleteAccess) dwUses |= FilePort::ShareDelete;
+    return dwUses;
+}
+
+/// Opens with more rights than asked for where the marks of sharing need them, and with fewer where they are missing.
+int OpenWithRights(const std::string& rPath, const FilePort::OpenOptions& rOptions) noexcept {
     using Disposition = FilePort::Disposition;
-    const bool fCreateAlways = rOptions.eDisposition == Disposition::CreateAlways;
-    int iFlags = rOptions.eAccess == FilePort::Access::ReadWrite || fCreateAlways ? O_RDWR : O_RDONLY;
-    if (rOptions.eDisposition != Disposition::OpenExisting) iFlags |= O_CREAT;
-    if (rOptions.eDisposition == Disposition::CreateNew) iFlags |= O_EXCL;
-    return iFlags;
+    int iCreate = rOptions.eDisposition == Disposition::OpenExisting ? 0 : O_CREAT;
+    if (rOptions.eDisposition == Disposition::CreateNew) iCreate |= O_EXCL;
+    const int iFile = OpenDescriptor(rPath, (NeedsWriting(rOptions) ? O_RDWR : O_RDONLY) | iCreate);
+    if (iFile >= 0 || errno != EACCES) return iFile;
+    if (rOptions.eAccess == FilePort::Access::Write) return OpenDescriptor(rPath, O_WRONLY | iCreate);
+    if (rOptions.eAccess == FilePort::Access::Attributes) return open(rPath.c_str(), O_PATH | O_CLOEXEC);
+    return iFile;
 }
 
 }  // namespace
 
+bool IsReadOnly(const struct stat& rStat) noexcept {
+    return S_ISREG(rStat.st_mode) && (rStat.st_mode & S_IWUSR) == 0;
+}
+
+DWORD AttributesOfStat(const struct stat& rStat) noexcept {
+    DWORD dwAttributes = S_ISDIR(rStat.st_mode) ? FilePort::ATTRIBUTE_DIRECTORY : 0;
+    if (IsReadOnly(rStat)) dwAttributes |= FilePort::ATTRIBUTE_READONLY;
+    return dwAttributes ? dwAttributes : FilePort::ATTRIBUTE_NORMAL;
+}
+
+bool ModeForAttributes(const struct stat& rStat, DWORD dwAttributes, mode_t& ruMode) noexcept {
+    const bool fReadOnly = (dwAttributes & FilePort::ATTRIBUTE_READONLY) != 0;
+    // On a folder the attribute has no meaning, as on Windows.
+    if (!S_ISREG(rStat.st_mode) || IsReadOnly(rStat) == fReadOnly) return false;
+    constexpr mode_t ALL_WRITE = S_IWUSR | S_IWGRP | S_IWOTH;
+    ruMode = (fReadOnly ? rStat.st_mode & ~ALL_WRITE : rStat.st_mode | S_IWUSR) & 07777;
+    return true;
+}
+
 Status HostFilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HANDLE& rhFile) noexcept try {
     std::string path;
     if (const Status eStatus = PathFromUnits(pszPath, path); eStatus != Status::Success) return eStatus;
-    const bool fCreateAlways = rOptions.eDisposition == Disposition::CreateAlways;
-    const bool fWritable = rOptions.eAccess == Access::ReadWrite;
-    Descriptor oFile(OpenDescriptor(path, OpenFlags(rOptions)));
+    Descriptor oFile(OpenWithRights(path, rOptions));
     if (oFile.Get() < 0) {
         const int iError = errno;
         if (iError == EEXIST) return Status::FileExists;
@@ -106,18 +123,24 @@ Status HostFilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HAN
     struct stat oStat {};
     if (fstat(oFile.Get(), &oStat) != 0) return StatusFromErrno(errno);
     if (S_ISDIR(oStat.st_mode)) return Status::AccessDenied;
-    if ((fWritable || fCreateAlways) && IsReadOnly(oStat)) return Status::AccessDenied;
+    if (NeedsWriting(rOptions) && IsReadOnly(oStat)) return Status::AccessDenied;
 
-    DWORD dwUses = ShareRead;
-    if (fWritable || fCreateAlways) dwUses |= ShareWrite;
-    if (rOptions.fDeleteAccess) dwUses |= ShareDelete;
-    if (S_ISREG(oStat.st_mode)) {
+    const DWORD dwUses = UsesOf(rOptions);
+    if (S_ISREG(oStat.st_mode) && dwUses != 0) {
         const Status eStatus = PlaceShareMarks(oFile.Get(), dwUses, ~rOptions.dwShare & EVERY_WAY);
         if (eStatus != Status::Success) return eStatus;
         // Only now: a file that somebody else holds is not emptied.
-        if (fCreateAlways && ftruncate(oFile.Get(), 0) != 0) return StatusFromErrno(errno);
+        const bool fEmpty = rOptions.eDisposition == Disposition::CreateAlways;
+        if (fEmpty && IsShownBeyond(oFile.Get(), 0)) return Status::UserMappedFile;
+        if (fEmpty && ftruncate(oFile.Get(), 0) != 0) return StatusFromErrno(errno);
     }
-    rhFile = reinterpret_cast<HANDLE>(m_oFiles.Add({oFile.Get(), fWritable, rOptions.fDeleteAccess}));
+    OpenFile oOpen;
+    oOpen.iFile = oFile.Get();
+    oOpen.fReadable = rOptions.eAccess == Access::Read || rOptions.eAccess == Access::ReadWrite;
+    oOpen.fWritable = rOptions.eAccess == Access::ReadWrite || rOptions.eAccess == Access::Write;
+    oOpen.fDeletable = rOptions.fDeleteAccess;
+    oOpen.fAttributes = oOpen.fWritable || rOptions.eAccess == Access::Attributes;
+    rhFile = reinterpret_cast<HANDLE>(m_oFiles.Add(oOpen));
     oFile.Release();
     return Status::Success;
 } catch (const std::bad_alloc&) {
@@ -131,7 +154,7 @@ Status HostFilePort::Close(HANDLE hFile) noexcept {
 }
 
 Status HostFilePort::Size(HANDLE hFile, ULONGLONG& rullSize) noexcept {
-    const std::optional<OpenFile> oFile = m_oFiles.Find(NumberOf(hFile));
+    const std::optional<OpenFile> oFile = FindFile(hFile);
     if (!oFile) return Status::InvalidHandle;
     struct stat oStat {};
     if (fstat(oFile->iFile, &oStat) != 0) return StatusFromErrno(errno);
@@ -141,8 +164,9 @@ Status HostFilePort::Size(HANDLE hFile, ULONGLONG& rullSize) noexcept {
 
 Status HostFilePort::Read(HANDLE hFile, void* pTarget, DWORD dwBytes, DWORD& rdwRead) noexcept {
     rdwRead = 0;
-    const std::optional<OpenFile> oFile = m_oFiles.Find(NumberOf(hFile));
+    const std::optional<OpenFile> oFile = FindFile(hFile);
     if (!oFile) return Status::InvalidHandle;
+    if (!oFile->fReadable) return Status::AccessDenied;
     while (rdwRead < dwBytes) {
         const ssize_t cBytes = read(oFile->iFile, static_cast<char*>(pTarget) + rdwRead, dwBytes - rdwRead);
         if (cBytes == 0) break;
@@ -157,7 +181,7 @@ Status HostFilePort::Read(HANDLE hFile, void* pTarget, DWORD dwBytes, DWORD& rdw
 
 Status HostFilePort::Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept {
     rdwWritten = 0;
-    const std::optional<OpenFile> oFile = m_oFiles.Find(NumberOf(hFile));
+    const std::optional<OpenFile> oFile = FindFile(hFile);
     if (!oFile) return Status::InvalidHandle;
     if (!oFile->fWritable) return Status::AccessDenied;
     while (rdwWritten < dwBytes) {
@@ -173,22 +197,23 @@ Status HostFilePort::Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWO
 }
 
 Status HostFilePort::Seek(HANDLE hFile, ULONGLONG ullOffset) noexcept {
-    const std::optional<OpenFile> oFile = m_oFiles.Find(NumberOf(hFile));
+    const std::optional<OpenFile> oFile = FindFile(hFile);
     if (!oFile) return Status::InvalidHandle;
     if (ullOffset > LLONG_MAX) return Status::InvalidParameter;
     return lseek(oFile->iFile, static_cast<off_t>(ullOffset), SEEK_SET) >= 0 ? Status::Success : StatusFromErrno(errno);
 }
 
 Status HostFilePort::SetEnd(HANDLE hFile) noexcept {
-    const std::optional<OpenFile> oFile = m_oFiles.Find(NumberOf(hFile));
+    const std::optional<OpenFile> oFile = FindFile(hFile);
     if (!oFile) return Status::InvalidHandle;
     if (!oFile->fWritable) return Status::AccessDenied;
     const off_t oPosition = lseek(oFile->iFile, 0, SEEK_CUR);
+    if (oPosition >= 0 && IsShownBeyond(oFile->iFile, static_cast<ULONGLONG>(oPosition))) return Status::UserMappedFile;
     return oPosition >= 0 && ftruncate(oFile->iFile, oPosition) == 0 ? Status::Success : StatusFromErrno(errno);
 }
 
 Status HostFilePort::Flush(HANDLE hFile) noexcept {
-    const std::optional<OpenFile> oFile = m_oFiles.Find(NumberOf(hFile));
+    const std::optional<OpenFile> oFile = FindFile(hFile);
     if (!oFile) return Status::InvalidHandle;
     if (!oFile->fWritable) return Status::AccessDenied;
     // Devices and pipes have nothing to flush and say EINVAL.
@@ -200,9 +225,7 @@ Status HostFilePort::GetAttributes(const XCHAR* pszPath, DWORD& rdwAttributes) n
     if (const Status eStatus = PathFromUnits(pszPath, path); eStatus != Status::Success) return eStatus;
     struct stat oStat {};
     if (stat(path.c_str(), &oStat) != 0) return StatusForPath(errno, path);
-    DWORD dwAttributes = S_ISDIR(oStat.st_mode) ? ATTRIBUTE_DIRECTORY : 0;
-    if (IsReadOnly(oStat)) dwAttributes |= ATTRIBUTE_READONLY;
-    rdwAttributes = dwAttributes ? dwAttributes : ATTRIBUTE_NORMAL;
+    rdwAttributes = AttributesOfStat(oStat);
     return Status::Success;
 } catch (const std::bad_alloc&) {
     return Status::NotEnoughMemory;
@@ -213,12 +236,9 @@ Status HostFilePort::SetAttributes(const XCHAR* pszPath, DWORD dwAttributes) noe
     if (const Status eStatus = PathFromUnits(pszPath, path); eStatus != Status::Success) return eStatus;
     struct stat oStat {};
     if (stat(path.c_str(), &oStat) != 0) return StatusForPath(errno, path);
-    const bool fReadOnly = (dwAttributes & ATTRIBUTE_READONLY) != 0;
-    // On a folder the attribute has no meaning, as on Windows.
-    if (!S_ISREG(oStat.st_mode) || IsReadOnly(oStat) == fReadOnly) return Status::Success;
-    constexpr mode_t ALL_WRITE = S_IWUSR | S_IWGRP | S_IWOTH;
-    const mode_t eMode = fReadOnly ? oStat.st_mode & ~ALL_WRITE : oStat.st_mode | S_IWUSR;
-    return chmod(path.c_str(), eMode & 07777) == 0 ? Status::Success : StatusForPath(errno, path);
+    mode_t uMode = 0;
+    if (!ModeForAttributes(oStat, dwAttributes, uMode)) return Status::Success;
+    return chmod(path.c_str(), uMode) == 0 ? Status::Success : StatusForPath(errno, path);
 } catch (const std::bad_alloc&) {
     return Status::NotEnoughMemory;
 }
@@ -238,7 +258,7 @@ Status HostFilePort::Delete(const XCHAR* pszPath) noexcept try {
 }
 
 Status HostFilePort::DeleteByHandle(HANDLE hFile) noexcept try {
-    const std::optional<OpenFile> oFile = m_oFiles.Find(NumberOf(hFile));
+    const std::optional<OpenFile> oFile = FindFile(hFile);
     if (!oFile) return Status::InvalidHandle;
     if (!oFile->fDeletable) return Status::AccessDenied;
     struct stat oStat {};

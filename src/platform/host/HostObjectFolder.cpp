@@ -93,10 +93,6 @@ Status MarkAsHolder(int iFile) noexcept {
 
 }  // namespace
 
-Descriptor::~Descriptor() {
-    if (m_iFile >= 0) close(m_iFile);
-}
-
 Status ObjectNameFromUnits(XStringView svName, std::string& rName) {
     constexpr std::size_t LONGEST = 230;  // of 255 that a file name may have; the endings need room
     constexpr XStringView LOCAL = VTEXT("Local\\"), GLOBAL = VTEXT("Global\\");

@@ -3,28 +3,11 @@
 #pragma once
 
 #include <string>
-#include <utility>
 
 #include "platform/WinTypes.h"
+#include "platform/host/HostDescriptor.h"
 
 namespace vlm::host {
-
-/// A descriptor that closes itself unless it is handed on.
-class Descriptor {
-public:
-    explicit Descriptor(int iFile = -1) noexcept : m_iFile(iFile) {}
-    ~Descriptor();
-    Descriptor(Descriptor&& rrOther) noexcept : m_iFile(rrOther.Release()) {}
-    Descriptor& operator=(Descriptor&& rrOther) noexcept {
-        std::swap(m_iFile, rrOther.m_iFile);
-        return *this;
-    }
-    int Get() const noexcept { return m_iFile; }
-    int Release() noexcept { return std::exchange(m_iFile, -1); }
-
-private:
-    int m_iFile;
-};
 
 /// The kinds of named objects; each has files of its own form.
 enum class ObjectKind { AutoEvent, ManualEvent, Mutex };

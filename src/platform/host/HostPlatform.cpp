@@ -41,6 +41,7 @@ const Platform& GetSystemPlatform() noexcept {
     static const Platform soPlatform{
         .pText = &host::goText.object,
         .pFiles = &host::goFiles.object,
+        .pOpenFiles = &host::goFiles.object,
         .pRegistry = &host::goRegistry.object,
         .pCabinet = &HostCabinetPortInstance(),
         .pDesktop = &host::goDesktop.object,

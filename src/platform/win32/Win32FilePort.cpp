@@ -3,63 +3,30 @@
 #include "platform/win32/Win32FilePort.h"
 
 #include <climits>
-#include <new>
-#include <string>
 
-#include "platform/win32/System.h"
+#include "platform/win32/SystemPath.h"
 
 namespace vlm::win32 {
 
 namespace {
 
-/// A path as the system takes it, whatever its length.
-class SystemPath {
-public:
-    /// @throws std::bad_alloc
-    explicit SystemPath(const XCHAR* pszPath) : m_pszPath(pszPath) {
-        // Folders are limited to 248 units: room for an 8.3 name must remain.
-        constexpr std::size_t cShort = 240;
-        if (pszPath == nullptr || *pszPath == 0) {
-            m_eStatus = Status::PathNotFound;
-            return;
-        }
-        const XStringView svPath(pszPath);
-        if (svPath.size() < cShort || svPath.starts_with(L"\\\\?\\") || svPath.starts_with(L"\\\\.\\")) return;
-        // The prefix switches the system's own tidying off, so it is done first.
-        const DWORD dwRoom = GetFullPathNameW(pszPath, 0, nullptr, nullptr);
-        std::wstring full(dwRoom, L'\0');
-        const DWORD dwUnits = dwRoom ? GetFullPathNameW(pszPath, dwRoom, full.data(), nullptr) : 0;
-        if (dwUnits == 0 || dwUnits >= dwRoom) {
-            m_eStatus = dwUnits == 0 ? LastStatus() : Status::GeneralFailure;
-            return;
-        }
-        full.resize(dwUnits);
-        m_long = full.starts_with(L"\\\\") ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
-        m_pszPath = m_long.c_str();
-    }
-    SystemPath(const SystemPath&) = delete;
-    SystemPath& operator=(const SystemPath&) = delete;
-    const XCHAR* Get() const noexcept { return m_pszPath; }
-    Status GetStatus() const noexcept { return m_eStatus; }
-
-private:
-    const XCHAR* m_pszPath;
-    std::wstring m_long;
-    Status m_eStatus = Status::Success;
-};
-
-/// Runs `operation` on the path in the system's form.
-template <typename Operation>
-Status WithPath(const XCHAR* pszPath, Operation operation) noexcept try {
-    const SystemPath oPath(pszPath);
-    return oPath.GetStatus() == Status::Success ? operation(oPath.Get()) : oPath.GetStatus();
-} catch (const std::bad_alloc&) {
-    return Status::NotEnoughMemory;
-}
-
 /// The pseudo handle -1 stands for the process, and null for nothing: neither is a file.
 bool IsFile(HANDLE hFile) noexcept {
     return hFile != nullptr && hFile != INVALID_HANDLE_VALUE;
+}
+
+DWORD SystemAccess(FilePort::Access eAccess) noexcept {
+    switch (eAccess) {
+        case FilePort::Access::ReadWrite:
+            return GENERIC_READ | GENERIC_WRITE;
+        case FilePort::Access::Write:
+            // Appending looks at the size and keeps the end of the file for itself, which needs the attributes.
+            return GENERIC_WRITE | FILE_READ_ATTRIBUTES;
+        case FilePort::Access::Attributes:
+            return FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES | SYNCHRONIZE;
+        default:
+            return GENERIC_READ;
+    }
 }
 
 DWORD SystemDisposition(FilePort::Disposition eDisposition) noexcept {
@@ -82,8 +49,7 @@ static_assert(FilePort::ShareRead == FILE_SHARE_READ && FilePort::ShareWrite == 
 
 Status Win32FilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HANDLE& rhFile) noexcept {
     return WithPath(pszPath, [&](const XCHAR* pszSystem) {
-        DWORD dwAccess = GENERIC_READ;
-        if (rOptions.eAccess == Access::ReadWrite) dwAccess |= GENERIC_WRITE;
+        DWORD dwAccess = SystemAccess(rOptions.eAccess);
         if (rOptions.fDeleteAccess) dwAccess |= DELETE;
         DWORD dwFlags = FILE_ATTRIBUTE_NORMAL;
         if (rOptions.fIdentificationOnly) dwFlags |= SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;

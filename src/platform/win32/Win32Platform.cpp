@@ -42,6 +42,7 @@ const Platform& GetSystemPlatform() noexcept {
     static const Platform soPlatform{
         .pText = &goText.object,
         .pFiles = &goFiles.object,
+        .pOpenFiles = &goFiles.object,
         .pRegistry = &goRegistry.object,
         .pCabinet = &Win32CabinetPortInstance(),
         .pDesktop = &goDesktop.object,
