@@ -61,7 +61,7 @@ private:
 /// on would be to do a user's work with the spooler's rights.
 class VLM_API RevertToPrinterSelfWrapper {
 public:
-    static constexpr DWORD EXIT_CODE_IDENTITY_LOST = 0xE0510008;
+    static constexpr DWORD EXIT_CODE_IDENTITY_LOST = 1368;
 
     RevertToPrinterSelfWrapper() noexcept;
     ~RevertToPrinterSelfWrapper();
