@@ -12,6 +12,8 @@ namespace vlm {
 
 namespace {
 
+constexpr KeyTreeLimits COPY_LIMITS{bounds::MAX_COPIED_KEYS, bounds::MAX_COPIED_LEVELS};
+constexpr KeyTreeLimits DELETE_LIMITS{bounds::MAX_DELETED_KEYS, bounds::MAX_KEY_LEVELS};
 constexpr DWORD TARGET_RIGHTS = RegistryPort::SET_VALUE | RegistryPort::CREATE_SUB_KEY;
 
 /// Is this key the caller's to delete, with all its values?
@@ -53,20 +55,19 @@ private:
 };
 
 /// The key of the target tree that stands for a key of the source tree.
-ResolvedKey Counterpart(const KeyTree& rSource, const KeyTree& rTarget, const ResolvedKey& rKey) {
-    ResolvedKey oKey = rTarget.m_oKey;
-    oKey.m_csPath += rKey.m_csPath.Mid(rSource.m_oKey.m_csPath.GetLength());
+ResolvedKey Counterpart(const TreeCopy& rCopy, const ResolvedKey& rKey) {
+    ResolvedKey oKey = rCopy.m_oTarget.m_oKey;
+    oKey.m_csPath += rKey.m_csPath.Mid(rCopy.m_oSource.m_oKey.m_csPath.GetLength());
     return oKey;
 }
 
 /// Looks at everything that is to be copied.
 class CopyChecker final : public KeyTreeVisitor {
 public:
-    CopyChecker(const RequestCaller& rCaller, RequestRights eRights, const KeyTree& rSource, const KeyTree& rTarget)
-        : m_rCaller(rCaller), m_eRights(eRights), m_rSource(rSource), m_rTarget(rTarget) {}
+    explicit CopyChecker(const TreeCopy& rCopy) : m_rCopy(rCopy) {}
 
     Status EnterKey(HKEY hKey, const ResolvedKey& rKey, std::size_t) override {
-        const ResolvedKey oTarget = Counterpart(m_rSource, m_rTarget, rKey);
+        const ResolvedKey oTarget = Counterpart(m_rCopy, rKey);
         ++m_cKeys;
         if (!IsAllowed(rKey, oTarget, CXString())) return Status::AccessDenied;
         return ForEachValue(hKey, [&](const CXString& kcsName, DWORD dwType, DWORD cbData) {
@@ -82,33 +83,28 @@ public:
 
 private:
     bool IsAllowed(const ResolvedKey& rFrom, const ResolvedKey& rTo, const CXString& kcsName) const {
-        return Authorise(m_rCaller, RequestEffect::Read, rFrom, kcsName) == m_eRights &&
-               Authorise(m_rCaller, RequestEffect::Write, rTo, kcsName) == m_eRights;
+        return Authorise(m_rCopy.m_rCaller, RequestEffect::Read, rFrom, kcsName) == m_rCopy.m_eRights &&
+               Authorise(m_rCopy.m_rCaller, RequestEffect::Write, rTo, kcsName) == m_rCopy.m_eRights;
     }
 
-    const RequestCaller& m_rCaller;
-    RequestRights m_eRights;
-    const KeyTree& m_rSource;
-    const KeyTree& m_rTarget;
+    const TreeCopy& m_rCopy;
 };
 
 class Copier final : public KeyTreeVisitor {
 public:
-    Copier(const KeyTree& rSource, const KeyTree& rTarget, CopyChecker& rChecker)
-        : m_rSource(rSource), m_rTarget(rTarget), m_rChecker(rChecker) {}
+    explicit Copier(const TreeCopy& rCopy) : m_rCopy(rCopy), m_oSecondLook(rCopy) {}
 
     Status EnterKey(HKEY hKey, const ResolvedKey& rKey, std::size_t cLevel) override {
         // The source may have changed since it was looked at.
-        Status eStatus = m_rChecker.EnterKey(hKey, rKey, cLevel);
+        Status eStatus = m_oSecondLook.EnterKey(hKey, rKey, cLevel);
         if (eStatus != Status::Success) return eStatus;
-        HKEY hTarget = m_rTarget.m_hTop;
+        HKEY hTarget = m_rCopy.m_oTarget.m_hTop;
         m_voTargets.resize(cLevel);  // those of the keys above; the top is the caller's own
         if (cLevel > 0) {
             const HKEY hParent = cLevel == 1 ? hTarget : m_voTargets[cLevel - 2].Get();
             const CXString csName = rKey.m_csPath.Mid(rKey.m_csPath.ReverseFind(VTEXT('\\')) + 1);
             RegistryHandle& roHandle = m_voTargets[cLevel - 1];
-            eStatus =
-                CreateConfined({hParent, csName}, Counterpart(m_rSource, m_rTarget, rKey), TARGET_RIGHTS, roHandle);
+            eStatus = CreateConfined({hParent, csName}, Counterpart(m_rCopy, rKey), TARGET_RIGHTS, roHandle);
             if (eStatus != Status::Success) return eStatus;
             hTarget = roHandle.Get();
         }
@@ -127,9 +123,8 @@ private:
         });
     }
 
-    const KeyTree& m_rSource;
-    const KeyTree& m_rTarget;
-    CopyChecker& m_rChecker;
+    const TreeCopy& m_rCopy;
+    CopyChecker m_oSecondLook;
     std::vector<RegistryHandle> m_voTargets;
 };
 
@@ -139,27 +134,25 @@ Status CheckDeletion(const RequestCaller& rCaller, const KeyTree& rTree, bool fR
     if (IsTrustedCaller(rCaller)) return Status::Success;
     DeletionChecker oChecker(rCaller);
     if (!fRecursive) return oChecker.EnterKey(rTree.m_hTop, rTree.m_oKey, 0);
-    const KeyTreeLimits oLimits{bounds::MAX_DELETED_KEYS, bounds::MAX_KEY_LEVELS};
-    return WalkKeyTree(rTree.m_hTop, rTree.m_oKey, 0, oLimits, oChecker, &rLock);
+    return WalkKeyTree(rTree.m_hTop, rTree.m_oKey, 0, DELETE_LIMITS, oChecker, &rLock);
 }
 
 Status DeleteTree(const KeyTree& rTree, WorkLock& rLock) {
     Deleter oDeleter;
-    const KeyTreeLimits oLimits{bounds::MAX_DELETED_KEYS, bounds::MAX_KEY_LEVELS};
-    return WalkKeyTree(rTree.m_hTop, rTree.m_oKey, RegistryPort::RIGHT_DELETE, oLimits, oDeleter, &rLock);
+    return WalkKeyTree(rTree.m_hTop, rTree.m_oKey, RegistryPort::RIGHT_DELETE, DELETE_LIMITS, oDeleter, &rLock);
 }
 
-Status CopyTree(const RequestCaller& rCaller, RequestRights eRights, const KeyTree& rSource, const KeyTree& rTarget,
-                StorageUsage& rUsage, WorkLock& rLock) {
-    const KeyTreeLimits oLimits{bounds::MAX_COPIED_KEYS, bounds::MAX_COPIED_LEVELS};
-    CopyChecker oChecker(rCaller, eRights, rSource, rTarget);
-    Status eStatus = WalkKeyTree(rSource.m_hTop, rSource.m_oKey, 0, oLimits, oChecker, &rLock);
+Status CheckCopy(const TreeCopy& rCopy, StorageUsage& rUsage, WorkLock& rLock) {
+    CopyChecker oChecker(rCopy);
+    const Status eStatus =
+        WalkKeyTree(rCopy.m_oSource.m_hTop, rCopy.m_oSource.m_oKey, 0, COPY_LIMITS, oChecker, &rLock);
     if (eStatus != Status::Success) return eStatus;
-    eStatus = rUsage.Reserve(rTarget.m_oKey, oChecker.m_cKeys, oChecker.m_cbBytes);
-    if (eStatus != Status::Success) return eStatus;
-    CopyChecker oSecondLook(rCaller, eRights, rSource, rTarget);
-    Copier oCopier(rSource, rTarget, oSecondLook);
-    return WalkKeyTree(rSource.m_hTop, rSource.m_oKey, 0, oLimits, oCopier, &rLock);
+    return rUsage.Reserve(rCopy.m_oTarget.m_oKey, oChecker.m_cKeys, oChecker.m_cbBytes);
+}
+
+Status CopyTree(const TreeCopy& rCopy, WorkLock& rLock) {
+    Copier oCopier(rCopy);
+    return WalkKeyTree(rCopy.m_oSource.m_hTop, rCopy.m_oSource.m_oKey, 0, COPY_LIMITS, oCopier, &rLock);
 }
 
 }  // namespace vlm

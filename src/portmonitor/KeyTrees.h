@@ -24,11 +24,20 @@ Status CheckDeletion(const RequestCaller& rCaller, const KeyTree& rTree, bool fR
 /// @return NoSystemResources when it has too many keys; those that went are gone then.
 Status DeleteTree(const KeyTree& rTree, WorkLock& rLock);
 
-/// Copies the values and sub-keys of one key into another.  Everything is looked at before anything is written: whether
-/// this caller may read each value here and write it there, with these rights; and that there is no link and not too
-/// much of it.
+/// A copy: who asks for it, and with which rights it was allowed.
+struct TreeCopy {
+    const RequestCaller& m_rCaller;
+    RequestRights m_eRights;
+    KeyTree m_oSource;
+    KeyTree m_oTarget;  ///< not open yet when the copy is checked
+};
+
+/// Looks at everything that is to be copied, before anything is written: whether this caller may read each value here
+/// and write it there with these rights, and that there is no link and not too much of it.  Takes room from the quota.
+Status CheckCopy(const TreeCopy& rCopy, StorageUsage& rUsage, WorkLock& rLock);
+
+/// Copies the values and sub-keys of the source into the target; looks at each once more.
 /// @return AccessDenied, NoSystemResources, or the registry's failure; what was copied by then stays.
-Status CopyTree(const RequestCaller& rCaller, RequestRights eRights, const KeyTree& rSource, const KeyTree& rTarget,
-                StorageUsage& rUsage, WorkLock& rLock);
+Status CopyTree(const TreeCopy& rCopy, WorkLock& rLock);
 
 }  // namespace vlm

@@ -124,12 +124,12 @@ Status RequestExecution::DeleteKey() {
 
 Status RequestExecution::Copy() {
     RegistryHandle oSource, oTarget;
-    KeyTree oSourceTree{nullptr, m_rDecision.m_oSource}, oTargetTree{nullptr, m_rDecision.m_oKey};
+    TreeCopy oCopy{m_rCaller, m_rDecision.m_eRights, {nullptr, m_rDecision.m_oSource}, {nullptr, m_rDecision.m_oKey}};
     Status eStatus = OpenConfined(PlaceOf(m_rDecision.m_oSource), SOURCE_RIGHTS, oSource);
-    oSourceTree.m_hTop = oSource.Get();
-    if (eStatus == Status::Success) eStatus = CreateTarget(COPY_RIGHTS, oTarget, oTargetTree.m_hTop);
-    if (eStatus != Status::Success) return eStatus;
-    return CopyTree(m_rCaller, m_rDecision.m_eRights, oSourceTree, oTargetTree, m_rUsage, m_rLock);
+    oCopy.m_oSource.m_hTop = oSource.Get();
+    if (eStatus == Status::Success) eStatus = CheckCopy(oCopy, m_rUsage, m_rLock);
+    if (eStatus == Status::Success) eStatus = CreateTarget(COPY_RIGHTS, oTarget, oCopy.m_oTarget.m_hTop);
+    return eStatus == Status::Success ? CopyTree(oCopy, m_rLock) : eStatus;
 }
 
 Status RequestExecution::RunOnValues(ByteBuffer& rbbReply) {

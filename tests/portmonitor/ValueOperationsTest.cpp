@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "MonitorBench.h"
+#include "support/FaultLoop.h"
 
 namespace vlm::test {
 
@@ -237,6 +238,33 @@ TEST(ValueOperationsByRoot, SettingCreatesTheKeyAndNothingElseDoes) {
     EXPECT_EQ(oBench.Everything(), before);
     EXPECT_EQ(Run(SetLongValue, bbLong), Status::Success);
     EXPECT_TRUE(oBench.oFake.registry.ValueAt(XString(VERSION_PATH) + VTEXT("\\New\\Key"), VTEXT("v")));
+}
+
+TEST(ValueOperationsByRoot, ARenamingByCaseThatFailsLeavesTheValueUnderOneOfItsNames) {
+    const XString path = XString(VERSION_PATH) + VTEXT("\\Key");
+    FaultLoop oLoop;
+    oLoop.fnPrepare = [&](FakePlatform& rFake) { rFake.registry.AddDword(path, VTEXT("name"), 7); };
+    oLoop.fnRun = [] {
+        ByteBuffer bbRecord;
+        DWORD cbNeeded = 0;
+        MonitorChannels oChannels;
+        HANDLE hChannel = nullptr;
+        Status eStatus = oChannels.Open(0, hChannel);
+        try {
+            MakeRequest(Function::RenameValue, VERSION, VTEXT("Key"), VTEXT("name"), TextData(VTEXT("NAME")))
+                .AppendTo(bbRecord);
+        } catch (const std::exception&) {
+            return FaultOutcome::Failed;
+        }
+        if (eStatus == Status::Success)
+            eStatus = oChannels.Transceive(hChannel, VTEXT("xregistry"), bbRecord, {}, cbNeeded);
+        return eStatus == Status::Success ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+    };
+    oLoop.fnCheck = [&](FakePlatform& rFake, FaultOutcome) {
+        EXPECT_TRUE(rFake.registry.ValueAt(path, VTEXT("name")));
+    };
+    oLoop.vModes = {FaultMode::FailOnce};
+    RunFaultLoop(oLoop);
 }
 
 }  // namespace

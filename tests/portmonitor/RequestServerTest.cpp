@@ -1,0 +1,239 @@
+/// @file
+/// The way of a command through the monitor: what is checked before what, with whose identity, and what a failure
+/// leaves.
+#include <new>
+#include <optional>
+
+#include "MonitorBench.h"
+#include "WatchedRegistry.h"
+#include "portmonitor/SystemIdentity.h"
+#include "support/FaultLoop.h"
+#include "support/FaultPlatform.h"
+#include "utilities/debuggingandexceptions/VelomExceptions.h"
+
+namespace vlm::test {
+
+namespace {
+
+constexpr auto VERSION = HKeyRegistry::Hkey_Machine_Version;
+constexpr DWORD ADMINISTER = SpoolerPort::SERVER_ACCESS_ADMINISTER;
+
+TEST(RequestServer, TheRoomForAReplyIsAskedForBeforeAnythingChanges) {
+    using enum _XPMRegistryFunction;
+    MonitorBench oBench;
+    const XString path = XString(VERSION_PATH) + VTEXT("\\Key");
+    oBench.oFake.registry.AddValue(path, VTEXT("v"), 3, FromHex("0100000000000000"));
+    const std::string before = oBench.Everything();
+    const struct {
+        Function eFunction;
+        const XCHAR* pszPath;
+        ByteBuffer bbData;
+        DWORD cbReply;
+    } aRows[] = {
+        {CreateKey, VTEXT("New"), ByteBuffer(), 8},
+        {OpenKey, VTEXT("Key"), ByteBuffer(), 8},
+        {GetClearBooleanValue, VTEXT("Key"), ByteBuffer(), 1},
+        {GetIncLongValue, VTEXT("Key"), ByteBuffer::createFromLongValue(9), 4},
+        {GetIncLong64Value, VTEXT("Key"), ByteBuffer::createFromLong64Value(9), 8},
+    };
+    for (const auto& rRow : aRows) {
+        const bool fNamed = FindRequestOperation(static_cast<WORD>(rRow.eFunction))->m_eName != RequestName::No;
+        const PortMonitorRequest oRequest =
+            MakeRequest(rRow.eFunction, VERSION, rRow.pszPath, fNamed ? VTEXT("v") : VTEXT(""), rRow.bbData);
+        for (DWORD cbRoom = 0; cbRoom < rRow.cbReply; ++cbRoom) {
+            const Answer oAnswer = oBench.Send(oRequest, cbRoom);
+            EXPECT_EQ(oAnswer, Status::InsufficientBuffer);
+            EXPECT_EQ(oAnswer.cbNeeded, rRow.cbReply);
+        }
+        EXPECT_EQ(oBench.Everything(), before) << static_cast<int>(rRow.eFunction);
+        EXPECT_EQ(oBench.oFake.registry.OpenHandles(), 0u);
+    }
+    // A refusal comes first: whoever may not must not learn what there is.
+    oBench.ActAs(OWN_SID, IdentityPort::INTEGRITY_LOW);
+    EXPECT_EQ(oBench.Send(MakeRequest(GetClearBooleanValue, VERSION, VTEXT("Key"), VTEXT("v")), 0),
+              Status::AccessDenied);
+}
+
+TEST(RequestServer, TheRegistryIsTouchedWithTheIdentityDecidedOnAndNoOther) {
+    MonitorBench oBench;
+    oBench.oFake.registry.AddText(XString(VERSION_PATH) + VTEXT("\\Key"), VTEXT("v"), VTEXT("x"));
+    WatchedRegistry oWatched(oBench.oFake.registry);
+    Platform oPlatform = oBench.oFake.Get();
+    oPlatform.pRegistry = &oWatched;
+    const PlatformScope oScope(oPlatform);
+    int iAsSystem = 0, iAsCaller = 0;
+    oWatched.SetWatcher([&](WatchedRegistry::Access, const std::string&, const XCHAR*) {
+        IdentityPort::Identity oIdentity;
+        EXPECT_EQ(oBench.oFake.identity.CurrentIdentity(oIdentity), Status::Success);
+        ++(oIdentity.fImpersonating ? iAsCaller : iAsSystem);
+    });
+    MonitorChannels oChannels;
+    HANDLE hChannel = nullptr;
+    ASSERT_EQ(oChannels.Open(0, hChannel), Status::Success);
+    EXPECT_EQ(SendRequest(oChannels, hChannel, MakeRequest(Function::GetStringValue, VERSION, VTEXT("Key"), VTEXT("v")))
+                  .eStatus,
+              Status::Success);
+    EXPECT_GT(iAsSystem, 0);
+    EXPECT_EQ(iAsCaller, 0);
+    iAsSystem = 0;
+    PortMonitorRequest oOwn = MakeRequest(Function::SetBytesValue, HKeyRegistry::Hkey_Current_User,
+                                          VTEXT("Software\\x"), VTEXT("v"), ByteBuffer(FromHex("01")));
+    oOwn.m_csThird = OWN_SID;
+    EXPECT_EQ(SendRequest(oChannels, hChannel, oOwn), Status::Success);
+    EXPECT_GT(iAsCaller, 0);
+    EXPECT_EQ(iAsSystem, 0);
+    IdentityPort::Identity oIdentity;
+    EXPECT_EQ(oBench.oFake.identity.CurrentIdentity(oIdentity), Status::Success);
+    EXPECT_TRUE(oIdentity.fImpersonating);
+    EXPECT_EQ(oBench.oFake.identity.OpenTokens(), 0u);
+}
+
+TEST(RequestServer, AnIdentityThatCannotBeRestoredEndsTheProcess) {
+    bool fEnded = false;
+    for (std::uint64_t ullCall = 1; ullCall < 100 && !fEnded; ++ullCall) {
+        MonitorBench oBench;
+        const HANDLE hChannel = oBench.Open();
+        FaultPlatform oFaults(oBench.oFake.Get());
+        const PlatformScope oScope(oFaults.Get());
+        oFaults.Script().Arm(FaultMode::FailOnce, ullCall);
+        const Answer oAnswer = SendRequest(oBench.oChannels, hChannel,
+                                           MakeRequest(Function::SetBytesValue, VERSION, VTEXT("Key"), VTEXT("v")));
+        const std::optional<DWORD> oEnded = oBench.oFake.identity.EndedWith();
+        fEnded = oEnded.has_value();
+        if (!fEnded) continue;
+        EXPECT_EQ(*oEnded, SystemIdentity::EXIT_CODE);
+        EXPECT_EQ(oFaults.Script().Calls(), ullCall) << "calls were made after the process should have been gone";
+        EXPECT_EQ(oAnswer, Status::GeneralFailure);
+    }
+    EXPECT_TRUE(fEnded);
+}
+
+TEST(RequestServer, OtherCommandsAndTheirInput) {
+    MonitorBench oBench;
+    const auto Text = [](const XCHAR* pszText) { return TextData(pszText); };
+    EXPECT_EQ(oBench.Command(VTEXT("isready")), Status::Success);
+    EXPECT_EQ(oBench.Command(VTEXT("isready"), ByteBuffer(FromHex("00"))), Status::InvalidParameter);
+    for (const XCHAR* pszCommand :
+         {VTEXT(""), VTEXT("IsReady"), VTEXT("isready "), VTEXT("xregistry2"), VTEXT("xregistry")})
+        EXPECT_EQ(oBench.Command(pszCommand), Status::InvalidParameter);
+    for (const XCHAR* pszSid : {VTEXT(""), VTEXT(".DEFAULT"), VTEXT("S-1-5-18\\x"), VTEXT("Software")})
+        EXPECT_EQ(oBench.Command(VTEXT("XRemoveSID"), Text(pszSid)), Status::InvalidParameter);
+    EXPECT_EQ(oBench.Command(VTEXT("XRemoveSID"), ByteBuffer(FromHex("53002D00"))), Status::InvalidParameter);
+    EXPECT_EQ(oBench.Command(VTEXT("XRemoveSID"), Text(OTHER_SID)), Status::AccessDenied);
+    EXPECT_EQ(oBench.Command(VTEXT("XRemoveSID"), Text(OWN_SID)), Status::Success);  // there is nothing
+    EXPECT_EQ(oBench.Command(VTEXT("upgrade"), {}, ADMINISTER), Status::AccessDenied);
+    oBench.ActAsAdministrator();
+    EXPECT_EQ(oBench.Command(VTEXT("upgrade"), {}, 0), Status::AccessDenied);
+    EXPECT_EQ(oBench.Command(VTEXT("upgrade"), {}, ADMINISTER), Status::Success);
+    EXPECT_EQ(oBench.Command(VTEXT("XRemoveLRS"), {}, 0), Status::AccessDenied);
+    IdentityPort::Identity oRemote = FakeIdentityPort::MakeIdentity(OWN_SID, IdentityPort::INTEGRITY_HIGH, true);
+    oRemote.fRemote = true;
+    oBench.oFake.identity.Impersonate(oRemote);
+    EXPECT_EQ(oBench.Command(VTEXT("isready")), Status::Success);
+    EXPECT_EQ(oBench.Command(VTEXT("XRemoveLRS"), {}, ADMINISTER), Status::AccessDenied);
+    EXPECT_EQ(oBench.Send(MakeRequest(Function::GetCountOfSubKeys, VERSION, CXString())), Status::AccessDenied);
+}
+
+TEST(RequestServer, StorageIsRemovedForOneUserOrForAll) {
+    MonitorBench oBench;
+    FakeRegistryPort& rRegistry = oBench.oFake.registry;
+    const XString own = XString(STORAGE_PATH) + VTEXT("\\") + OWN_SID,
+                  other = XString(STORAGE_PATH) + VTEXT("\\") + OTHER_SID;
+    const auto Fill = [&] {
+        for (const XString& rPath : {own, other, XString(STORAGE_PATH) + VTEXT("\\shared")})
+            rRegistry.AddDword(rPath + VTEXT("\\a\\b"), VTEXT("v"), 1);
+    };
+    Fill();
+    EXPECT_EQ(oBench.Command(VTEXT("XRemoveSID"), TextData(OWN_SID)), Status::Success);
+    EXPECT_FALSE(rRegistry.HasKey(own));
+    EXPECT_TRUE(rRegistry.HasKey(other + VTEXT("\\a\\b")));
+    oBench.ActAsAdministrator();
+    Fill();
+    EXPECT_EQ(oBench.Command(VTEXT("XRemoveLRS"), {}, ADMINISTER), Status::Success);
+    EXPECT_FALSE(rRegistry.HasKey(STORAGE_PATH));
+    EXPECT_TRUE(rRegistry.HasKey(VERSION_PATH));
+    EXPECT_EQ(rRegistry.OpenHandles(), 0u);
+}
+
+FakePlatform* gpFake = nullptr;
+
+/// Whether the process would have been ended: in the fake it goes on without its client's identity.
+bool IsEnded() {
+    IdentityPort::Identity oIdentity;
+    gpFake->identity.CurrentIdentity(oIdentity);
+    return !oIdentity.fImpersonating;
+}
+
+/// One request of each kind on a tree of its own, so that a second run does the same again.
+FaultOutcome RunScenario() {
+    MonitorChannels oChannels;
+    HANDLE hChannel = nullptr;
+    bool fFailed = oChannels.Open(ADMINISTER, hChannel) != Status::Success;
+    if (fFailed) return FaultOutcome::Failed;
+    BYTE abyReply[256];
+    const auto Send = [&](const PortMonitorRequest& rRequest) {
+        if (IsEnded()) return false;
+        ByteBuffer bbRecord;
+        rRequest.AppendTo(bbRecord);
+        DWORD cbNeeded = 0;
+        const Status eStatus = oChannels.Transceive(hChannel, VTEXT("xregistry"), bbRecord, abyReply, cbNeeded);
+        // Nothing may look like a forgery, and no number of the platform's gets lost on the way.
+        if (eStatus == Status::InvalidHandle || eStatus == Status::InvalidParameter) std::abort();
+        fFailed = fFailed || eStatus != Status::Success;
+        return eStatus == Status::Success;
+    };
+    const auto Path = [](const XCHAR* pszPath) { return CXString(pszPath); };
+    const ByteBuffer bbLong = ByteBuffer::createFromLongValue(7);
+    Send(MakeRequest(Function::SetLongValue, VERSION, Path(VTEXT("a\\b")), VTEXT("n"), bbLong));
+    Send(MakeRequest(Function::GetIncLongValue, VERSION, Path(VTEXT("a\\b")), VTEXT("n"), bbLong));
+    Send(MakeRequest(Function::RenameValue, VERSION, Path(VTEXT("a\\b")), VTEXT("n"), TextData(VTEXT("N"))));
+    Send(MakeRequest(Function::QueryMultipleValues, VERSION, Path(VTEXT("a\\b")), CXString(),
+                     ValueListData({VTEXT("n")})));
+    Send(MakeRequest(Function::EnumValueNames, VERSION, Path(VTEXT("a\\b"))));
+    PortMonitorRequest oCopy = MakeRequest(Function::CopyKeyAndSubkeysFrom, VERSION, Path(VTEXT("c")));
+    oCopy.m_csThird = VTEXT("a");
+    Send(oCopy);
+    ULONGLONG ullToken = 0;
+    if (Send(MakeRequest(Function::CreateKey, VERSION, Path(VTEXT("a\\k")))) &&
+        PortMonitorReply::DecodeKeyToken({abyReply, 8}, ullToken)) {
+        Send(MakeRequest(Function::SetBytesValue, ullToken, CXString(), VTEXT("v"), bbLong));
+        Send(MakeRequest(Function::CloseKey, ullToken));
+    }
+    Send(MakeRequest(Function::DeleteKeyAndSubkeys, VERSION, Path(VTEXT("a"))));
+    Send(MakeRequest(Function::DeleteKeyAndSubkeys, VERSION, Path(VTEXT("c"))));
+    DWORD cbNeeded = 0;
+    const Status eRemoved = oChannels.Transceive(hChannel, VTEXT("XRemoveLRS"), {}, {}, cbNeeded);
+    return fFailed || eRemoved != Status::Success ? FaultOutcome::Failed : FaultOutcome::Succeeded;
+}
+
+TEST(RequestServer, EveryFailureOnTheWayLeavesNothingOpenAndTheIdentityAsItWas) {
+    FaultLoop oLoop;
+    oLoop.fnPrepare = [](FakePlatform& rFake) {
+        gpFake = &rFake;
+        rFake.registry.AddKey(XString(STORAGE_PATH) + VTEXT("\\x"));
+        rFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(OTHER_SID, IdentityPort::INTEGRITY_HIGH, true));
+    };
+    oLoop.fnRun = [] {
+        try {
+            return RunScenario();
+        } catch (const ExceptionOutOfMemory&) {  // of the scenario's own requests
+        } catch (const std::bad_alloc&) {
+        }
+        return FaultOutcome::Failed;
+    };
+    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {
+        IdentityPort::Identity oIdentity;
+        EXPECT_EQ(rFake.identity.CurrentIdentity(oIdentity), Status::Success);
+        // A restore that failed ends the process: there is nobody left to have an identity.
+        EXPECT_TRUE(oIdentity.fImpersonating || rFake.identity.EndedWith());
+        EXPECT_EQ(rFake.identity.OpenTokens(), 0u);
+        rFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(OTHER_SID, IdentityPort::INTEGRITY_HIGH, true));
+    };
+    oLoop.vStatuses = {Status::AccessDenied, Status::KeyDeleted, Status::NotEnoughMemory};
+    const FaultLoopReport oReport = RunFaultLoop(oLoop);
+    EXPECT_GT(oReport.ullFaults, 500u);
+}
+
+}  // namespace
+
+}  // namespace vlm::test
