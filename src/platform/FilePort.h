@@ -35,6 +35,10 @@ public:
         bool fIdentificationOnly = true;
         /// Asks for the right to delete by handle.  Counts as a use that other opens must share with ShareDelete.
         bool fDeleteAccess = false;
+        /// Opens, or creates, an ordinary file on a local drive and nothing else: no link leads to it, neither at the
+        /// end of the path nor on the way, and it has no other name.  Anything else answers AccessDenied.  For callers
+        /// with rights that whoever chose the path may lack.
+        bool fPlainLocalFile = false;
     };
 
     virtual ~FilePort() = default;

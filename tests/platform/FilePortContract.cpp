@@ -93,6 +93,34 @@ TEST_P(FilePortContract, ReadHandlesDoNotWrite) {
     EXPECT_EQ(Contents(Path(VTEXT("file"))), "abc");
 }
 
+TEST_P(FilePortContract, AFileWithLinksIsNotPlain) {
+    const Options oPlain{Access::Write, Disposition::OpenAlways, ALL, true, false, true};
+    const XString plain = Path(VTEXT("plain")), linked = Path(VTEXT("linked"));
+    EXPECT_EQ(TryOpen(plain, oPlain), Status::Success) << "made";
+    EXPECT_EQ(TryOpen(plain, oPlain), Status::Success) << "opened";
+    EXPECT_EQ(TryOpen(m_folder, oPlain), Status::AccessDenied);
+    EXPECT_NE(TryOpen(Path(VTEXT("none\\file")), oPlain), Status::Success);
+    Put(linked, "victim");
+    if (IsFake()) {
+        m_oFake.files.SetFacts(linked, {.cLinks = 2, .fDisk = true, .fLocal = true});
+    } else {
+        std::filesystem::create_hard_link(m_oFolder / "linked", m_oFolder / "second");
+    }
+    EXPECT_EQ(TryOpen(linked, oPlain), Status::AccessDenied);
+    EXPECT_EQ(Contents(linked), "victim");
+#ifndef _WIN32  // as a user without rights may not make them there
+    if (!IsFake()) {
+        std::filesystem::create_directory(m_oFolder / "folder");
+        std::filesystem::create_directory_symlink("folder", m_oFolder / "way");
+        std::filesystem::create_symlink("plain", m_oFolder / "link");
+        for (const XStringView svName : {VTEXT("link"), VTEXT("way\\file")}) {
+            EXPECT_EQ(TryOpen(Path(svName), oPlain), Status::AccessDenied) << Printable(svName);
+        }
+        EXPECT_FALSE(Exists(Path(VTEXT("folder\\file")))) << "made on the far side of a link";
+    }
+#endif
+}
+
 TEST_P(FilePortContract, SharingIsCheckedBothWays) {
     const XString path = Path(VTEXT("file"));
     Put(path, "abc");

@@ -14,6 +14,7 @@ struct FakeFilePort::Entry {
     bool fDeletePending = false;
     Facts oFacts{.cLinks = 1, .fDisk = true, .fLocal = true};
     bool IsFolder() const { return (dwAttributes & ATTRIBUTE_DIRECTORY) != 0; }
+    bool IsPlain() const { return oFacts.fDisk && oFacts.fLocal && !oFacts.fLink && oFacts.cLinks == 1; }
     bool IsReadOnly() const { return (dwAttributes & ATTRIBUTE_READONLY) != 0; }
 };
 

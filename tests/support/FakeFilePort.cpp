@@ -209,6 +209,7 @@ Status FakeFilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HAN
     } else {
         if (rOptions.eDisposition == Disposition::CreateNew) return Status::FileExists;
         if (shpoEntry->IsFolder() || shpoEntry->fDeletePending) return Status::AccessDenied;
+        if (rOptions.fPlainLocalFile && !shpoEntry->IsPlain()) return Status::AccessDenied;
         if ((fWritable || fCreateAlways) && shpoEntry->IsReadOnly()) return Status::AccessDenied;
         if (!IsShared(*shpoEntry, dwUses, dwDenies)) return Status::SharingViolation;
         if (fCreateAlways && IsShownBeyond(*shpoEntry, 0)) return Status::UserMappedFile;

@@ -3,7 +3,9 @@
 #include "platform/host/HostFilePort.h"
 
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -76,12 +78,32 @@ DWORD UsesOf(const FilePort::OpenOptions& rOptions) noexcept {
     return dwUses;
 }
 
+/// Opens a file that no link leads to.  A kernel that cannot look out for links on the way looks at the last component
+/// alone.
+int OpenWithoutLinks(const std::string& rPath, int iFlags) noexcept {
+    open_how oHow{};
+    oHow.flags = static_cast<std::uint64_t>(iFlags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW);
+    oHow.mode = (iFlags & O_CREAT) != 0 ? 0666 : 0;
+    oHow.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+    const int iFile = static_cast<int>(syscall(SYS_openat2, AT_FDCWD, rPath.c_str(), &oHow, sizeof(oHow)));
+    if (iFile < 0 && errno == ENOSYS) return OpenDescriptor(rPath, iFlags | O_NOFOLLOW);
+    if (iFile >= 0) fcntl(iFile, F_SETFL, fcntl(iFile, F_GETFL) & ~O_NONBLOCK);
+    return iFile;
+}
+
+/// Whether a file is an ordinary one that goes by one name.
+bool IsPlain(const struct stat& rStat) noexcept {
+    return S_ISREG(rStat.st_mode) && rStat.st_nlink == 1;
+}
+
 /// Opens with more rights than asked for where the marks of sharing need them, and with fewer where they are missing.
 int OpenWithRights(const std::string& rPath, const FilePort::OpenOptions& rOptions) noexcept {
     using Disposition = FilePort::Disposition;
     int iCreate = rOptions.eDisposition == Disposition::OpenExisting ? 0 : O_CREAT;
     if (rOptions.eDisposition == Disposition::CreateNew) iCreate |= O_EXCL;
-    const int iFile = OpenDescriptor(rPath, (NeedsWriting(rOptions) ? O_RDWR : O_RDONLY) | iCreate);
+    const int iFlags = (NeedsWriting(rOptions) ? O_RDWR : O_RDONLY) | iCreate;
+    if (rOptions.fPlainLocalFile) return OpenWithoutLinks(rPath, iFlags);
+    const int iFile = OpenDescriptor(rPath, iFlags);
     if (iFile >= 0 || errno != EACCES) return iFile;
     if (rOptions.eAccess == FilePort::Access::Write) return OpenDescriptor(rPath, O_WRONLY | iCreate);
     if (rOptions.eAccess == FilePort::Access::Attributes) return open(rPath.c_str(), O_PATH | O_CLOEXEC);
@@ -116,13 +138,14 @@ Status HostFilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HAN
     if (oFile.Get() < 0) {
         const int iError = errno;
         if (iError == EEXIST) return Status::FileExists;
+        if (iError == ELOOP && rOptions.fPlainLocalFile) return Status::AccessDenied;
         // A device or pipe without a partner.
         if (iError == ENXIO) return Status::FileNotFound;
         return StatusForPath(iError, path);
     }
     struct stat oStat {};
     if (fstat(oFile.Get(), &oStat) != 0) return StatusFromErrno(errno);
-    if (S_ISDIR(oStat.st_mode)) return Status::AccessDenied;
+    if (S_ISDIR(oStat.st_mode) || (rOptions.fPlainLocalFile && !IsPlain(oStat))) return Status::AccessDenied;
     if (NeedsWriting(rOptions) && IsReadOnly(oStat)) return Status::AccessDenied;
 
     const DWORD dwUses = UsesOf(rOptions);

@@ -5,6 +5,7 @@
 #include <climits>
 
 #include "platform/win32/SystemPath.h"
+#include "platform/win32/Win32PlainFile.h"
 
 namespace vlm::win32 {
 
@@ -53,9 +54,19 @@ Status Win32FilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HA
         if (rOptions.fDeleteAccess) dwAccess |= DELETE;
         DWORD dwFlags = FILE_ATTRIBUTE_NORMAL;
         if (rOptions.fIdentificationOnly) dwFlags |= SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
+        if (rOptions.fPlainLocalFile) {
+            dwFlags |= FILE_FLAG_OPEN_REPARSE_POINT;
+            if (const Status eStatus = CheckPlainPath(pszSystem); eStatus != Status::Success) return eStatus;
+        }
         const HANDLE hFile = CreateFileW(pszSystem, dwAccess, rOptions.dwShare, nullptr,
                                          SystemDisposition(rOptions.eDisposition), dwFlags, nullptr);
         if (hFile == INVALID_HANDLE_VALUE) return LastStatus();
+        if (rOptions.fPlainLocalFile) {
+            if (const Status eStatus = CheckPlainFile(hFile, pszSystem); eStatus != Status::Success) {
+                CloseHandle(hFile);
+                return eStatus;
+            }
+        }
         rhFile = hFile;
         return Status::Success;
     });
