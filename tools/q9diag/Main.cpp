@@ -8,6 +8,7 @@
 #include "LogSink.h"
 #include "Output.h"
 #include "platform/ProgramImpl.h"
+#include "platform/StoreChoice.h"
 
 namespace vlm::tool {
 
@@ -37,6 +38,9 @@ int RunCommand(CommandLine& rLine, const std::vector<std::string>& rvArguments) 
     const bool fJson = std::find(rvArguments.begin(), rvArguments.end(), "--json") != rvArguments.end();
     try {
         const CommandBody body = rLine.Parse(rvArguments);
+        const std::string& rStore = rLine.Globals().strStore;
+        if (!rStore.empty() && !ChooseStore(rStore.c_str()))
+            RefuseFile(FileStep::Open, rStore, Status::NotEnoughMemory);
         const LogSink oSink(ParseCategories(rLine.Globals().strLog));
         Output oOutput(fJson, ColorOf(rLine.Globals().strColor));
         const int iStatus = body(oOutput);

@@ -1,6 +1,7 @@
 /// @file
 /// The set of ports on the host.
 #include "platform/Platform.h"
+#include "platform/StoreChoice.h"
 #include "platform/host/HostCabinetPort.h"
 #include "platform/host/HostClockPort.h"
 #include "platform/host/HostCryptoPort.h"
@@ -12,6 +13,7 @@
 #include "platform/host/HostRegistryPort.h"
 #include "platform/host/HostSessionPort.h"
 #include "platform/host/HostSpoolerPort.h"
+#include "platform/host/HostStore.h"
 #include "platform/host/HostTextPort.h"
 #include "platform/host/HostThreadPort.h"
 #include "platform/host/Undying.h"
@@ -55,6 +57,10 @@ const Platform& GetSystemPlatform() noexcept {
         .pSessions = &host::goSessions.object,
     };
     return soPlatform;
+}
+
+bool ChooseStore(const char* pszFile) noexcept {
+    return host::SetHostStorePath(pszFile);
 }
 
 }  // namespace vlm

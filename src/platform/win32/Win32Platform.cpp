@@ -1,6 +1,7 @@
 /// @file
 /// The set of ports on Windows.
 #include "platform/Platform.h"
+#include "platform/StoreChoice.h"
 #include "platform/win32/System.h"
 #include "platform/win32/Win32CabinetPort.h"
 #include "platform/win32/Win32ClockPort.h"
@@ -56,6 +57,10 @@ const Platform& GetSystemPlatform() noexcept {
         .pSessions = &goSessions.object,
     };
     return soPlatform;
+}
+
+bool ChooseStore(const char*) noexcept {
+    return false;
 }
 
 }  // namespace vlm
