@@ -13,6 +13,7 @@ class CryptoPort;
 class DesktopPort;
 class EventPort;
 class FilePort;
+class FolderPort;
 class IdentityPort;
 class OpenFilePort;
 class ProcessPort;
@@ -27,6 +28,7 @@ struct Platform {
     TextPort* pText;
     FilePort* pFiles;
     OpenFilePort* pOpenFiles;
+    FolderPort* pFolders;
     RegistryPort* pRegistry;
     CabinetPort* pCabinet;
     DesktopPort* pDesktop;

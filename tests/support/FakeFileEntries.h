@@ -6,7 +6,15 @@
 
 namespace vlm::test {
 
-struct FakeFilePort::Entry {
+/// A path with one kind of separator, no doubled ones and no dots.
+XString Tidy(XStringView svPath);
+/// The form that the map is keyed by: tidy and in ASCII upper case.
+XString KeyOf(XStringView svPath);
+XString FolderOf(const XString& rKey);
+bool IsRoot(const XString& rKey);
+bool IsEmptyPath(const XCHAR* pszPath);
+
+struct FakeFilePort::DiskEntry {
     XString path;
     std::vector<BYTE> vbyContents;
     std::vector<BYTE> vbyFlushed;
@@ -14,7 +22,8 @@ struct FakeFilePort::Entry {
     bool fDeletePending = false;
     Facts oFacts{.cLinks = 1, .fDisk = true, .fLocal = true};
     bool IsFolder() const { return (dwAttributes & ATTRIBUTE_DIRECTORY) != 0; }
-    bool IsPlain() const { return oFacts.fDisk && oFacts.fLocal && !oFacts.fLink && oFacts.cLinks == 1; }
+    bool IsLink() const { return (dwAttributes & ATTRIBUTE_LINK) != 0; }
+    bool IsPlain() const { return oFacts.fDisk && oFacts.fLocal && !oFacts.fLink && !IsLink() && oFacts.cLinks == 1; }
     bool IsReadOnly() const { return (dwAttributes & ATTRIBUTE_READONLY) != 0; }
 };
 

@@ -9,55 +9,6 @@
 
 namespace vlm::test {
 
-namespace {
-
-/// A path with one kind of separator, no doubled ones and no dots.
-XString Tidy(XStringView svPath) {
-    std::vector<XString> vParts;
-    XString part;
-    const auto endPart = [&] {
-        if (part == VTEXT("..") && !vParts.empty()) vParts.pop_back();
-        if (!part.empty() && part != VTEXT(".") && part != VTEXT("..")) vParts.push_back(part);
-        part.clear();
-    };
-    for (const XCHAR unit : svPath) {
-        if (unit == VTEXT('\\') || unit == VTEXT('/')) {
-            endPart();
-        } else {
-            part += unit;
-        }
-    }
-    endPart();
-    XString path;
-    for (const XString& rPart : vParts)
-        path += (path.empty() ? XString() : XString(1, VTEXT('\\'))) + rPart;
-    return path;
-}
-
-/// The form that the map is keyed by: tidy and in ASCII upper case.
-XString KeyOf(XStringView svPath) {
-    XString key = Tidy(svPath);
-    for (XCHAR& runit : key) {
-        if (runit >= VTEXT('a') && runit <= VTEXT('z')) runit = static_cast<XCHAR>(runit - 0x20);
-    }
-    return key;
-}
-
-XString FolderOf(const XString& rKey) {
-    const std::size_t iSlash = rKey.rfind(VTEXT('\\'));
-    return iSlash == XString::npos ? XString() : rKey.substr(0, iSlash);
-}
-
-bool IsRoot(const XString& rKey) {
-    return rKey.empty() || (rKey.size() == 2 && rKey[1] == VTEXT(':'));
-}
-
-bool IsEmptyPath(const XCHAR* pszPath) {
-    return pszPath == nullptr || *pszPath == 0;
-}
-
-}  // namespace
-
 FakeFilePort::FakeFilePort() = default;
 FakeFilePort::~FakeFilePort() = default;
 
@@ -66,7 +17,7 @@ void FakeFilePort::AddFile(XStringView svPath, std::vector<BYTE> vbyContents, DW
     const std::lock_guard oLock(m_oMutex);
     const XString key = KeyOf(svPath);
     AddFolder(FolderOf(Tidy(svPath)));
-    const auto shpoEntry = std::make_shared<Entry>();
+    const auto shpoEntry = std::make_shared<DiskEntry>();
     shpoEntry->path = Tidy(svPath);
     shpoEntry->vbyFlushed = vbyContents;
     shpoEntry->vbyContents = std::move(vbyContents);
@@ -80,7 +31,7 @@ void FakeFilePort::AddFolder(XStringView svPath) {
     const XString key = KeyOf(svPath);
     if (IsRoot(key) || Lookup(key)) return;
     AddFolder(FolderOf(Tidy(svPath)));
-    const auto shpoEntry = std::make_shared<Entry>();
+    const auto shpoEntry = std::make_shared<DiskEntry>();
     shpoEntry->path = Tidy(svPath);
     shpoEntry->dwAttributes = ATTRIBUTE_DIRECTORY;
     m_mapEntries[key] = shpoEntry;
@@ -107,7 +58,7 @@ std::vector<XString> FakeFilePort::FileNames() const {
 
 std::size_t FakeFilePort::OpenHandles() const {
     const std::lock_guard oLock(m_oMutex);
-    return m_mapOpen.size() + m_mapMappings.size() + m_mapViews.size();
+    return m_mapOpen.size() + m_mapMappings.size() + m_mapViews.size() + m_mapLists.size();
 }
 
 void FakeFilePort::LimitSpace(ULONGLONG ullBytes) {
@@ -124,6 +75,7 @@ void FakeFilePort::DropHandles() {
     TakeOverViews();
     m_mapViews.clear();
     m_mapMappings.clear();
+    m_mapLists.clear();
     while (!m_mapOpen.empty())
         Close(m_mapOpen.begin()->first);
 }
@@ -170,7 +122,7 @@ Status FakeFilePort::Missing(const XString& rKey) const {
     return IsRoot(folder) || (shpoFolder && shpoFolder->IsFolder()) ? Status::FileNotFound : Status::PathNotFound;
 }
 
-bool FakeFilePort::IsShared(const Entry& rEntry, DWORD dwUses, DWORD dwDenies) const {
+bool FakeFilePort::IsShared(const DiskEntry& rEntry, DWORD dwUses, DWORD dwDenies) const {
     return std::all_of(m_mapOpen.begin(), m_mapOpen.end(), [&](const auto& rPair) {
         const OpenFile& rOther = rPair.second;
         return rOther.shpoEntry.get() != &rEntry ||
@@ -203,13 +155,14 @@ Status FakeFilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HAN
     if (!shpoEntry) {
         const Status eMissing = Missing(key);
         if (eMissing != Status::FileNotFound || rOptions.eDisposition == Disposition::OpenExisting) return eMissing;
-        shpoEntry = std::make_shared<Entry>();
+        shpoEntry = std::make_shared<DiskEntry>();
         shpoEntry->path = Tidy(pszPath);
         m_mapEntries[key] = shpoEntry;
     } else {
         if (rOptions.eDisposition == Disposition::CreateNew) return Status::FileExists;
-        if (shpoEntry->IsFolder() || shpoEntry->fDeletePending) return Status::AccessDenied;
         if (rOptions.fPlainLocalFile && !shpoEntry->IsPlain()) return Status::AccessDenied;
+        if (shpoEntry->IsLink()) return Status::CannotResolveFileName;
+        if (shpoEntry->IsFolder() || shpoEntry->fDeletePending) return Status::AccessDenied;
         if ((fWritable || fCreateAlways) && shpoEntry->IsReadOnly()) return Status::AccessDenied;
         if (!IsShared(*shpoEntry, dwUses, dwDenies)) return Status::SharingViolation;
         if (fCreateAlways && IsShownBeyond(*shpoEntry, 0)) return Status::UserMappedFile;

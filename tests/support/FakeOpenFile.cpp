@@ -31,7 +31,7 @@ void FakeFilePort::BringIntoViews() {
     }
 }
 
-bool FakeFilePort::IsShownBeyond(const Entry& rEntry, ULONGLONG ullSize) const {
+bool FakeFilePort::IsShownBeyond(const DiskEntry& rEntry, ULONGLONG ullSize) const {
     return std::any_of(m_mapViews.begin(), m_mapViews.end(), [&](const auto& rPair) {
         const Mapping& rMapping = rPair.second.oMapping;
         return rMapping.shpoEntry.get() == &rEntry && rMapping.ullBytes > ullSize;

@@ -28,6 +28,7 @@ public:
               .pText = &text,
               .pFiles = &files,
               .pOpenFiles = &files,
+              .pFolders = &files,
               .pRegistry = &registry,
               .pCabinet = GetSystemPlatform().pCabinet,
               .pDesktop = &desktop,

@@ -15,6 +15,7 @@
 #include "platform/SpoolerPort.h"
 #include "platform/TextPort.h"
 #include "platform/ThreadPort.h"
+#include "support/FaultRegistry.h"
 #include "support/FaultWrappers.h"
 
 namespace vlm::test {
@@ -110,177 +111,6 @@ public:
     Status CreateDirectoryAt(const XCHAR* pszPath) noexcept override {
         return Guard([&] { return m_rBelow.CreateDirectoryAt(pszPath); });
     }
-};
-
-class FaultRegistry final : public Wrapper<RegistryPort> {
-public:
-    using Wrapper::Wrapper;
-    HKEY RootKey(Root eRoot) noexcept override { return m_rBelow.RootKey(eRoot); }
-    Status Open(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey) noexcept override {
-        return Guard([&] { return m_rBelow.Open(hParent, pszSubKey, dwRights, rhKey); });
-    }
-    Status Create(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, bool fVolatile, HKEY& rhKey,
-                  bool& rfCreated) noexcept override {
-        return Guard([&] { return m_rBelow.Create(hParent, pszSubKey, dwRights, fVolatile, rhKey, rfCreated); });
-    }
-    Status CreateRestricted(HKEY hParent, const XCHAR* pszName, DWORD dwRights, const XCHAR* pszReaderSid, HKEY& rhKey,
-                            bool& rfCreated) noexcept override {
-        return Guard(
-            [&] { return m_rBelow.CreateRestricted(hParent, pszName, dwRights, pszReaderSid, rhKey, rfCreated); });
-    }
-    Status OpenLink(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey, bool& rfLink) noexcept override {
-        return Guard([&] { return m_rBelow.OpenLink(hParent, pszSubKey, dwRights, rhKey, rfLink); });
-    }
-    Status CreateLink(HKEY hParent, const XCHAR* pszName, HKEY hTarget) noexcept override {
-        return Guard([&] { return m_rBelow.CreateLink(hParent, pszName, hTarget); });
-    }
-    Status Close(HKEY hKey) noexcept override {
-        return GuardClose([&] { return m_rBelow.Close(hKey); });
-    }
-    Status QueryValue(HKEY hKey, const XCHAR* pszName, DWORD& rdwType, void* pTarget,
-                      DWORD& rcbData) noexcept override {
-        return GuardGrown(pTarget, rcbData,
-                          [&](DWORD& rcb) { return m_rBelow.QueryValue(hKey, pszName, rdwType, pTarget, rcb); });
-    }
-    Status QueryMultipleValues(HKEY hKey, ValueQuery* pQueries, DWORD cQueries, void* pTarget,
-                               DWORD& rcbData) noexcept override {
-        return GuardGrown(pTarget, rcbData, [&](DWORD& rcb) {
-            return m_rBelow.QueryMultipleValues(hKey, pQueries, cQueries, pTarget, rcb);
-        });
-    }
-    Status SetValue(HKEY hKey, const XCHAR* pszName, DWORD dwType, const void* pData, DWORD cbData) noexcept override {
-        return Guard([&] { return m_rBelow.SetValue(hKey, pszName, dwType, pData, cbData); });
-    }
-    Status DeleteValue(HKEY hKey, const XCHAR* pszName) noexcept override {
-        return Guard([&] { return m_rBelow.DeleteValue(hKey, pszName); });
-    }
-    Status DeleteKey(HKEY hParent, const XCHAR* pszSubKey) noexcept override {
-        return Guard([&] { return m_rBelow.DeleteKey(hParent, pszSubKey); });
-    }
-    Status DeleteOpenKey(HKEY hKey) noexcept override {
-        return Guard([&] { return m_rBelow.DeleteOpenKey(hKey); });
-    }
-    Status QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept override {
-        return Guard([&] { return m_rBelow.QueryInfo(hKey, rInfo); });
-    }
-    Status EnumerateKey(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept override {
-        return Guard([&] { return m_rBelow.EnumerateKey(hKey, dwIndex, pszName, rcName); });
-    }
-    Status EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName, DWORD& rdwType, void* pTarget,
-                          DWORD& rcbData) noexcept override {
-        return GuardGrown(pTarget, rcbData, [&](DWORD& rcb) {
-            return m_rBelow.EnumerateValue(hKey, dwIndex, pszName, rcName, rdwType, pTarget, rcb);
-        });
-    }
-    Status OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept override {
-        return Guard([&] { return m_rBelow.OpenCurrentUser(dwRights, rhKey); });
-    }
-
-private:
-    /// A read of data: the short fault is a value that grew after its size was asked for.
-    template <typename Call>
-    Status GuardGrown(const void* pTarget, DWORD& rcbData, Call call) noexcept {
-        switch (m_rScript.Decide()) {
-            case Decision::Fail:
-                return m_rScript.FaultStatus();
-            case Decision::Short:
-                if (pTarget != nullptr) {
-                    rcbData = rcbData * 2 + 1;
-                    return Status::MoreData;
-                }
-                [[fallthrough]];
-            case Decision::Pass:
-                return call(rcbData);
-            default:
-                return DEAD;
-        }
-    }
-};
-
-class FaultSpooler final : public Wrapper<SpoolerPort> {
-public:
-    using Wrapper::Wrapper;
-    Status OpenPrinterHandle(const XCHAR* pszName, DWORD dwAccess, HANDLE& rhPrinter) noexcept override {
-        return Guard([&] { return m_rBelow.OpenPrinterHandle(pszName, dwAccess, rhPrinter); });
-    }
-    Status ClosePrinterHandle(HANDLE hPrinter) noexcept override {
-        return GuardClose([&] { return m_rBelow.ClosePrinterHandle(hPrinter); });
-    }
-    Status Transceive(HANDLE hChannel, const XCHAR* pszCommand, const BYTE* pbyInput, DWORD cbInput, BYTE* pbyOutput,
-                      DWORD cbOutput, DWORD& rcbNeeded, DWORD& rdwMonitorStatus) noexcept override {
-        return Guard([&] {
-            return m_rBelow.Transceive(hChannel, pszCommand, pbyInput, cbInput, pbyOutput, cbOutput, rcbNeeded,
-                                       rdwMonitorStatus);
-        });
-    }
-    Status AddMonitorDll(const XCHAR* pszName, const XCHAR* pszEnvironment, const XCHAR* pszDll) noexcept override {
-        return Guard([&] { return m_rBelow.AddMonitorDll(pszName, pszEnvironment, pszDll); });
-    }
-    Status DeleteMonitorByName(const XCHAR* pszName, const XCHAR* pszEnvironment) noexcept override {
-        return Guard([&] { return m_rBelow.DeleteMonitorByName(pszName, pszEnvironment); });
-    }
-    Status EnumerateMonitor(DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept override {
-        return Guard([&] { return m_rBelow.EnumerateMonitor(dwIndex, pszName, rcName); });
-    }
-};
-
-class FaultCrypto final : public Wrapper<CryptoPort> {
-public:
-    using Wrapper::Wrapper;
-    Status AcquireProvider(HANDLE& rhProvider) noexcept override {
-        return Guard([&] { return m_rBelow.AcquireProvider(rhProvider); });
-    }
-    void ReleaseProvider(HANDLE hProvider) noexcept override { m_rBelow.ReleaseProvider(hProvider); }
-    Status Random(void* pTarget, DWORD cbTarget) noexcept override {
-        return Guard([&] { return m_rBelow.Random(pTarget, cbTarget); });
-    }
-    Status CreateHash(HANDLE hProvider, HANDLE& rhHash) noexcept override {
-        return Guard([&] { return m_rBelow.CreateHash(hProvider, rhHash); });
-    }
-    Status HashData(HANDLE hHash, const void* pData, DWORD cbData) noexcept override {
-        return Guard([&] { return m_rBelow.HashData(hHash, pData, cbData); });
-    }
-    Status HashValue(HANDLE hHash, BYTE* pbyTarget) noexcept override {
-        return Guard([&] { return m_rBelow.HashValue(hHash, pbyTarget); });
-    }
-    void DestroyHash(HANDLE hHash) noexcept override { m_rBelow.DestroyHash(hHash); }
-    Status ImportKey(HANDLE hProvider, const void* pBlob, DWORD cbBlob, HANDLE& rhKey) noexcept override {
-        return Guard([&] { return m_rBelow.ImportKey(hProvider, pBlob, cbBlob, rhKey); });
-    }
-    Status SetKeyParameter(HANDLE hKey, KeyParameter eParameter, const void* pValue) noexcept override {
-        return Guard([&] { return m_rBelow.SetKeyParameter(hKey, eParameter, pValue); });
-    }
-    /// The short fault: the size that was asked for is too small for the call that follows.
-    Status Encrypt(HANDLE hKey, const void* pSource, DWORD cbSource, void* pTarget,
-                   DWORD& rcbTarget) noexcept override {
-        switch (m_rScript.Decide()) {
-            case Decision::Fail:
-                return m_rScript.FaultStatus();
-            case Decision::Short: {
-                const Status eStatus = m_rBelow.Encrypt(hKey, pSource, cbSource, pTarget, rcbTarget);
-                if (pTarget == nullptr) rcbTarget /= 2;
-                return eStatus;
-            }
-            case Decision::Pass:
-                return m_rBelow.Encrypt(hKey, pSource, cbSource, pTarget, rcbTarget);
-            default:
-                return DEAD;
-        }
-    }
-    Status Decrypt(HANDLE hKey, const void* pSource, DWORD cbSource, void* pTarget,
-                   DWORD& rcbTarget) noexcept override {
-        return Guard([&] { return m_rBelow.Decrypt(hKey, pSource, cbSource, pTarget, rcbTarget); });
-    }
-    void DestroyKey(HANDLE hKey) noexcept override { m_rBelow.DestroyKey(hKey); }
-    Status Protect(const void* pData, DWORD cbData, const void* pEntropy, DWORD cbEntropy, Scope eScope,
-                   BYTE*& rpbyBlob, DWORD& rcbBlob) noexcept override {
-        return Guard([&] { return m_rBelow.Protect(pData, cbData, pEntropy, cbEntropy, eScope, rpbyBlob, rcbBlob); });
-    }
-    Status Unprotect(const void* pBlob, DWORD cbBlob, const void* pEntropy, DWORD cbEntropy, BYTE*& rpbyData,
-                     DWORD& rcbData) noexcept override {
-        return Guard([&] { return m_rBelow.Unprotect(pBlob, cbBlob, pEntropy, cbEntropy, rpbyData, rcbData); });
-    }
-    void ReleaseBlob(BYTE* pbyBlob, DWORD cbBlob) noexcept override { m_rBelow.ReleaseBlob(pbyBlob, cbBlob); }
 };
 
 class FaultText final : public Wrapper<TextPort> {
@@ -409,6 +239,7 @@ struct FaultPlatform::Ports {
     FaultText oText;
     FaultFiles oFiles;
     FaultOpenFiles oOpenFiles;
+    FaultFolders oFolders;
     FaultRegistry oRegistry;
     FaultCabinet oCabinet;
     FaultDesktop oDesktop;
@@ -425,6 +256,7 @@ struct FaultPlatform::Ports {
         : oText(*rBelow.pText, rScript),
           oFiles(*rBelow.pFiles, rScript),
           oOpenFiles(*rBelow.pOpenFiles, rScript),
+          oFolders(*rBelow.pFolders, rScript),
           oRegistry(*rBelow.pRegistry, rScript),
           oCabinet(*rBelow.pCabinet, rScript),
           oDesktop(*rBelow.pDesktop, rScript),
@@ -439,6 +271,7 @@ struct FaultPlatform::Ports {
               .pText = &oText,
               .pFiles = &oFiles,
               .pOpenFiles = &oOpenFiles,
+              .pFolders = &oFolders,
               .pRegistry = &oRegistry,
               .pCabinet = &oCabinet,
               .pDesktop = &oDesktop,

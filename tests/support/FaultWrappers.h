@@ -1,8 +1,10 @@
 /// @file
-/// The fault layer's wrappers of the ports for open files, identity, events and sessions, and what all wrappers share.
+/// The fault layer's wrappers of the ports for open files, folders, identity, events and sessions, and what all
+/// wrappers share.
 #pragma once
 
 #include "platform/EventPort.h"
+#include "platform/FolderPort.h"
 #include "platform/IdentityPort.h"
 #include "platform/OpenFilePort.h"
 #include "platform/SessionPort.h"
@@ -97,6 +99,29 @@ public:
     // Like a close: the view goes in any case.
     Status UnmapView(void* pView) noexcept override {
         return GuardClose([&] { return m_rBelow.UnmapView(pView); });
+    }
+};
+
+class FaultFolders final : public Wrapper<FolderPort> {
+public:
+    using Wrapper::Wrapper;
+    Status OpenFolder(const XCHAR* pszPath, HANDLE& rhFolder) noexcept override {
+        return Guard([&] { return m_rBelow.OpenFolder(pszPath, rhFolder); });
+    }
+    Status NextEntry(HANDLE hFolder, Entry& rEntry) noexcept override {
+        return Guard([&] { return m_rBelow.NextEntry(hFolder, rEntry); });
+    }
+    Status CloseFolder(HANDLE hFolder) noexcept override {
+        return GuardClose([&] { return m_rBelow.CloseFolder(hFolder); });
+    }
+    Status RemoveFolder(const XCHAR* pszPath) noexcept override {
+        return Guard([&] { return m_rBelow.RemoveFolder(pszPath); });
+    }
+    Status CopyTo(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplace) noexcept override {
+        return Guard([&] { return m_rBelow.CopyTo(pszFrom, pszTo, fReplace); });
+    }
+    Status DeleteAtRestart(const XCHAR* pszPath) noexcept override {
+        return Guard([&] { return m_rBelow.DeleteAtRestart(pszPath); });
     }
 };
 

@@ -1,12 +1,20 @@
 /// @file
-/// The modes of the host's files as attributes.
+/// What the host's adapters tell of paths and modes.
 #pragma once
 
 #include <sys/stat.h>
 
+#include <string>
+
 #include "platform/WinTypes.h"
 
 namespace vlm::host {
+
+/// The folder part of a path, "." without one.
+std::string FolderOf(const std::string& rPath);
+
+/// The status of a call on a path: a missing file and a missing folder on the way are different answers.
+Status StatusForPath(int iError, const std::string& rPath);
 
 /// A file whose owner has no right to write.
 bool IsReadOnly(const struct stat& rStat) noexcept;

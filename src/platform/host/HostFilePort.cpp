@@ -31,23 +31,6 @@ std::uintptr_t NumberOf(HANDLE hFile) noexcept {
     return reinterpret_cast<std::uintptr_t>(hFile);
 }
 
-/// The folder part of a path, "." without one.
-std::string FolderOf(const std::string& rPath) {
-    const std::size_t cEnd = rPath.find_last_not_of('/');
-    const std::size_t iSlash = cEnd == std::string::npos ? std::string::npos : rPath.rfind('/', cEnd);
-    if (cEnd == std::string::npos) return "/";
-    if (iSlash == std::string::npos) return ".";
-    return iSlash == 0 ? "/" : rPath.substr(0, iSlash);
-}
-
-/// A missing file and a missing folder on the way are different answers.
-Status StatusForPath(int iError, const std::string& rPath) {
-    if (iError != ENOENT) return StatusFromErrno(iError);
-    struct stat oStat {};
-    return stat(FolderOf(rPath).c_str(), &oStat) == 0 && S_ISDIR(oStat.st_mode) ? Status::FileNotFound
-                                                                                : Status::PathNotFound;
-}
-
 /// Opens, and tells folders from files.  Never waits for the other end of a pipe.
 int OpenDescriptor(const std::string& rPath, int iFlags) noexcept {
     const int iFile = open(rPath.c_str(), iFlags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666);
@@ -111,6 +94,21 @@ int OpenWithRights(const std::string& rPath, const FilePort::OpenOptions& rOptio
 }
 
 }  // namespace
+
+std::string FolderOf(const std::string& rPath) {
+    const std::size_t cEnd = rPath.find_last_not_of('/');
+    const std::size_t iSlash = cEnd == std::string::npos ? std::string::npos : rPath.rfind('/', cEnd);
+    if (cEnd == std::string::npos) return "/";
+    if (iSlash == std::string::npos) return ".";
+    return iSlash == 0 ? "/" : rPath.substr(0, iSlash);
+}
+
+Status StatusForPath(int iError, const std::string& rPath) {
+    if (iError != ENOENT) return StatusFromErrno(iError);
+    struct stat oStat {};
+    return stat(FolderOf(rPath).c_str(), &oStat) == 0 && S_ISDIR(oStat.st_mode) ? Status::FileNotFound
+                                                                                : Status::PathNotFound;
+}
 
 bool IsReadOnly(const struct stat& rStat) noexcept {
     return S_ISREG(rStat.st_mode) && (rStat.st_mode & S_IWUSR) == 0;

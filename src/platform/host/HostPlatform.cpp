@@ -8,6 +8,7 @@
 #include "platform/host/HostDesktopPort.h"
 #include "platform/host/HostEventPort.h"
 #include "platform/host/HostFilePort.h"
+#include "platform/host/HostFolderPort.h"
 #include "platform/host/HostIdentityPort.h"
 #include "platform/host/HostProcessPort.h"
 #include "platform/host/HostRegistryPort.h"
@@ -25,6 +26,7 @@ namespace {
 
 constinit Undying<HostTextPort> goText;
 constinit Undying<HostFilePort> goFiles;
+constinit Undying<HostFolderPort> goFolders;
 constinit Undying<HostRegistryPort> goRegistry;
 constinit Undying<HostDesktopPort> goDesktop;
 constinit Undying<HostProcessPort> goProcess;
@@ -44,6 +46,7 @@ const Platform& GetSystemPlatform() noexcept {
         .pText = &host::goText.object,
         .pFiles = &host::goFiles.object,
         .pOpenFiles = &host::goFiles.object,
+        .pFolders = &host::goFolders.object,
         .pRegistry = &host::goRegistry.object,
         .pCabinet = &HostCabinetPortInstance(),
         .pDesktop = &host::goDesktop.object,

@@ -9,6 +9,7 @@
 #include "platform/win32/Win32DesktopPort.h"
 #include "platform/win32/Win32EventPort.h"
 #include "platform/win32/Win32FilePort.h"
+#include "platform/win32/Win32FolderPort.h"
 #include "platform/win32/Win32IdentityPort.h"
 #include "platform/win32/Win32ProcessPort.h"
 #include "platform/win32/Win32RegistryPort.h"
@@ -24,6 +25,7 @@ namespace {
 
 constinit Undying<Win32TextPort> goText;
 constinit Undying<Win32FilePort> goFiles;
+constinit Undying<Win32FolderPort> goFolders;
 constinit Undying<Win32RegistryPort> goRegistry;
 constinit Undying<Win32DesktopPort> goDesktop;
 constinit Undying<Win32ProcessPort> goProcess;
@@ -44,6 +46,7 @@ const Platform& GetSystemPlatform() noexcept {
         .pText = &goText.object,
         .pFiles = &goFiles.object,
         .pOpenFiles = &goFiles.object,
+        .pFolders = &goFolders.object,
         .pRegistry = &goRegistry.object,
         .pCabinet = &Win32CabinetPortInstance(),
         .pDesktop = &goDesktop.object,
