@@ -32,6 +32,9 @@ constexpr std::uint64_t MaxOriginalBytes(std::uint64_t cCompressed) noexcept {
 /// Most bytes of working memory that a cabinet library gets for one operation; it needs about half a megabyte.
 inline constexpr std::size_t MAX_CABINET_WORK_BYTES = 16 * 1024 * 1024;
 
+/// Most rounds of a key derivation: a caller's number must not stop a program for minutes.
+inline constexpr int MAX_KEY_ROUNDS = 1'000'000;
+
 // ---- requests to the port monitor ----
 
 /// Data of one request, in bytes, and the whole record: the data and 64 KiB for the rest.
