@@ -32,6 +32,8 @@ public:
     /// the program's path alone, with "\" between its components).
     /// @return units written without the terminator, 0 on failure and when it does not fit.
     virtual std::size_t CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept = 0;
+    /// The name of this machine, always terminated.  @return units written, 0 on failure and when it does not fit.
+    virtual std::size_t ComputerName(XCHAR* pTarget, std::size_t cCapacity) noexcept = 0;
     /// The ids of the system's processes, this one among them, as many as fit.
     /// @return how many were written, 0 on failure; as many as there is room for: perhaps there are more.
     virtual std::size_t ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept = 0;

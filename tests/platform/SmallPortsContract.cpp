@@ -111,6 +111,16 @@ TEST_P(ProcessPortContract, EnvironmentVariablesAreWholeOrNotThere) {
     EXPECT_EQ(Process().EnvironmentVariable(nullptr, szValue, std::size(szValue)), 0u);
 }
 
+TEST_P(ProcessPortContract, TheComputerHasAName) {
+    XCHAR szName[300];
+    const std::size_t cUnits = Process().ComputerName(szName, std::size(szName));
+    ASSERT_GT(cUnits, 0u);
+    EXPECT_EQ(szName[cUnits], 0);
+    EXPECT_EQ(Process().ComputerName(szName, cUnits), 0u);
+    EXPECT_EQ(Process().ComputerName(szName, cUnits + 1), cUnits);
+    EXPECT_EQ(Process().ComputerName(nullptr, 0), 0u);
+}
+
 TEST_P(ProcessPortContract, CommandLineNamesTheProgram) {
     static XCHAR szLine[32768];
     const std::size_t cUnits = Process().CommandLine(szLine, std::size(szLine));

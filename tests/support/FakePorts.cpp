@@ -163,6 +163,10 @@ std::size_t FakeProcessPort::EnvironmentVariable(const XCHAR* pszName, XCHAR* pT
     return it != m_mapEnvironment.end() ? CopyTerminated(it->second, pTarget, cCapacity) : 0;
 }
 
+std::size_t FakeProcessPort::ComputerName(XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    return CopyTerminated(m_computerName, pTarget, cCapacity);
+}
+
 std::size_t FakeProcessPort::CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept {
     return CopyTerminated(m_strCommandLine, pTarget, cCapacity);
 }

@@ -76,6 +76,8 @@ public:
     void SetProcessId(DWORD dwId) { m_dwProcessId = dwId; }
     /// ("\"C:\\Program Files\\Test\\test.exe\" /quiet" at the beginning.)
     void SetCommandLineTo(XStringView svCommandLine) { m_strCommandLine = svCommandLine; }
+    /// ("TESTBENCH" at the beginning.)
+    void SetComputerNameTo(XStringView svName) { m_computerName = svName; }
     /// Another process of the system.
     void AddProcess(DWORD dwId) { m_vdwOthers.push_back(dwId); }
 
@@ -87,6 +89,7 @@ public:
     DWORD CurrentProcessId() noexcept override { return m_dwProcessId; }
     std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    std::size_t ComputerName(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept override;
 
 private:
@@ -97,6 +100,7 @@ private:
     std::atomic<int> m_iLoadedResources{0};
     std::map<XString, XString> m_mapEnvironment;
     XString m_strCommandLine = VTEXT("\"C:\\Program Files\\Test\\test.exe\" /quiet");
+    XString m_computerName = VTEXT("TESTBENCH");
     std::vector<DWORD> m_vdwOthers;
     std::atomic<DWORD> m_dwProcessId{4711};
 };

@@ -178,6 +178,9 @@ public:
     std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override {
         return GuardValue([&] { return m_rBelow.EnvironmentVariable(pszName, pTarget, cCapacity); });
     }
+    std::size_t ComputerName(XCHAR* pTarget, std::size_t cCapacity) noexcept override {
+        return GuardValue([&] { return m_rBelow.ComputerName(pTarget, cCapacity); });
+    }
     std::size_t CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept override {
         return GuardValue([&] { return m_rBelow.CommandLine(pTarget, cCapacity); });
     }

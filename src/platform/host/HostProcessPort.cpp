@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -83,6 +84,13 @@ std::size_t HostProcessPort::CommandLine(XCHAR* pTarget, std::size_t cCapacity) 
     const std::size_t cUnits = ModulePath(nullptr, pTarget, cCapacity);
     std::replace(pTarget, pTarget + cUnits, VTEXT('/'), VTEXT('\\'));
     return cUnits;
+}
+
+std::size_t HostProcessPort::ComputerName(XCHAR* pTarget, std::size_t cCapacity) noexcept try {
+    char acName[HOST_NAME_MAX + 1] = {};
+    return gethostname(acName, sizeof(acName) - 1) == 0 ? CopyTerminated(acName, pTarget, cCapacity) : 0;
+} catch (const std::bad_alloc&) {
+    return 0;
 }
 
 std::size_t HostProcessPort::ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept try {

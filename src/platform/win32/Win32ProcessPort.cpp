@@ -71,6 +71,12 @@ std::size_t Win32ProcessPort::CommandLine(XCHAR* pTarget, std::size_t cCapacity)
     return text.size();
 }
 
+std::size_t Win32ProcessPort::ComputerName(XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    if (pTarget == nullptr || cCapacity == 0) return 0;
+    DWORD dwUnits = Room(cCapacity);
+    return GetComputerNameW(pTarget, &dwUnits) ? dwUnits : 0;
+}
+
 std::size_t Win32ProcessPort::ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept {
     DWORD cbWritten = 0;
     const DWORD cbRoom = Room(cCapacity * sizeof(DWORD));

@@ -16,6 +16,7 @@ public:
     DWORD CurrentProcessId() noexcept override;
     std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    std::size_t ComputerName(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept override;
 };
 
