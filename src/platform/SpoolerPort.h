@@ -21,6 +21,8 @@ public:
     static constexpr const XCHAR* ENVIRONMENT = VTEXT("Windows x64");
     /// Room that a monitor's name needs at most, in code units with its terminator.
     static constexpr DWORD MAX_MONITOR_NAME_UNITS = 261;
+    /// The same for a queue's, with its server.
+    static constexpr DWORD MAX_PRINTER_NAME_UNITS = 512;
 
     virtual ~SpoolerPort() = default;
 
@@ -29,6 +31,9 @@ public:
     virtual Status OpenPrinterHandle(const XCHAR* pszName, DWORD dwAccess, HANDLE& rhPrinter) noexcept = 0;
     /// @return InvalidHandle for a handle that is not open.
     virtual Status ClosePrinterHandle(HANDLE hPrinter) noexcept = 0;
+    /// The name of an open queue, as the spooler knows it.  `rcName`: room before (with terminator), units after.
+    /// @return InvalidHandle for a handle that is not open or no queue's, MoreData when the name does not fit.
+    virtual Status PrinterName(HANDLE hPrinter, XCHAR* pszName, DWORD& rcName) noexcept = 0;
     /// Sends a command over a channel; `pbyInput` and `pbyOutput` may be null with a size of 0.
     /// @param rcbNeeded and `rdwMonitorStatus` are the monitor's own answer, set when the call succeeded.
     /// @return InvalidHandle for a handle that is no channel, NULL_REFERENCE for a null command.

@@ -117,8 +117,29 @@ Status FakeSpoolerPort::OpenPrinterHandle(const XCHAR* pszName, DWORD dwAccess, 
     if (fChannel && svName.size() == CHANNEL_PREFIX.size()) return SpoolerStatus(INVALID_PRINTER_NAME);
     if (fChannel && Find(svName.substr(CHANNEL_PREFIX.size())) == m_vMonitors.end()) return SpoolerStatus(UNKNOWN_PORT);
     rhPrinter = reinterpret_cast<HANDLE>(m_uiLastHandle += 4);
-    m_mapPrinters[rhPrinter] = {fChannel, nullptr, dwAccess};
+    m_mapPrinters[rhPrinter] = {fChannel, nullptr, dwAccess, {}};
     m_dwLastAccess = dwAccess;
+    return Status::Success;
+}
+
+HANDLE FakeSpoolerPort::AddOpenPrinter(XStringView svName) {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    const HANDLE hPrinter = reinterpret_cast<HANDLE>(m_uiLastHandle += 4);
+    m_mapPrinters[hPrinter].name = svName;
+    return hPrinter;
+}
+
+Status FakeSpoolerPort::PrinterName(HANDLE hPrinter, XCHAR* pszName, DWORD& rcName) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    const auto it = m_mapPrinters.find(hPrinter);
+    if (it == m_mapPrinters.end()) return Misuse(hPrinter);
+    const XString& rName = it->second.name;
+    if (rName.empty()) return Status::InvalidHandle;
+    if (pszName == nullptr || rName.size() >= rcName) return Status::MoreData;
+    *std::copy(rName.begin(), rName.end(), pszName) = 0;
+    rcName = static_cast<DWORD>(rName.size());
     return Status::Success;
 }
 

@@ -35,6 +35,8 @@ public:
     ~FakeSpoolerPort() override;
 
     // --- the script ---
+    /// A queue that is open already; the caller closes it.
+    HANDLE AddOpenPrinter(XStringView svName);
     void AddMonitor(XStringView svName, XStringView svDll);
     std::vector<Monitor> Monitors() const;
     void SetScript(Script fnScript);
@@ -56,6 +58,7 @@ public:
     // --- the port ---
     Status OpenPrinterHandle(const XCHAR* pszName, DWORD dwAccess, HANDLE& rhPrinter) noexcept override;
     Status ClosePrinterHandle(HANDLE hPrinter) noexcept override;
+    Status PrinterName(HANDLE hPrinter, XCHAR* pszName, DWORD& rcName) noexcept override;
     Status Transceive(HANDLE hChannel, const XCHAR* pszCommand, const BYTE* pbyInput, DWORD cbInput, BYTE* pbyOutput,
                       DWORD cbOutput, DWORD& rcbNeeded, DWORD& rdwMonitorStatus) noexcept override;
     Status AddMonitorDll(const XCHAR* pszName, const XCHAR* pszEnvironment, const XCHAR* pszDll) noexcept override;
@@ -67,6 +70,7 @@ private:
         bool fChannel = false;
         HANDLE hEmbedded = nullptr;  ///< the embedded monitor's channel, opened at the first command that needs it
         DWORD dwAccess = 0;
+        XString name;  ///< of a queue
     };
 
     std::vector<Monitor>::iterator Find(XStringView svName);

@@ -117,6 +117,9 @@ public:
     Status EnumerateMonitor(DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept override {
         return Guard([&] { return m_rBelow.EnumerateMonitor(dwIndex, pszName, rcName); });
     }
+    Status PrinterName(HANDLE hPrinter, XCHAR* pszName, DWORD& rcName) noexcept override {
+        return Guard([&] { return m_rBelow.PrinterName(hPrinter, pszName, rcName); });
+    }
 };
 
 class FaultCrypto final : public Wrapper<CryptoPort> {

@@ -106,6 +106,10 @@ Status HostSpoolerPort::ClosePrinterHandle(HANDLE hPrinter) noexcept {
     return oPrinter->fChannel && pMonitor != nullptr ? pMonitor->CloseChannel(oPrinter->hChannel) : Status::Success;
 }
 
+Status HostSpoolerPort::PrinterName(HANDLE, XCHAR*, DWORD&) noexcept {
+    return Status::InvalidHandle;  // no handle of this spooler is a queue's
+}
+
 Status HostSpoolerPort::Transceive(HANDLE hChannel, const XCHAR* pszCommand, const BYTE* pbyInput, DWORD cbInput,
                                    BYTE* pbyOutput, DWORD cbOutput, DWORD& rcbNeeded,
                                    DWORD& rdwMonitorStatus) noexcept {

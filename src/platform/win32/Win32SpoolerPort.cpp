@@ -41,6 +41,27 @@ Status Win32SpoolerPort::ClosePrinterHandle(HANDLE hPrinter) noexcept {
     return StatusOf(ClosePrinter(hPrinter));
 }
 
+Status Win32SpoolerPort::PrinterName(HANDLE hPrinter, XCHAR* pszName, DWORD& rcName) noexcept try {
+    std::vector<BYTE> vbyInfo;
+    DWORD cbNeeded = 0;
+    for (int i = 0; !GetPrinterW(hPrinter, 4, vbyInfo.data(), static_cast<DWORD>(vbyInfo.size()), &cbNeeded); ++i) {
+        const Status eStatus = LastStatus();
+        if (eStatus != Status::InsufficientBuffer) return eStatus;
+        if (i == LIST_ATTEMPTS || cbNeeded > MAX_LIST_BYTES) return Status::NotEnoughMemory;
+        vbyInfo.resize(cbNeeded);
+    }
+    if (vbyInfo.size() < sizeof(PRINTER_INFO_4W)) return Status::InvalidHandle;
+    const wchar_t* const pszFound = reinterpret_cast<const PRINTER_INFO_4W*>(vbyInfo.data())->pPrinterName;
+    if (pszFound == nullptr) return Status::InvalidHandle;
+    const XStringView svName = pszFound;
+    if (pszName == nullptr || svName.size() >= rcName) return Status::MoreData;
+    *std::copy(svName.begin(), svName.end(), pszName) = 0;
+    rcName = static_cast<DWORD>(svName.size());
+    return Status::Success;
+} catch (const std::bad_alloc&) {
+    return Status::NotEnoughMemory;
+}
+
 Status Win32SpoolerPort::Transceive(HANDLE hChannel, const XCHAR* pszCommand, const BYTE* pbyInput, DWORD cbInput,
                                     BYTE* pbyOutput, DWORD cbOutput, DWORD& rcbNeeded,
                                     DWORD& rdwMonitorStatus) noexcept {
