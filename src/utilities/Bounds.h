@@ -35,6 +35,16 @@ inline constexpr std::size_t MAX_CABINET_WORK_BYTES = 16 * 1024 * 1024;
 /// Most rounds of a key derivation: a caller's number must not stop a program for minutes.
 inline constexpr int MAX_KEY_ROUNDS = 1'000'000;
 
+// ---- registry ----
+
+/// Largest value that is read, in bytes.
+inline constexpr std::size_t MAX_REGISTRY_VALUE_BYTES = 16 * 1024 * 1024;
+/// Names that one list of them gathers.
+inline constexpr std::size_t MAX_LISTED_NAMES = 1024 * 1024;
+/// Keys of a tree that a program deletes or copies for itself, and their data; the monitor has quotas of its own below.
+inline constexpr std::uint64_t MAX_TREE_KEYS = 1024 * 1024;
+inline constexpr std::uint64_t MAX_TREE_DATA_BYTES = 4ull * 1024 * 1024 * 1024;
+
 // ---- requests to the port monitor ----
 
 /// Data of one request, in bytes, and the whole record: the data and 64 KiB for the rest.
