@@ -1,0 +1,247 @@
+/// @file
+/// The diagnostic counters: counting, publishing, and many threads at it.
+#include "utilities/registry/ProcmonDiagnosticCounters.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <thread>
+#include <vector>
+
+#include "support/Bytes.h"
+#include "support/FakePlatform.h"
+#include "support/FaultLoop.h"
+#include "support/Gate.h"
+#include "support/RecordingSink.h"
+
+namespace vlm::test {
+
+namespace {
+
+using Counter = ProcmonDiagnosticCounter;
+using Enum = Counter::ProcmonDiagnosticCounterEnum;
+
+constexpr XStringView DIAGNOSTICS = VTEXT("HKEY_LOCAL_MACHINE\\SOFTWARE\\Velom\\VelomPrintDiag\\Diagnostics");
+constexpr XStringView RENDERING = VTEXT("HKEY_LOCAL_MACHINE\\SOFTWARE\\Velom\\VelomPrintDiag\\Rendering");
+
+/// The table outlives the tests, so each test has printers of its own.
+class ProcmonDiagnosticCounters : public testing::Test {
+protected:
+    void SwitchOn(XStringView svKey, XStringView svValue) {
+        m_oFake.registry.AddValue(svKey, svValue, RegistryPort::TYPE_BINARY, {1});
+    }
+    static CXString Printer(int iNumber = 0) {
+        const testing::TestInfo* const pTest = testing::UnitTest::GetInstance()->current_test_info();
+        return CXString::FormatString(VTEXT("%S %d"), pTest->name(), iNumber);
+    }
+    /// Names of the published queries.
+    static std::vector<std::string> Published(const RecordingSink& rSink) {
+        static const std::string BEFORE = "Calling RegQueryValueEx(ProcmonDiagnosticCounter\\", AFTER = ") to try";
+        std::vector<std::string> vNames;
+        for (const std::string& rText : rSink.Texts()) {
+            if (rText.find(BEFORE) != 0) continue;
+            vNames.push_back(rText.substr(BEFORE.size(), rText.rfind(AFTER) - BEFORE.size()));
+        }
+        return vNames;
+    }
+
+    FakePlatform m_oFake;
+    PlatformScope m_oScope{m_oFake.Get()};
+    Counter m_oCounter;
+};
+
+TEST_F(ProcmonDiagnosticCounters, CountsWrapAtTheCallersModulus) {
+    for (const DWORD dwModulus : {1u, 3u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(Printer(static_cast<int>(dwModulus)),
+                                                               Counter::PDC_IDMEnd, dwModulus),
+                  1u);
+    }
+    for (const DWORD dwExpected : {1u, 2u, 0u, 1u})
+        EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(Printer(), Counter::PDC_IDMEnd, 3), dwExpected);
+    EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(Printer(), Counter::PDC_TIMER, 100), 1u);
+    EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(Printer(), Counter::PDC_IDMEnd, 3, Counter::RESET), 0u);
+    for (DWORD i = 1; i < Counter::LASTITEM; ++i)
+        EXPECT_EQ(Counter::GetCount(Printer(), static_cast<Enum>(i)), i == Counter::PDC_TIMER ? 1u : 0u);
+    // A modulus of 0 leaves the count alone.
+    const RecordingSink oSink;
+    EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(Printer(), Counter::PDC_TIMER, 0), 1u);
+    EXPECT_EQ(oSink.Count("A modulus of 0 counts nothing"), 1u);
+    m_oCounter.ClearProcmonCounters(Printer());
+    EXPECT_EQ(Counter::GetCount(Printer(), Counter::PDC_TIMER), 0u);
+    EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(Printer(9), Counter::PDC_TIMER, 5, Counter::RESET), 0u);
+}
+
+TEST_F(ProcmonDiagnosticCounters, WrongCountersAndNamelessPrintersAreRefused) {
+    const RecordingSink oSink;
+    for (const DWORD dwCounter : {0u, 78u, 0xFFFFFFFFu})
+        EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(Printer(), static_cast<Enum>(dwCounter), 5), 0u);
+    EXPECT_EQ(oSink.Count("Invalid ProcmonDiagnosticCounterEnum (0)"), 1u);
+    EXPECT_EQ(oSink.Count("Invalid ProcmonDiagnosticCounterEnum (78)"), 1u);
+    EXPECT_EQ(oSink.Count("(ProcmonDiagnosticCounter::FIRSTITEM < eCounter && eCounter < "
+                          "ProcmonDiagnosticCounter::LASTITEM)"),
+              3u);
+    EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(CXString(), Counter::PDC_TIMER, 5), 0u);
+    EXPECT_FALSE(m_oCounter.ProcmonDiagnosticMessage(CXString(), Counter::PDC_TIMER, VTEXT("x"), false, 5));
+    EXPECT_EQ(oSink.Count("Blank timer names are not allowed"), 2u);
+    EXPECT_EQ(oSink.Count("(kcsTimerName.IsEmpty() == false)"), 2u);
+}
+
+TEST_F(ProcmonDiagnosticCounters, EveryCounterHasANameOfItsOwn) {
+    std::set<std::string> setNames;
+    for (DWORD i = 1; i < Counter::LASTITEM; ++i)
+        setNames.insert(Printable(Counter::ProcmonDiagnosticCounterEnumToString(static_cast<Enum>(i))));
+    EXPECT_EQ(setNames.size(), 77u);
+    const std::pair<int, const char*> aKnown[] = {{1, "IDMStart"},     {17, "_STARTDOC_"},   {22, "DEVICECAPS"},
+                                                  {23, "DEVCAPSDM"},   {24, "PAGEDUMP"},     {25, "DEVCAPSVAL"},
+                                                  {27, "DC_PAPERS"},   {32, "DC_BINS"},      {45, "DC_FIELDS"},
+                                                  {61, "UNSUPPORTED"}, {77, "PTPC_PT2DmEnd"}};
+    for (const auto& [iCounter, pszName] : aKnown)
+        EXPECT_EQ(Printable(Counter::ProcmonDiagnosticCounterEnumToString(static_cast<Enum>(iCounter))), pszName);
+    const RecordingSink oSink;
+    EXPECT_EQ(Printable(Counter::ProcmonDiagnosticCounterEnumToString(Counter::LASTITEM)), "INVALID");
+    EXPECT_EQ(oSink.Count("Enum value, 78, is not known. New value must be added to the switch statement in "
+                          "ProcmonDiagnosticCounterEnumToString()."),
+              1u);
+}
+
+TEST_F(ProcmonDiagnosticCounters, CapabilitiesHaveTheCounterOfTheirName) {
+    // The system's numbers of the queries, as its documentation lists them.
+    const std::pair<WORD, const char*> aStandard[] = {
+        {1, "DC_FIELDS"},           {2, "DC_PAPERS"},
+        {3, "DC_PAPERSIZE"},        {4, "DC_MINEXTENT"},
+        {5, "DC_MAXEXTENT"},        {6, "DC_BINS"},
+        {7, "DC_DUPLEX"},           {8, "UNSUPPORTED"},
+        {9, "UNSUPPORTED"},         {10, "UNSUPPORTED"},
+        {11, "UNSUPPORTED"},        {12, "DC_BINNAMES"},
+        {13, "DC_ENUMRESOLUTIONS"}, {14, "DC_FILEDEPENDENCIES"},
+        {15, "UNSUPPORTED"},        {16, "DC_PAPERNAMES"},
+        {17, "UNSUPPORTED"},        {18, "DC_COPIES"},
+        {22, "DC_COLLATE"},         {26, "DC_PRINTRATE"},
+        {27, "DC_PRINTRATEUNIT"},   {28, "DC_PRINTERMEM"},
+        {29, "DC_MEDIAREADY"},      {30, "DC_STAPLE"},
+        {31, "DC_PRINTRATEPPM"},    {32, "DC_COLORDEVICE"},
+        {33, "UNSUPPORTED"},        {34, "DC_MEDIATYPENAMES"},
+        {35, "DC_MEDIATYPES"},      {0, "UNSUPPORTED"},
+        {0xFFFF, "UNSUPPORTED"},
+    };
+    for (const auto& [wCapability, pszName] : aStandard) {
+        EXPECT_EQ(Printable(Counter::ProcmonDiagnosticCounterEnumToString(Counter::ConvertCapability(wCapability))),
+                  pszName)
+            << wCapability;
+    }
+    std::set<Enum> setOwn;
+    for (WORD w = 0x8001; w <= 0x800B; ++w)
+        setOwn.insert(Counter::ConvertCapability(w));
+    EXPECT_EQ(setOwn.size(), 11u);
+    EXPECT_FALSE(setOwn.contains(Counter::PDC_UNSUPPORTED));
+    EXPECT_EQ(Counter::ConvertCapability(0x800C), Counter::PDC_UNSUPPORTED);
+}
+
+TEST_F(ProcmonDiagnosticCounters, CountsAreQueriesThatNobodyAnswers) {
+    {
+        const RecordingSink oSink;
+        EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(Printer(), Counter::PDC_STARTDOC, 100), 1u);
+        EXPECT_EQ(Published(oSink), std::vector<std::string>{});
+        EXPECT_FALSE(m_oFake.registry.HasKey(DIAGNOSTICS));
+    }
+    SwitchOn(DIAGNOSTICS, VTEXT("ProcmonDiagnosticEnabled"));
+    Counter oCounter;
+    const RecordingSink oSink;
+    oCounter.IncrementProcmonDiagnosticCounter(Printer(), Counter::PDC_STARTDOC, 100);
+    oCounter.IncrementDeviceCapabilitiesProcmonDiagnosticCounter(Printer(), Counter::PDC_DEVICECAPS, 2, 100);
+    oCounter.IncrementDeviceCapabilitiesDatamodelProcmonDiagnosticCounter(Printer(), 2, 100);
+    oCounter.IncrementDeviceCapabilitiesProcmonDiagnosticCounter(Printer(), Counter::PDC_DEVCAPSVAL, 8, 100);
+    EXPECT_EQ(Published(oSink), (std::vector<std::string>{"_STARTDOC_=2", "DEVICECAPS_DC_PAPERS=1",
+                                                          "DEVCAPSDM_DC_PAPERS=2", "DEVCAPSVAL_UNSUPPORTED=1"}));
+    // The switches are read once for each object: the first one still knows nothing of it.
+    m_oCounter.IncrementProcmonDiagnosticCounter(Printer(), Counter::PDC_STARTDOC, 100);
+    EXPECT_EQ(Published(oSink).size(), 4u);
+    EXPECT_FALSE(oCounter.ProcmonDiagnosticMessagesEnabled());
+    EXPECT_EQ(m_oFake.registry.OpenHandles(), 0u);
+}
+
+TEST_F(ProcmonDiagnosticCounters, TextsTellGroupContextAndTime) {
+    SwitchOn(RENDERING, VTEXT("ProcmonDiagnosticMessagesEnabled"));
+    m_oFake.clock.SetZoneMinutes(60);
+    const RecordingSink oSink;
+    const std::pair<Enum, const char*> aGroups[] = {{Counter::PDC_IDMStart, "DataModel"},
+                                                    {Counter::PDC_DEVICECAPS, "DeviceCapability"},
+                                                    {Counter::PDC_DEVCAPSDM, "DataModelDevCaps"},
+                                                    {Counter::PDC_PAGEDUMP, "PageInformation"},
+                                                    {Counter::PDC_TIMER, "Diagnostics"}};
+    std::vector<std::string> vExpected;
+    for (const auto& [eCounter, pszGroup] : aGroups) {
+        EXPECT_TRUE(m_oCounter.ProcmonDiagnosticMessage(Printer(), eCounter, VTEXT("a 100%n text"), false, 9));
+        vExpected.push_back(std::string(pszGroup) + "-a 100%n text|Context: User|Time: 02/29/2024:13:34:56:0789=1");
+    }
+    m_oFake.process.SetModulePath(nullptr, VTEXT("C:\\Windows\\System32\\spoolsv.exe"));
+    EXPECT_TRUE(m_oCounter.ProcmonDiagnosticMessage(Printer(), Counter::PDC_TIMER, VTEXT("s"), Counter::RESET, 9));
+    vExpected.push_back("Diagnostics-s|Context: Spooler|Time: 02/29/2024:13:34:56:0789=0");
+    EXPECT_EQ(Published(oSink), vExpected);
+    EXPECT_TRUE(
+        m_oCounter.ProcmonDiagnosticMessage(Printer(), Counter::PDC_TIMER, CXString(VTEXT('x'), 40000), false, 9));
+    EXPECT_EQ(m_oFake.registry.OpenHandles(), 0u);
+}
+
+TEST_F(ProcmonDiagnosticCounters, AnOpenPrinterIsKnownByItsName) {
+    const HANDLE hPrinter = m_oFake.spooler.AddOpenPrinter(Printer());
+    EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(hPrinter, Counter::PDC_TIMER, 9), 1u);
+    EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(Printer(), Counter::PDC_TIMER, 9), 2u);
+    EXPECT_EQ(m_oCounter.IncrementDeviceCapabilitiesProcmonDiagnosticCounter(hPrinter, Counter::PDC_DEVICECAPS, 6, 9),
+              1u);
+    EXPECT_EQ(m_oCounter.IncrementDeviceCapabilitiesDatamodelProcmonDiagnosticCounter(hPrinter, 6, 9), 2u);
+    m_oCounter.ClearProcmonCounters(hPrinter);
+    EXPECT_EQ(Counter::GetCount(Printer(), Counter::PDC_DC_BINS), 0u);
+    EXPECT_FALSE(m_oCounter.ProcmonDiagnosticMessage(hPrinter, Counter::PDC_TIMER, VTEXT("off"), false, 9));
+    EXPECT_EQ(Counter::GetCount(Printer(), Counter::PDC_TIMER), 1u);
+    m_oFake.spooler.ClosePrinterHandle(hPrinter);
+    m_oFake.spooler.SetMisuseFailsTest(false);
+    const RecordingSink oSink;
+    EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(hPrinter, Counter::PDC_TIMER, 9), 0u);
+    EXPECT_EQ(oSink.Count("The printer of a diagnostic counter has no name. "), 1u);
+}
+
+TEST_F(ProcmonDiagnosticCounters, ManyThreadsCountExactly) {
+    constexpr int THREADS = 16, EVENTS = 2000;
+    Gate oGate;
+    std::vector<std::thread> vThreads;
+    for (int i = 0; i < THREADS; ++i) {
+        vThreads.emplace_back([&oGate, this, i] {
+            oGate.Wait();
+            Counter oOwn;
+            for (int j = 0; j < EVENTS; ++j) {
+                m_oCounter.IncrementProcmonDiagnosticCounter(VTEXT("shared"), Counter::PDC_JobEMF, 0xFFFFFFFF);
+                oOwn.IncrementProcmonDiagnosticCounter(Printer(i), Counter::PDC_JobRAW, 0xFFFFFFFF);
+                if (j % 100 == 0) oOwn.ClearProcmonCounters(VTEXT("cleared"));
+                oOwn.IncrementProcmonDiagnosticCounter(VTEXT("cleared"), Counter::PDC_JobRAW, 7);
+            }
+        });
+    }
+    oGate.Arrive();
+    for (std::thread& rThread : vThreads)
+        rThread.join();
+    EXPECT_EQ(Counter::GetCount(VTEXT("shared"), Counter::PDC_JobEMF), DWORD{THREADS * EVENTS});
+    for (int i = 0; i < THREADS; ++i)
+        EXPECT_EQ(Counter::GetCount(Printer(i), Counter::PDC_JobRAW), DWORD{EVENTS});
+    EXPECT_LT(Counter::GetCount(VTEXT("cleared"), Counter::PDC_JobRAW), 7u);
+}
+
+TEST(ProcmonDiagnosticCountersFaults, NothingEscapes) {
+    FaultLoop oLoop;
+    oLoop.fnPrepare = [](FakePlatform& rFake) {
+        rFake.registry.AddValue(DIAGNOSTICS, VTEXT("ProcmonDiagnosticEnabled"), RegistryPort::TYPE_BINARY, {1});
+        rFake.registry.AddValue(RENDERING, VTEXT("ProcmonDiagnosticMessagesEnabled"), RegistryPort::TYPE_BINARY, {1});
+    };
+    oLoop.fnRun = [] {
+        Counter oCounter;
+        oCounter.IncrementProcmonDiagnosticCounter(VTEXT("shaken"), Counter::PDC_JobEMF, 5);
+        const bool fDone =
+            oCounter.ProcmonDiagnosticMessage(VTEXT("shaken"), Counter::PDC_JobEMF, VTEXT("t"), false, 5);
+        return fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+    };
+    EXPECT_GT(RunFaultLoop(oLoop).ullFaults, 20u);
+}
+
+}  // namespace
+
+}  // namespace vlm::test
