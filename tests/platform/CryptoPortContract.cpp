@@ -240,7 +240,9 @@ TEST_P(CryptoPortContract, ProtectedDataComesBackOnlyAsItWas) {
         vby[i] ^= 4;
         const Status eStatus = Unprotect(vby, "", vbyBack);
         // A system's blob may hold bytes that it does not look at.
-        if (eStatus != Status::Success || IsFake()) EXPECT_EQ(eStatus, Status::InvalidData) << i;
+        if (eStatus != Status::Success || IsFake()) {
+            EXPECT_EQ(eStatus, Status::InvalidData) << i;
+        }
         EXPECT_NE(vbyBack, BytesOf("DATA"));
         vby.assign(vbyBlob.begin(), vbyBlob.begin() + static_cast<std::ptrdiff_t>(i));
         EXPECT_EQ(Unprotect(vby, "", vbyBack), Status::InvalidData) << "cut at " << i;

@@ -107,7 +107,9 @@ TEST_P(FolderPortContract, CopiesAreWholeAndReplaceOnlyWhenTold) {
     DWORD dwAttributes = 0;
     EXPECT_EQ(Files().GetAttributes(to.c_str(), dwAttributes), Status::Success);
     EXPECT_TRUE(dwAttributes & FilePort::ATTRIBUTE_READONLY);
-    if (!IsWine()) EXPECT_EQ(Folders().CopyTo(from.c_str(), to.c_str(), true), Status::AccessDenied);
+    if (!IsWine()) {
+        EXPECT_EQ(Folders().CopyTo(from.c_str(), to.c_str(), true), Status::AccessDenied);
+    }
 }
 
 TEST_P(FolderPortContract, CopiesRespectWhoHoldsTheFiles) {

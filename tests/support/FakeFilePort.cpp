@@ -145,7 +145,8 @@ Status FakeFilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HAN
     const bool fWritable = rOptions.eAccess == Access::ReadWrite || rOptions.eAccess == Access::Write;
     const bool fReadable = rOptions.eAccess == Access::Read || rOptions.eAccess == Access::ReadWrite;
     const bool fCreateAlways = rOptions.eDisposition == Disposition::CreateAlways;
-    DWORD dwUses = fReadable ? ShareRead : 0;
+    DWORD dwUses = ShareNone;
+    if (fReadable) dwUses |= ShareRead;
     if (fWritable || fCreateAlways) dwUses |= ShareWrite;
     if (rOptions.fDeleteAccess) dwUses |= ShareDelete;
     // Who only asks for attributes denies nothing either.
