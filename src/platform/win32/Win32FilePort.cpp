@@ -58,8 +58,17 @@ Status Win32FilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HA
             dwFlags |= FILE_FLAG_OPEN_REPARSE_POINT;
             if (const Status eStatus = CheckPlainPath(pszSystem); eStatus != Status::Success) return eStatus;
         }
-        const HANDLE hFile = CreateFileW(pszSystem, dwAccess, rOptions.dwShare, nullptr,
-                                         SystemDisposition(rOptions.eDisposition), dwFlags, nullptr);
+        const auto open = [&](DWORD dw) {
+            return CreateFileW(pszSystem, dw, rOptions.dwShare, nullptr, SystemDisposition(rOptions.eDisposition),
+                               dwFlags, nullptr);
+        };
+        HANDLE hFile = open(dwAccess);
+        // Some systems take the right to set the attributes of a read-only file for one to write to it, but do not ask
+        // for it when they are set.
+        if (hFile == INVALID_HANDLE_VALUE && rOptions.eAccess == Access::Attributes &&
+            GetLastError() == ERROR_ACCESS_DENIED) {
+            hFile = open(dwAccess & ~DWORD{FILE_WRITE_ATTRIBUTES});
+        }
         if (hFile == INVALID_HANDLE_VALUE) return LastStatus();
         if (rOptions.fPlainLocalFile) {
             if (const Status eStatus = CheckPlainFile(hFile, pszSystem); eStatus != Status::Success) {

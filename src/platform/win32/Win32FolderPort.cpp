@@ -119,7 +119,12 @@ Status Win32FolderPort::RemoveFolder(const XCHAR* pszPath) noexcept {
 Status Win32FolderPort::CopyTo(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplace) noexcept {
     return WithPath(pszFrom, [&](const XCHAR* pszSystemFrom) {
         return WithPath(pszTo, [&](const XCHAR* pszSystemTo) {
-            return StatusOf(CopyFileW(pszSystemFrom, pszSystemTo, fReplace ? FALSE : TRUE));
+            if (!CopyFileW(pszSystemFrom, pszSystemTo, fReplace ? FALSE : TRUE)) return LastStatus();
+            // Some systems leave the attributes behind.
+            const DWORD dwFrom = GetFileAttributesW(pszSystemFrom), dwTo = GetFileAttributesW(pszSystemTo);
+            if (dwFrom == INVALID_FILE_ATTRIBUTES || dwTo == INVALID_FILE_ATTRIBUTES) return LastStatus();
+            return ((dwFrom ^ dwTo) & FILE_ATTRIBUTE_READONLY) == 0 ? Status::Success
+                                                                    : StatusOf(SetFileAttributesW(pszSystemTo, dwFrom));
         });
     });
 }
