@@ -215,6 +215,42 @@ UtilitiesDllPerThreadStorage* UtilitiesDllPerThreadStorage::Create() noexcept {
     return nullptr;
 }
 
+namespace {
+
+void ReportNoExecutionContextStack() noexcept {
+    VLM_REPORT_ERROR(CATEGORIES,
+                     VTEXT("Can't get the ExecutionContextStack! geUtilitiesDllPerThreadStorageInitializedState == "
+                           "UDPTS_UNINITIALIZED. Tell Tobin if you see this message and leave it open so a debugger "
+                           "can be attached to determine the cause."));
+}
+
+void ReportDefaultExecutionContextStack() noexcept {
+    VLM_REPORT_ERROR(CATEGORIES,
+                     VTEXT("geUtilitiesDllPerThreadStorageInitializedState == UDPTS_RAISING_ERROR_IN_GET_METHOD so "
+                           "we're returning a default ExecutionContextStack. This is probably going to lead to "
+                           "subsequent assertions when we later pop off the wrong stack. Tell Tobin if you see this "
+                           "message and leave it open so a debugger can be attached to determine the cause."));
+}
+
+void ReportNoConstraintExecutionContextStack() noexcept {
+    VLM_REPORT_ERROR(CATEGORIES,
+                     VTEXT("Can't get the ConstraintExecutionContextStack! "
+                           "geUtilitiesDllPerThreadStorageInitializedState == UDPTS_UNINITIALIZED. Tell Tobin if "
+                           "you see this message and leave it open so a debugger can be attached to determine the "
+                           "cause."));
+}
+
+void ReportDefaultConstraintExecutionContextStack() noexcept {
+    VLM_REPORT_ERROR(CATEGORIES,
+                     VTEXT("geUtilitiesDllPerThreadStorageInitializedState == UDPTS_RAISING_ERROR_IN_GET_METHOD so "
+                           "we're returning a default ConstraintExecutionContextStack. This is probably going to "
+                           "lead to subsequent assertions when we later pop off the wrong stack. Tell Tobin if you "
+                           "see this message and leave it open so a debugger can be attached to determine the "
+                           "cause."));
+}
+
+}  // namespace
+
 /// What is reported when the calling thread's object cannot be had, in the words of what was asked for.
 struct UtilitiesDllPerThreadStorage::Reports {
     void (*m_pfnNotInitialized)() noexcept;
@@ -222,39 +258,10 @@ struct UtilitiesDllPerThreadStorage::Reports {
 };
 
 constinit const UtilitiesDllPerThreadStorage::Reports UtilitiesDllPerThreadStorage::EXECUTION_CONTEXT_REPORTS{
-    []() noexcept {
-        VLM_REPORT_ERROR(
-            CATEGORIES, VTEXT("Can't get the ExecutionContextStack! geUtilitiesDllPerThreadStorageInitializedState == "
-                              "UDPTS_UNINITIALIZED. Tell Tobin if you see this message and leave it open so a debugger "
-                              "can be attached to determine the cause."));
-    },
-    []() noexcept {
-        VLM_REPORT_ERROR(
-            CATEGORIES, VTEXT("geUtilitiesDllPerThreadStorageInitializedState == UDPTS_RAISING_ERROR_IN_GET_METHOD so "
-                              "we're returning a default ExecutionContextStack. This is probably going to lead to "
-                              "subsequent assertions when we later pop off the wrong stack. Tell Tobin if you see this "
-                              "message and leave it open so a debugger can be attached to determine the cause."));
-    }};
-
+    &ReportNoExecutionContextStack, &ReportDefaultExecutionContextStack};
 constinit const UtilitiesDllPerThreadStorage::Reports
-    UtilitiesDllPerThreadStorage::CONSTRAINT_EXECUTION_CONTEXT_REPORTS{
-        []() noexcept {
-            VLM_REPORT_ERROR(
-                CATEGORIES,
-                VTEXT("Can't get the ConstraintExecutionContextStack! "
-                      "geUtilitiesDllPerThreadStorageInitializedState == UDPTS_UNINITIALIZED. Tell Tobin if "
-                      "you see this message and leave it open so a debugger can be attached to determine the "
-                      "cause."));
-        },
-        []() noexcept {
-            VLM_REPORT_ERROR(
-                CATEGORIES,
-                VTEXT("geUtilitiesDllPerThreadStorageInitializedState == UDPTS_RAISING_ERROR_IN_GET_METHOD so "
-                      "we're returning a default ConstraintExecutionContextStack. This is probably going to "
-                      "lead to subsequent assertions when we later pop off the wrong stack. Tell Tobin if you "
-                      "see this message and leave it open so a debugger can be attached to determine the "
-                      "cause."));
-        }};
+    UtilitiesDllPerThreadStorage::CONSTRAINT_EXECUTION_CONTEXT_REPORTS{&ReportNoConstraintExecutionContextStack,
+                                                                       &ReportDefaultConstraintExecutionContextStack};
 
 /// The calling thread's object, made if need be; null when there is none to be had, which is then reported.
 UtilitiesDllPerThreadStorage* UtilitiesDllPerThreadStorage::GetOrReport(const Reports& rReports) noexcept {
