@@ -7,6 +7,12 @@
 
 #include "PortContract.h"
 
+#ifdef _WIN32
+#include "platform/win32/System.h"
+#else
+#include "platform/host/HostIdentityPort.h"
+#endif
+
 namespace vlm::test {
 
 namespace {
@@ -16,6 +22,24 @@ using Identity = IdentityPort::Identity;
 class IdentityPortContract : public PortContract {
 protected:
     IdentityPort& Identities() const { return *Ports().pIdentity; }
+    /// The calling thread acts for somebody, as it would for a client of the spooler.
+    bool Impersonate() {
+        const Identity oClient = FakeIdentityPort::MakeIdentity(VTEXT("S-1-5-21-0-0-0-4242"));
+        if (IsFake()) {
+            m_oFake.identity.Impersonate(oClient);
+            return true;
+        }
+#ifdef _WIN32
+        return ImpersonateSelf(SecurityImpersonation) != FALSE;
+#else
+        return host::ImpersonateOnHost(oClient) == Status::Success;
+#endif
+    }
+    bool IsImpersonating() const {
+        Identity oIdentity;
+        EXPECT_EQ(Identities().CurrentIdentity(oIdentity), Status::Success);
+        return oIdentity.fImpersonating;
+    }
 };
 
 TEST_P(IdentityPortContract, AThreadActsForTheProcessAtFirst) {
@@ -74,6 +98,36 @@ TEST_P(IdentityPortContract, PrivilegesTellWhatTheyWere) {
     EXPECT_TRUE(fFormer);
     EXPECT_EQ(Identities().SetPrivilege(VTEXT("SeLoadDriverPrivilege"), fOriginal, fFormer), Status::Success);
     EXPECT_FALSE(fFormer);
+}
+
+TEST_P(IdentityPortContract, ImpersonationBelongsToItsThreadAndCanBeSuspended) {
+    std::thread([&] {
+        ASSERT_TRUE(Impersonate());
+        EXPECT_TRUE(IsImpersonating());
+        Identity oProcess;
+        EXPECT_EQ(Identities().ProcessIdentity(oProcess), Status::Success);
+        EXPECT_FALSE(oProcess.fImpersonating);
+        std::thread([&] { EXPECT_FALSE(IsImpersonating()); }).join();
+        HANDLE hToken = nullptr, hNone = &hToken;
+        EXPECT_EQ(Identities().Revert(hToken), Status::Success);
+        EXPECT_NE(hToken, nullptr);
+        EXPECT_FALSE(IsImpersonating());
+        EXPECT_EQ(Identities().Revert(hNone), Status::Success);
+        EXPECT_EQ(hNone, nullptr);
+        EXPECT_EQ(Identities().Restore(hToken), Status::Success);
+        EXPECT_TRUE(IsImpersonating());
+        EXPECT_EQ(Identities().Revert(hToken), Status::Success);
+        EXPECT_EQ(Identities().Restore(hToken), Status::Success);
+        EXPECT_TRUE(IsImpersonating());
+#ifndef _WIN32  // where its number may be another's by now
+        // A token is good for one restore.
+        EXPECT_EQ(Identities().Revert(hNone), Status::Success);
+        EXPECT_EQ(Identities().Restore(hNone), Status::Success);
+        EXPECT_EQ(Identities().Restore(hNone), Status::InvalidHandle);
+#endif
+    }).join();
+    EXPECT_FALSE(IsImpersonating());
+    EXPECT_EQ(m_oFake.identity.OpenTokens(), 0u);
 }
 
 Q9_CONTRACT_SUITE(IdentityPortContract);

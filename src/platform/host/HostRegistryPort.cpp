@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/host/HostIdentityPort.h"
 #include "platform/host/HostNames.h"
 #include "platform/host/HostStore.h"
 
@@ -367,6 +368,10 @@ Status HostRegistryPort::QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept {
 }
 
 Status HostRegistryPort::OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept {
+    IdentityPort::Identity oIdentity;
+    if (HostIdentityPort().CurrentIdentity(oIdentity) == Status::Success && oIdentity.fImpersonating) {
+        return Open(RootKey(Root::Users), oIdentity.szSid, dwRights, rhKey);
+    }
     return InTransaction(Kind::Read, [&](StoreTransaction& rStore) {
         rhKey = MakeHandle(rStore, rStore.CurrentUserKey(), dwRights);
         return Status::Success;

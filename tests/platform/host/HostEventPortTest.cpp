@@ -1,15 +1,19 @@
 /// @file
-/// Named objects between processes of the host.
+/// Named objects, and appending, between processes of the host.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <thread>
+#include <fstream>
+#include <string>
 
 #include "platform/EventPort.h"
+#include "platform/FilePort.h"
+#include "platform/OpenFilePort.h"
 #include "platform/Platform.h"
 #include "platform/ThreadPort.h"
 #include "platform/host/HostStore.h"
@@ -162,6 +166,35 @@ TEST_F(HostEventPort, AMutexKeepsProcessesApart) {
         EXPECT_TRUE(Succeeded(iChild));
     EXPECT_EQ(count(0), cProcesses * cRounds);
     EXPECT_EQ(FilesOfObjects(), 0u);
+}
+
+TEST_F(HostEventPort, ProcessesAppendWholeLines) {
+    constexpr int cProcesses = 4, cLines = 200;
+    const std::basic_string<XCHAR> path = (m_oFolder / "log").string<XCHAR>();
+    const auto append = [&](char c) {
+        const Platform& rSystem = GetSystemPlatform();
+        const FilePort::OpenOptions oOptions{.eAccess = FilePort::Access::Write,
+                                             .eDisposition = FilePort::Disposition::OpenAlways,
+                                             .dwShare = FilePort::ShareRead | FilePort::ShareWrite};
+        HANDLE hFile = nullptr;
+        bool fDone = rSystem.pFiles->Open(path.c_str(), oOptions, hFile) == Status::Success;
+        const std::string line = std::string(99, c) + "\n";
+        for (int i = 0; fDone && i < cLines; ++i) {
+            DWORD dwWritten = 0;
+            fDone = rSystem.pOpenFiles->Append(hFile, line.data(), 100, dwWritten) == Status::Success;
+        }
+        return fDone;
+    };
+    pid_t aiChildren[cProcesses];
+    for (int i = 0; i < cProcesses; ++i)
+        aiChildren[i] = Start([&] { return append(static_cast<char>('a' + i)); });
+    for (const pid_t iChild : aiChildren)
+        EXPECT_TRUE(Succeeded(iChild));
+    std::ifstream oFile(m_oFolder / "log");
+    int cSeen = 0;
+    for (std::string line; std::getline(oFile, line); ++cSeen)
+        ASSERT_EQ(line, std::string(99, line.empty() ? '?' : line[0]));
+    EXPECT_EQ(cSeen, cProcesses * cLines);
 }
 
 DWORD gdwSlot = 0;
