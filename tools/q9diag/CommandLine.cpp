@@ -109,6 +109,11 @@ Command& Command::Choice(const char* pszNames, std::string& rTarget, const std::
     return *this;
 }
 
+Command& Command::Flag(const char* pszNames, bool& rTarget, const char* pszHelp) {
+    m_rApp.add_flag(pszNames, rTarget, pszHelp);
+    return *this;
+}
+
 void Command::Run(CommandBody body) {
     m_rLine.m_mapBodies[&m_rApp] = std::move(body);
 }

@@ -38,6 +38,8 @@ public:
     /// An option whose value is one of a list.
     Command& Choice(const char* pszNames, std::string& rTarget, const std::vector<std::string>& rvChoices,
                     const char* pszHelp);
+    /// An option without a value.
+    Command& Flag(const char* pszNames, bool& rTarget, const char* pszHelp);
     /// What runs when the command was given.
     void Run(CommandBody body);
 

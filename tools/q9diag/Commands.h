@@ -16,6 +16,9 @@ void AddCab(CommandLine& rLine);    ///< list, test, extract
 void AddHash(CommandLine& rLine);
 void AddFind(CommandLine& rLine);
 void AddDimension(CommandLine& rLine);
+void AddReg(CommandLine& rLine);      ///< hives, get, set, delete, list
+void AddRegTree(CommandLine& rLine);  ///< tree, copy
+void AddCounters(CommandLine& rLine);
 void AddDebug(CommandLine& rLine);  ///< show, set, categories, reload
 void AddDemo(CommandLine& rLine);
 void AddHelp(CommandLine& rLine);  ///< help, completion

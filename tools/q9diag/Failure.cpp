@@ -86,6 +86,13 @@ void RefuseFile(FileStep eStep, const std::string& strFile, Status status, int i
     throw GetExceptionWriteFile(message("cannot write"), csFile, iLine, csFunction, nullptr);
 }
 
+void RefuseRegistry(const std::string& strWhat, DWORD dwStatus, int iLine, const char* pszFile,
+                    const char* pszFunction) {
+    throw GetExceptionRegistryRequest(
+        ToXString(std::string_view(strWhat + ": " + SystemText(static_cast<Status>(dwStatus)))), ToXString(pszFile),
+        iLine, ToXString(pszFunction), nullptr);
+}
+
 FailureReport Describe(const std::exception& rException) {
     if (const auto* pUsage = dynamic_cast<const UsageError*>(&rException))
         return {EXIT_USAGE, pUsage->Kind(), "000:000:000", OneLine(pUsage->what())};

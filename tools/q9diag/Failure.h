@@ -36,6 +36,11 @@ enum class FileStep { Open, Read, Create, Write };
 [[noreturn]] void RefuseFile(FileStep eStep, const std::string& strFile, Status status, int iLine = __builtin_LINE(),
                              const char* pszFile = __builtin_FILE(), const char* pszFunction = __builtin_FUNCTION());
 
+/// What the registry refused: throws ExceptionRegistryRequest, exit status 4, with the system's words for `dwStatus`.
+[[noreturn]] void RefuseRegistry(const std::string& strWhat, DWORD dwStatus, int iLine = __builtin_LINE(),
+                                 const char* pszFile = __builtin_FILE(),
+                                 const char* pszFunction = __builtin_FUNCTION());
+
 /// An exception as the tool reports it.
 struct FailureReport {
     int iExitStatus;

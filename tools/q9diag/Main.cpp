@@ -26,6 +26,9 @@ void DescribeCommands(CommandLine& rLine) {
     AddHash(rLine);
     AddFind(rLine);
     AddDimension(rLine);
+    AddReg(rLine);
+    AddRegTree(rLine);
+    AddCounters(rLine);
     AddDebug(rLine);
     AddDemo(rLine);
     AddHelp(rLine);
