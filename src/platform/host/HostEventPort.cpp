@@ -246,7 +246,7 @@ Status HostEventPort::StartThread(unsigned (*pfnBody)(void*), void* pArgument, H
     const auto shpoEnd = std::make_shared<EventObject>(true, false);
     if (!shpoEnd->IsValid()) return Status::TooManyOpenFiles;
     auto apoStart = std::make_unique<ThreadStart>(ThreadStart{pfnBody, pArgument, shpoEnd});
-    const HANDLE hThread = Add(std::make_shared<ThreadObject>(shpoEnd));
+    HANDLE hThread = Add(std::make_shared<ThreadObject>(shpoEnd));
     pthread_attr_t oAttributes;
     pthread_attr_init(&oAttributes);
     pthread_attr_setdetachstate(&oAttributes, PTHREAD_CREATE_DETACHED);

@@ -73,6 +73,11 @@ private:
     Status m_eStatus = Status::Success;
 };
 
+std::string PathOf(const std::string& rFolder, const std::string& rName, const char* pszEnding) {
+    std::string path = rFolder;
+    return path.append(1, '/').append(rName).append(pszEnding);
+}
+
 Descriptor OpenKind(const std::string& rPath) noexcept {
     return Descriptor(open(rPath.c_str(), O_RDWR | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
 }
@@ -138,7 +143,7 @@ Status OpenObjectFile(const std::string& rFolder, const std::string& rName, cons
     const FolderLock oLock(rFolder);
     if (oLock.GetStatus() != Status::Success) return oLock.GetStatus();
     for (const auto& [eKind, pszEnding] : KIND_FILES) {
-        std::string path = rFolder + '/' + rName + pszEnding;
+        std::string path = PathOf(rFolder, rName, pszEnding);
         Descriptor oFile = OpenKind(path);
         if (oFile.Get() < 0 && errno == ENOENT) continue;
         if (oFile.Get() < 0) return StatusFromErrno(errno);
@@ -153,7 +158,7 @@ Status OpenObjectFile(const std::string& rFolder, const std::string& rName, cons
     if (peCreate == nullptr) return Status::FileNotFound;
     for (const auto& [eKind, pszEnding] : KIND_FILES) {
         if (eKind != *peCreate) continue;
-        std::string path = rFolder + '/' + rName + pszEnding;
+        std::string path = PathOf(rFolder, rName, pszEnding);
         Descriptor oFile;
         if (const Status eStatus = CreateKind(path, eKind, oFile); eStatus != Status::Success) return eStatus;
         if (const Status eStatus = MarkAsHolder(oFile.Get()); eStatus != Status::Success) return eStatus;
