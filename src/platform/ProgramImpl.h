@@ -18,6 +18,14 @@ std::vector<std::string> ProgramArguments(int cArguments, const char* const* pps
 /// True when a person sits at the other end of the stream.
 bool IsTerminal(StandardStream eStream) noexcept;
 
+/// Asks the person at the terminal for a line that does not appear there while it is typed, whatever the standard
+/// streams are.  @return false without a terminal, and when the person gives up (control C).
+bool AskSecret(const char* pszPrompt, std::string& rstrLine);
+
+/// Reads from an open descriptor up to the first line end, or the end, and not one byte beyond it.
+/// @return false when it cannot be read, or the line is longer than 4,096 bytes.
+bool ReadSecretLine(int iDescriptor, std::string& rstrLine);
+
 /// Whether registry and spooler are an embedded store that `--store` may name; false where they are the system's own.
 bool HasEmbeddedStore() noexcept;
 

@@ -97,7 +97,8 @@ bool FakeCryptoPort::Forget(HANDLE h, Kind eKind) noexcept {
 
 Status FakeCryptoPort::AcquireProvider(HANDLE& rhProvider) noexcept {
     const AllocationExempt oExempt;
-    return Note(System().AcquireProvider(rhProvider), Kind::Provider, rhProvider);
+    const Status eStatus = System().AcquireProvider(rhProvider);
+    return Note(eStatus, Kind::Provider, rhProvider);
 }
 
 void FakeCryptoPort::ReleaseProvider(HANDLE hProvider) noexcept {
@@ -118,7 +119,8 @@ Status FakeCryptoPort::Random(void* pTarget, DWORD cbTarget) noexcept {
 Status FakeCryptoPort::CreateHash(HANDLE hProvider, HANDLE& rhHash) noexcept {
     const AllocationExempt oExempt;
     if (!IsOpen(hProvider, Kind::Provider)) return Status::InvalidParameter;
-    return Note(System().CreateHash(hProvider, rhHash), Kind::Hash, rhHash);
+    const Status eStatus = System().CreateHash(hProvider, rhHash);
+    return Note(eStatus, Kind::Hash, rhHash);
 }
 
 Status FakeCryptoPort::HashData(HANDLE hHash, const void* pData, DWORD cbData) noexcept {
@@ -136,7 +138,8 @@ void FakeCryptoPort::DestroyHash(HANDLE hHash) noexcept {
 Status FakeCryptoPort::ImportKey(HANDLE hProvider, const void* pBlob, DWORD cbBlob, HANDLE& rhKey) noexcept {
     const AllocationExempt oExempt;
     if (!IsOpen(hProvider, Kind::Provider)) return Status::InvalidParameter;
-    return Note(System().ImportKey(hProvider, pBlob, cbBlob, rhKey), Kind::Key, rhKey);
+    const Status eStatus = System().ImportKey(hProvider, pBlob, cbBlob, rhKey);
+    return Note(eStatus, Kind::Key, rhKey);
 }
 
 Status FakeCryptoPort::SetKeyParameter(HANDLE hKey, KeyParameter eParameter, const void* pValue) noexcept {

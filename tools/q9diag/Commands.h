@@ -16,6 +16,8 @@ void AddCab(CommandLine& rLine);    ///< list, test, extract
 void AddHash(CommandLine& rLine);
 void AddFind(CommandLine& rLine);
 void AddDimension(CommandLine& rLine);
+void AddFile(CommandLine& rLine);     ///< read, write
+void AddProtect(CommandLine& rLine);  ///< encrypt, decrypt
 void AddReg(CommandLine& rLine);      ///< hives, get, set, delete, list
 void AddRegTree(CommandLine& rLine);  ///< tree, copy
 void AddCounters(CommandLine& rLine);

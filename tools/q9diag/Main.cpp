@@ -26,6 +26,8 @@ void DescribeCommands(CommandLine& rLine) {
     AddHash(rLine);
     AddFind(rLine);
     AddDimension(rLine);
+    AddFile(rLine);
+    AddProtect(rLine);
     AddReg(rLine);
     AddRegTree(rLine);
     AddCounters(rLine);

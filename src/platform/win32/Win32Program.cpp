@@ -76,6 +76,64 @@ bool IsTerminal(StandardStream eStream) noexcept {
     return ::GetConsoleMode(HandleOf(eStream), &dwMode) != FALSE;
 }
 
+namespace {
+
+constexpr std::size_t LONGEST_SECRET = 4096;
+
+/// A console handle that closes itself.
+struct HandleCloser {
+    using pointer = HANDLE;
+    void operator()(HANDLE h) const noexcept {
+        if (h != INVALID_HANDLE_VALUE) ::CloseHandle(h);
+    }
+};
+using Console = std::unique_ptr<HANDLE, HandleCloser>;
+
+Console OpenConsole(const wchar_t* pszName) noexcept {
+    return Console(::CreateFileW(pszName, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                 OPEN_EXISTING, 0, nullptr));
+}
+
+}  // namespace
+
+bool ReadSecretLine(int iDescriptor, std::string& rstrLine) {
+    rstrLine.clear();
+    rstrLine.reserve(LONGEST_SECRET);  // no copy of a part stays anywhere
+    for (char ch = 0;;) {
+        const int cRead = ::_read(iDescriptor, &ch, 1);
+        if (cRead < 0) return false;
+        if (cRead == 0 || ch == '\n') break;
+        if (rstrLine.size() == LONGEST_SECRET) return false;
+        rstrLine += ch;
+    }
+    if (!rstrLine.empty() && rstrLine.back() == '\r') rstrLine.pop_back();
+    return true;
+}
+
+bool AskSecret(const char* pszPrompt, std::string& rstrLine) {
+    const Console ahInput = OpenConsole(L"CONIN$"), ahOutput = OpenConsole(L"CONOUT$");
+    DWORD dwMode = 0, cUnits = 0;
+    if (ahInput.get() == INVALID_HANDLE_VALUE || !::GetConsoleMode(ahInput.get(), &dwMode)) return false;
+    for (const char* pch = pszPrompt; *pch; ++pch) {
+        const wchar_t ch = static_cast<unsigned char>(*pch);
+        ::WriteConsoleW(ahOutput.get(), &ch, 1, &cUnits, nullptr);
+    }
+    // Line by line, without echo; control C ends the program and the system restores the console.
+    ::SetConsoleMode(ahInput.get(), (dwMode & ~DWORD{ENABLE_ECHO_INPUT}) | ENABLE_LINE_INPUT | ENABLE_PROCESSED_INPUT);
+    wchar_t achLine[LONGEST_SECRET / 4 + 1] = {};
+    const bool fRead = ::ReadConsoleW(ahInput.get(), achLine, LONGEST_SECRET / 4, &cUnits, nullptr) != FALSE;
+    ::SetConsoleMode(ahInput.get(), dwMode);
+    const wchar_t chEnd = L'\n';
+    DWORD cWritten = 0;
+    ::WriteConsoleW(ahOutput.get(), &chEnd, 1, &cWritten, nullptr);
+    while (fRead && cUnits > 0 && (achLine[cUnits - 1] == L'\n' || achLine[cUnits - 1] == L'\r'))
+        --cUnits;
+    achLine[fRead ? cUnits : 0] = L'\0';
+    rstrLine = ToUtf8(achLine);
+    ::SecureZeroMemory(achLine, sizeof achLine);
+    return fRead;
+}
+
 bool HasEmbeddedStore() noexcept {
     return false;
 }
