@@ -20,8 +20,8 @@ import tempfile
 RUNTIME = re.compile(r"(?:typeinfo(?: name)?|vtable) for (?:std|__gnu_cxx|__cxxabiv1)::|(?:std|__gnu_cxx)::")
 
 # What every Windows has.  A C++ run-time DLL in this list would have to be shipped, and found by the spooler.
-SYSTEM = {"kernel32.dll", "msvcrt.dll", "user32.dll", "advapi32.dll", "shlwapi.dll", "cabinet.dll", "winspool.drv",
-          "crypt32.dll", "wtsapi32.dll"}
+SYSTEM = {"kernel32.dll", "ntdll.dll", "msvcrt.dll", "user32.dll", "advapi32.dll", "shlwapi.dll", "cabinet.dll",
+          "winspool.drv", "crypt32.dll", "wtsapi32.dll"}
 
 
 def run(*command):
