@@ -206,9 +206,7 @@ T RegistryKey::GetAndIncrement(const CXString& kcsName, T defaultValue, T modulu
     } else {
         bbNext.appendLong64Value(next);
     }
-    if (Note(StoreValue(kcsName, sizeof(T) == sizeof(LONG) ? TYPE_LONG : TYPE_LONG64, bbNext))) {
-        Note(dwStatus);
-    } else {
+    if (!Note(StoreValue(kcsName, sizeof(T) == sizeof(LONG) ? TYPE_LONG : TYPE_LONG64, bbNext))) {
         VLM_REPORT_ERROR(DebugCategory::Registry, VTEXT("%s"), SetFailure(kcsName));
     }
     return value;
