@@ -148,7 +148,9 @@ TEST(PortMonitorInstall, WhateverFailsNoFileIsAPart) {
     };
     oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome eOutcome) {
         CheckFiles(rFake);
-        if (eOutcome == FaultOutcome::Succeeded) EXPECT_EQ(rFake.spooler.Monitors().size(), 1u);
+        if (eOutcome == FaultOutcome::Succeeded) {
+            EXPECT_EQ(rFake.spooler.Monitors().size(), 1u);
+        }
     };
     oLoop.fnCheckAfterKill = CheckFiles;
     EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 20u);

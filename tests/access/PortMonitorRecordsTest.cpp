@@ -198,17 +198,39 @@ TEST(PortMonitorRecords, RepliesReachTheOutputs) {
         oBench.Reply(FromHex(rRow.replyHex));
         const std::string operation = rRow.pszOperation;
         EXPECT_TRUE(rRow.fnByKey(oMonitor, r)) << operation;
-        if (operation == "CreateKey") EXPECT_EQ(r.hKey, Key());
-        if (operation == "GetBooleanValue") EXPECT_TRUE(r.fBoolean);
-        if (operation == "GetClearBooleanValue") EXPECT_FALSE(r.fBoolean);
-        if (operation == "GetLongValue") EXPECT_EQ(r.lNumber, -2);
-        if (operation == "GetIncLongValue") EXPECT_EQ(r.lNumber, 2);
-        if (operation == "GetLong64Value") EXPECT_EQ(r.llNumber, static_cast<LONGLONG>(0x8000000000000001));
-        if (operation == "GetStringValue") EXPECT_EQ(r.csText, VTEXT("AB"));
-        if (operation == "GetBytesValue") EXPECT_EQ(ToHex(r.bbBytes.GetVector()), "00FF10");
-        if (operation == "EnumKeyNames") EXPECT_EQ(r.vcsNames, (std::vector<CXString>{VTEXT("A"), VTEXT("")}));
-        if (operation == "EnumValueNames") EXPECT_TRUE(r.vcsNames.empty());
-        if (operation == "GetCountOfSubKeys") EXPECT_EQ(r.dwCount, 7u);
+        if (operation == "CreateKey") {
+            EXPECT_EQ(r.hKey, Key());
+        }
+        if (operation == "GetBooleanValue") {
+            EXPECT_TRUE(r.fBoolean);
+        }
+        if (operation == "GetClearBooleanValue") {
+            EXPECT_FALSE(r.fBoolean);
+        }
+        if (operation == "GetLongValue") {
+            EXPECT_EQ(r.lNumber, -2);
+        }
+        if (operation == "GetIncLongValue") {
+            EXPECT_EQ(r.lNumber, 2);
+        }
+        if (operation == "GetLong64Value") {
+            EXPECT_EQ(r.llNumber, static_cast<LONGLONG>(0x8000000000000001));
+        }
+        if (operation == "GetStringValue") {
+            EXPECT_EQ(r.csText, VTEXT("AB"));
+        }
+        if (operation == "GetBytesValue") {
+            EXPECT_EQ(ToHex(r.bbBytes.GetVector()), "00FF10");
+        }
+        if (operation == "EnumKeyNames") {
+            EXPECT_EQ(r.vcsNames, (std::vector<CXString>{VTEXT("A"), VTEXT("")}));
+        }
+        if (operation == "EnumValueNames") {
+            EXPECT_TRUE(r.vcsNames.empty());
+        }
+        if (operation == "GetCountOfSubKeys") {
+            EXPECT_EQ(r.dwCount, 7u);
+        }
     }
 }
 

@@ -35,10 +35,14 @@ struct ClientBench {
 class Client : public testing::TestWithParam<bool> {
 protected:
     Client() {
-        if (GetParam()) EXPECT_TRUE(m_oMonitor.CreateKey(VERSION, VTEXT("Key"), 0xF003F, m_hKey));
+        if (GetParam()) {
+            EXPECT_TRUE(m_oMonitor.CreateKey(VERSION, VTEXT("Key"), 0xF003F, m_hKey));
+        }
     }
     ~Client() override {
-        if (m_hKey) EXPECT_TRUE(m_oMonitor.CloseKey(m_hKey));
+        if (m_hKey) {
+            EXPECT_TRUE(m_oMonitor.CloseKey(m_hKey));
+        }
     }
 
     std::string Stored(const XCHAR* pszName) {
@@ -227,8 +231,12 @@ TEST(ClientTest, WhateverFailsAForwardedWriteIsDoneOrNot) {
     };
     oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome eOutcome) {
         const auto oValue = rFake.registry.ValueAt(XString(VERSION_PATH) + VTEXT("\\Key"), VTEXT("v"));
-        if (eOutcome == FaultOutcome::Succeeded) EXPECT_TRUE(oValue);
-        if (oValue) EXPECT_EQ(ToHex(oValue->vbyData), "07000000");
+        if (eOutcome == FaultOutcome::Succeeded) {
+            EXPECT_TRUE(oValue);
+        }
+        if (oValue) {
+            EXPECT_EQ(ToHex(oValue->vbyData), "07000000");
+        }
         EXPECT_FALSE(rFake.identity.EndedWith() && eOutcome == FaultOutcome::Succeeded);
     };
     EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 10u);

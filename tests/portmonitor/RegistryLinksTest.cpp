@@ -139,7 +139,9 @@ TEST_P(RegistryLinks, NoOperationFollowsALinkAtAnyPlaceOfItsPath) {
                     << "operation " << static_cast<int>(rRequest.m_eFunction) << ", " << iPlace << " down, " << iBehind
                     << " behind";
                 ASSERT_EQ(Victim(), victim);
-                if (fLinkItself) ASSERT_EQ(Registry().CreateLink(hParent, VTEXT("link"), m_hVictim), Status::Success);
+                if (fLinkItself) {
+                    ASSERT_EQ(Registry().CreateLink(hParent, VTEXT("link"), m_hVictim), Status::Success);
+                }
             }
             if (iBehind < 3) path += XString(VTEXT("\\")) + apszComponents[iBehind];
         }
