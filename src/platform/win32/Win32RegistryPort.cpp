@@ -180,9 +180,20 @@ Status Win32RegistryPort::QueryMultipleValues(HKEY hKey, ValueQuery* pQueries, D
 }
 
 Status Win32RegistryPort::SetValue(HKEY hKey, const XCHAR* pszName, DWORD dwType, const void* pData,
-                                   DWORD cbData) noexcept {
+                                   DWORD cbData) noexcept try {
     if (pData == nullptr && cbData != 0) return Status::NoAccess;
-    return StatusOfCall(RegSetValueExW(hKey, pszName, 0, dwType, static_cast<const BYTE*>(pData), cbData));
+    const BYTE* pbyData = static_cast<const BYTE*>(pData);
+    std::vector<BYTE> vbyPadded;
+    // Behind a text without terminator the system looks for one beyond the data, and would store it, too.
+    if (cbData != 0 && (dwType == TYPE_SZ || dwType == TYPE_EXPAND_SZ || dwType == TYPE_MULTI_SZ)) {
+        vbyPadded.reserve(std::size_t{cbData} + sizeof(wchar_t));
+        vbyPadded.assign(pbyData, pbyData + cbData);
+        vbyPadded.resize(std::size_t{cbData} + sizeof(wchar_t), 0xFF);
+        pbyData = vbyPadded.data();
+    }
+    return StatusOfCall(RegSetValueExW(hKey, pszName, 0, dwType, pbyData, cbData));
+} catch (const std::bad_alloc&) {
+    return Status::NotEnoughMemory;
 }
 
 Status Win32RegistryPort::DeleteValue(HKEY hKey, const XCHAR* pszName) noexcept {
