@@ -43,7 +43,7 @@ class DebugTest(harness.ToolTest):
     @harness.unittest.skipIf(harness.WINDOWS, "the machine's own settings stay as they are")
     def test_what_a_setting_cannot_hold_is_refused_and_nothing_stored(self):
         for name, value, message in (("ShowDate", "maybe", "a switch is on or off"), ("MaxMessageWidth", "4294967296", "not an integer"),
-                                     ("MaxMessageWidth", "-1", "not an integer"), ("MaxMessageWidth", "0x", "not an integer"),
+                                     ("MaxMessageWidth", "-1", "not an integer"), ("MaxMessageWidth", "0x", "not an integer"), ("MaxMessageWidth", "0x-1", "not an integer"),
                                      ("MaxMessageWidth", "7 ", "not an integer"), ("PerfLastOperationTime64", "9223372036854775808", "not an integer"),
                                      ("IncludedMsgCategories", "perf,bogus", "bogus: no such category"), ("NoSuch", "1", "no such setting")):
             answer = self.tool("set", "--json", "--", name, value, expect=BAD_INPUT)

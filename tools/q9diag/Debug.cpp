@@ -134,7 +134,8 @@ LONGLONG ParseNumber(const std::string& strValue, LONGLONG llLeast, LONGLONG llM
     const char* const pszEnd = strValue.data() + strValue.size();
     LONGLONG llValue = 0;
     const auto [pszLast, eError] = std::from_chars(pszFirst, pszEnd, llValue, fHex ? 16 : 10);
-    if (eError != std::errc() || pszLast != pszEnd || llValue < llLeast || llValue > llMost) {
+    const bool fWhole = eError == std::errc() && pszLast == pszEnd && !(fHex && pszFirst != pszEnd && *pszFirst == '-');
+    if (!fWhole || llValue < llLeast || llValue > llMost) {
         RefuseInput("VALUE: " + Printable(strValue) + ": not an integer from " + std::to_string(llLeast) + " to " +
                     std::to_string(llMost));
     }
