@@ -10,6 +10,12 @@
 #include "platform/ThreadPort.h"
 #include "support/Gate.h"
 
+#ifdef _WIN32
+#include "platform/win32/System.h"
+
+#include <aclapi.h>
+#endif
+
 namespace vlm::test {
 
 namespace {
@@ -309,6 +315,37 @@ TEST_P(EventPortContract, WhatIsNotOpenOrOfAnotherKindIsRefused) {
 }
 
 Q9_CONTRACT_SUITE(EventPortContract);
+
+#ifdef _WIN32
+
+TEST(Win32EventPort, NamedObjectsAreClosedToOtherUsers) {
+    EventPort& rEvents = *GetSystemPlatform().pEvents;
+    const XString name = Wide("q9-security-" + std::to_string(GetCurrentProcessId()));
+    HANDLE hEvent = nullptr;
+    ASSERT_EQ(rEvents.CreateEventAt(name.c_str(), false, false, hEvent), Status::Success);
+    const HANDLE hLooking = OpenEventW(READ_CONTROL, FALSE, name.c_str());
+    ASSERT_NE(hLooking, nullptr);
+    ACL* pList = nullptr;
+    PSECURITY_DESCRIPTOR pDescriptor = nullptr;
+    ASSERT_EQ(GetSecurityInfo(hLooking, SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &pList, nullptr,
+                              &pDescriptor),
+              DWORD{ERROR_SUCCESS});
+    // The system, administrators and this user are allowed in; no list at all would allow everybody.
+    ASSERT_NE(pList, nullptr);
+    EXPECT_EQ(pList->AceCount, 3);
+    for (DWORD i = 0; i < pList->AceCount; ++i) {
+        void* pEntry = nullptr;
+        ASSERT_TRUE(GetAce(pList, i, &pEntry));
+        auto* const pAllowed = static_cast<ACCESS_ALLOWED_ACE*>(pEntry);
+        EXPECT_EQ(pAllowed->Header.AceType, ACCESS_ALLOWED_ACE_TYPE);
+        EXPECT_FALSE(IsWellKnownSid(&pAllowed->SidStart, WinWorldSid));
+    }
+    LocalFree(pDescriptor);
+    CloseHandle(hLooking);
+    EXPECT_EQ(rEvents.CloseObject(hEvent), Status::Success);
+}
+
+#endif
 
 }  // namespace
 
