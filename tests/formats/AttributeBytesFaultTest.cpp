@@ -2,14 +2,12 @@
 /// Every call and allocation behind the attribute classes fails once: nothing leaks, and what failed changed nothing.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <stdexcept>
 
 #include "formats/AttributeSamples.h"
 #include "support/FaultLoop.h"
 #include "utilities/attributebytes/PersistentAttributes.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
-#include "utilities/utilitiesdll/MemoryPool.h"
 
 namespace vlm::test {
 namespace {
@@ -31,26 +29,22 @@ ByteBuffer CorpusBlock() {
 
 template <class Operation>
 FaultOutcome Attempt(const Operation& rOperation) {
-    try {
-        rOperation();
-        return FaultOutcome::Succeeded;
-    } catch (const ExceptionOutOfMemory&) {
-    } catch (const ExceptionCompression&) {
-    } catch (const ExceptionFileOperationCompression&) {
-    } catch (const ExceptionCabinetLibraryConstructionFailure&) {
-    } catch (const std::bad_alloc&) {  // no memory was left for the exception itself
-    }
-    return FaultOutcome::Failed;
+    return test::Attempt<ExceptionOutOfMemory, ExceptionCompression, ExceptionFileOperationCompression,
+                         ExceptionCabinetLibraryConstructionFailure>(rOperation);
 }
 
 /// The states that the scenarios start from, made before anything fails.
 struct Samples {
     ByteBuffer bbIndexed = CorpusState();
     ByteBuffer bbBlock = CorpusBlock();
+    AttributeBytesIndexedList oCorpus;
     AttributeBytesIndexedList oList;
     AttributeBytesRawList oRawList;
     AttributeBytes oDeep{NestedListRecord(10)};
     Samples() {
+        oCorpus.ImportAttributeBytesIndexedListState(bbIndexed);
+        oCorpus.SetAttributeBytes(AttributeBytesFeatureId(262),
+                                  AttributeBytesOptionValue(AttributeBytesNewValueId(VTEXT("Named"))));
         for (LONG l = 0; l < 200; ++l)
             oList.AddAttributeBytes(IntegerRecord(2 * l));
         oRawList.ImportFromIndexedList(oList);
@@ -151,6 +145,90 @@ const Scenario SCENARIOS[] = {
          }
          return eOutcome;
      }},
+    {"persistent block in parts",
+     [](const Samples& r) {
+         return Attempt([&] {
+             PersistentAttributes oTarget(r.bbBlock);
+             DriverVersion oVersion;
+             oTarget.ImportPersistentAttributesState(r.bbBlock, oVersion, true, true);
+             oTarget.SetStateData(PersistentAttributes(oTarget).GetPersistentAttributesState());
+             PersistentAttributes::HeaderStructure oHeader;
+             ByteBuffer bb;
+             PersistentAttributes::GetComponentsFromStateDataBuffer(r.bbBlock, oHeader, bb);
+             PersistentAttributes::CreateStateDataFromComponents(oHeader, bb, bb);
+             oTarget = PersistentAttributes(oTarget.GetAttributeBytesNameSpaces());
+         });
+     }},
+    {"name spaces",
+     [](const Samples& r) {
+         AttributeBytesNameSpaces oTarget;
+         FaultOutcome eOutcome = Attempt([&] {
+             oTarget.SetNameSpaceAttributes(1, r.oList);
+             oTarget.SetNameSpaceAttributes(2, r.oRawList, 3);
+         });
+         DWORD dwSpaces = 0;  // each is there whole or not at all
+         for (const LONG l : {1, 2}) {
+             if (!oTarget.Exists(l)) continue;
+             ++dwSpaces;
+             Demand(oTarget.GetAttributeBytesRawList(l) == r.oRawList);
+         }
+         Demand(dwSpaces == oTarget.GetNumberOfNameSpaces());
+         if (eOutcome == FaultOutcome::Failed) return eOutcome;
+         eOutcome = Attempt([&] {
+             AttributeBytesNameSpaces oOther;
+             oOther.ImportAttributeBytesNameSpacesState(oTarget.GetAttributeBytesNameSpacesState());
+             oTarget = AttributeBytesNameSpaces(oOther);
+             oTarget.GetNameSpaceAttributes(2);
+             oTarget.DeleteNameSpaceAttributes(1);
+         });
+         Demand(oTarget.Exists(2));
+         return eOutcome;
+     }},
+    {"iterators and look-ups",
+     [](const Samples& r) {
+         return Attempt([&] {
+             for (const AttributeBytesList* const pList : {static_cast<const AttributeBytesList*>(&r.oCorpus),
+                                                           static_cast<const AttributeBytesList*>(&r.oRawList)}) {
+                 const auto apoIterator = pList->GetIterator()->Clone();
+                 pList->GetNextAttributeBytes(*apoIterator);
+                 pList->GetNextAttributeBytesSharedPtr(*apoIterator);
+                 pList->GetAttributeBytesByIndex(1);
+                 pList->GetAllAttributeBytes();
+             }
+             r.oCorpus.GetStringValue(AttributeBytesValueId(-2));
+             r.oCorpus.GetDataBlobValue(AttributeBytesFeatureId(259));
+             r.oCorpus.GetListOfValues(AttributeBytesFeatureId(260));
+             r.oCorpus.GetOptionValueOrNewIdByAnyId(AttributeBytesFeatureId(262));
+             r.oCorpus.GetNewOptionValueId(AttributeBytesFeatureId(262));
+         });
+     }},
+    {"display texts",
+     [](const Samples& r) {
+         return Attempt([&] {
+             for (const AttributeBytesSharedPtr& rshpoRecord : r.oCorpus) {
+                 rshpoRecord->GetDumpDisplayString(true);
+                 rshpoRecord->GetAttributeBytesValue().GetDumpDisplayString(false);
+                 rshpoRecord->GetAttributeBytesId().GetIdentifierState();
+                 rshpoRecord->GetAttributeBytesValue().GetValueState();
+             }
+         });
+     }},
+    {"a refused record",
+     [](const Samples& r) {
+         AttributeBytesIndexedList oTarget;
+         FaultOutcome eOutcome = Attempt([&] { oTarget.AddAttributeBytes(r.oDeep); });
+         if (eOutcome == FaultOutcome::Failed) return eOutcome;
+         bool fRefused = false;
+         eOutcome = Attempt([&] {
+             try {
+                 oTarget.AddAttributeBytes(r.oDeep);
+             } catch (const ExceptionDuplicateAttributeId&) {
+                 fRefused = true;
+             }
+         });
+         Demand(fRefused == (eOutcome == FaultOutcome::Succeeded) && oTarget.GetNumberOfAttributeBytes() == 1);
+         return eOutcome;
+     }},
 };
 
 TEST(AttributeBytesFaultTest, EveryCallAndAllocationThatFailsLeavesThingsAsTheyWere) {
@@ -159,67 +237,9 @@ TEST(AttributeBytesFaultTest, EveryCallAndAllocationThatFailsLeavesThingsAsTheyW
         SCOPED_TRACE(rScenario.pszName);
         FaultLoop oLoop;
         oLoop.fnRun = [&] { return rScenario.run(oSamples); };
-        oLoop.fnOutstanding = [] { return static_cast<std::size_t>(MemoryPool::GetOutstandingBlocks()); };
         oLoop.vModes = {FaultMode::FailOnce};
         EXPECT_GT(RunFaultLoop(oLoop).ullFaults, 0U);
     }
-}
-
-/// Takes every free block of one size, so that the pool can give exactly as many as are handed back to it.
-class DrainedPool {
-public:
-    DrainedPool(std::size_t cbBlock, std::size_t cLeft) : m_cbBlock(cbBlock) {
-        // The pool carves its blocks from large chunks; smaller requests are for what is no pool's size.
-        m_pfnFormer = MemoryPool::ExchangeRawAllocator(
-            [](std::size_t cb) noexcept -> void* { return cb > 4096 ? nullptr : std::malloc(cb); });
-        while (void* const pBlock = MemoryPool::TryAllocate(cbBlock)) {
-            *static_cast<void**>(pBlock) = m_pTaken;  // the blocks themselves keep the list
-            m_pTaken = pBlock;
-        }
-        for (; cLeft > 0 && m_pTaken; --cLeft)
-            ReleaseOne();
-    }
-    ~DrainedPool() {
-        while (m_pTaken)
-            ReleaseOne();
-        MemoryPool::ExchangeRawAllocator(m_pfnFormer);
-    }
-    DrainedPool(const DrainedPool&) = delete;
-    DrainedPool& operator=(const DrainedPool&) = delete;
-
-private:
-    void ReleaseOne() {
-        void* const pBlock = m_pTaken;
-        m_pTaken = *static_cast<void**>(pBlock);
-        MemoryPool::Release(pBlock, m_cbBlock);
-    }
-
-    std::size_t m_cbBlock;
-    MemoryPool::RawAllocator m_pfnFormer = nullptr;
-    void* m_pTaken = nullptr;
-};
-
-TEST(AttributeBytesFaultTest, APoolThatRunsDryLeavesThingsAsTheyWere) {
-    const Samples oSamples;
-    int iFailed = 0;
-    for (const Scenario& rScenario : SCENARIOS) {
-        ASSERT_EQ(rScenario.run(oSamples), FaultOutcome::Succeeded);  // the pool has blocks of all sizes from now on
-        for (const std::size_t cbBlock : {16U, 32U, 48U, 64U, 256U}) {
-            bool fFailedBefore = true;
-            for (std::size_t cLeft = 0; fFailedBefore && cLeft < 1000; ++cLeft) {
-                const std::int64_t llBefore = MemoryPool::GetOutstandingBlocks();
-                {
-                    const DrainedPool oDrained(cbBlock, cLeft);
-                    fFailedBefore = rScenario.run(oSamples) == FaultOutcome::Failed;
-                }
-                iFailed += fFailedBefore;
-                ASSERT_EQ(MemoryPool::GetOutstandingBlocks(), llBefore)
-                    << rScenario.pszName << ", " << cLeft << " blocks of " << cbBlock;
-            }
-            EXPECT_FALSE(fFailedBefore) << rScenario.pszName << " needs too many blocks";
-        }
-    }
-    EXPECT_GT(iFailed, 100);
 }
 
 }  // namespace

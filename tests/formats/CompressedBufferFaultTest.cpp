@@ -1,9 +1,11 @@
 /// @file
-/// Compressed buffers while calls, callbacks and allocations fail: the promised exception, and nothing changed.
+/// Compressed buffers and archives while calls, callbacks and allocations fail: the promised exception, and nothing
+/// changed.
 #include <gtest/gtest.h>
 
 #include "support/FaultLoop.h"
 #include "utilities/compression/CabCompressedBuffer.h"
+#include "utilities/compression/CabinetArchive.h"
 #include "utilities/compression/CabinetContext.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
 
@@ -22,144 +24,86 @@ std::vector<BYTE> Sample() {
 
 /// Runs what may fail in the promised ways only.
 template <typename Operation>
-FaultOutcome Promised(Operation&& operation) {
-    try {
-        operation();
-        return FaultOutcome::Succeeded;
-    } catch (const ExceptionCompression&) {
-    } catch (const ExceptionFileOperationCompression&) {
-    } catch (const ExceptionOutOfMemory&) {
-    } catch (const std::bad_alloc&) {  // even the exception took more memory than there was
-    }
-    return FaultOutcome::Failed;
+FaultOutcome Promised(const Operation& rOperation) {
+    return test::Attempt<ExceptionCompression, ExceptionFileOperationCompression, ExceptionOutOfMemory>(rOperation);
 }
 
-TEST(CompressedBufferFault, AFailedStoreLeavesTheBufferAsItWas) {
-    const ByteBuffer bbOld(std::vector<BYTE>(500, 'o'));
+TEST(CompressedBufferFault, WhateverFailsIsNamedAndChangesNothing) {
     const ByteBuffer bbNew(Sample());
+    const ByteBuffer bbSentinel(std::vector<BYTE>{7});
     CabCompressedBuffer oFormer;
-    oFormer.Store(bbOld);
+    oFormer.Store(ByteBuffer(std::vector<BYTE>(500, 'o')));
+    const auto apoStored = CabCompressedBuffer::CreateWithUncompressedData(bbNew, -1);
+    const ByteBuffer bbState = apoStored->GetCompressedBufferState();
+    ByteBuffer bbZlibState(std::vector<BYTE>{0x78, 0x9C, 0x4B, 0x04, 0x00, 0x00, 0x62, 0x00, 0x62});
+    bbZlibState.appendLpbyte(reinterpret_cast<const BYTE*>("\0\0\0\1COMP"), 8);
+    ByteBuffer bbImage;
+    apoStored->GetCompressedData(bbImage);
     bool fUnchanged = true;
+
+    // A buffer beside the operation; `change` may fail, and then it is as it was.
+    const auto onBuffer = [&](const auto& change) {
+        return [&, change] {
+            ByteBuffer bb;
+            FaultOutcome eOutcome = Promised([&] { bb = bbSentinel; });
+            if (eOutcome == FaultOutcome::Failed) return eOutcome;
+            eOutcome = Promised([&] { change(bb); });
+            fUnchanged = fUnchanged && (eOutcome == FaultOutcome::Succeeded || (bb.size() == 1 && bb[0] == 7));
+            return eOutcome;
+        };
+    };
+    const test::FaultRow ROWS[] = {
+        {"store",
+         [&] {
+             FaultOutcome eOutcome = FaultOutcome::Failed;
+             Promised([&] {
+                 CabCompressedBuffer buffer(oFormer);
+                 eOutcome = Promised([&] { buffer.Store(bbNew); });
+                 const BYTE* const pbyState = buffer.GetCompressedBufferStateLpbyte();
+                 const bool fAsBefore =
+                     buffer.GetOriginalDataSize() == 500 &&
+                     buffer.GetCompressedBufferStateSize() == oFormer.GetCompressedBufferStateSize() &&
+                     std::equal(pbyState, pbyState + buffer.GetCompressedBufferStateSize(),
+                                oFormer.GetCompressedBufferStateLpbyte());
+                 fUnchanged = fUnchanged && fAsBefore == (eOutcome == FaultOutcome::Failed);
+             });
+             return eOutcome;
+         }},
+        {"try to uncompress",
+         [&] {
+             ByteBuffer bb;
+             if (Promised([&] { bb = bbState; }) == FaultOutcome::Failed) return FaultOutcome::Failed;
+             if (CabCompressedBuffer::TryToUncompressStateData(bb)) return FaultOutcome::Succeeded;
+             fUnchanged = fUnchanged && bb == bbState;
+             return FaultOutcome::Failed;
+         }},
+        {"read", onBuffer([&](ByteBuffer& rbb) { apoStored->GetOriginalData(rbb); })},
+        {"compressed data", onBuffer([&](ByteBuffer& rbb) { apoStored->GetCompressedData(rbb); })},
+        {"compress", onBuffer([&](ByteBuffer& rbb) {
+             CabCompressedBuffer::CompressBuffer(bbNew.data(), bbNew.GetLength(), rbb, 9);
+         })},
+        {"uncompress", onBuffer([&](ByteBuffer& rbb) { CabCompressedBuffer::UncompressBuffer(bbImage, rbb); })},
+        {"open a state",
+         [&] { return Promised([&] { CabCompressedBuffer::CreateWithBufferState(bbState)->Clone(); }); }},
+        {"open an old state",
+         [&] {
+             return test::Attempt<ExceptionOutOfMemory, ExceptionIncompatibleCompressionFormat>(
+                 [&] { CabCompressedBuffer::CreateWithBufferState(bbZlibState); });
+         }},
+        {"open an image", [&] { return Promised([&] { CabCompressedBuffer::CreateWithCompressedData(bbImage); }); }},
+        {"archive",
+         [&] {
+             return Promised([&] {
+                 const CabinetArchive archive{ByteBuffer(bbImage)};
+                 archive.ExtractAll();
+                 archive.Extract(0);
+             });
+         }},
+    };
     FaultLoop oLoop;
-    oLoop.fnRun = [&] {
-        return Promised([&] {
-            CabCompressedBuffer buffer(oFormer);
-            const FaultOutcome eOutcome = Promised([&] { buffer.Store(bbNew); });
-            if (eOutcome == FaultOutcome::Succeeded) return;
-            fUnchanged = fUnchanged && buffer.GetOriginalDataSize() == 500 &&
-                         buffer.GetCompressedBufferStateSize() == oFormer.GetCompressedBufferStateSize() &&
-                         std::equal(buffer.GetCompressedBufferStateLpbyte(),
-                                    buffer.GetCompressedBufferStateLpbyte() + buffer.GetCompressedBufferStateSize(),
-                                    oFormer.GetCompressedBufferStateLpbyte());
-            throw std::bad_alloc();
-        });
-    };
-    const test::FaultLoopReport report = RunFaultLoop(oLoop);
+    oLoop.vModes = {test::FaultMode::FailOnce, test::FaultMode::FailFrom};
+    RunFaultRows(ROWS, oLoop);
     EXPECT_TRUE(fUnchanged);
-    EXPECT_GT(report.ullCalls, 0U);
-    EXPECT_GT(report.ullAllocations, 5U);
-}
-
-TEST(CompressedBufferFault, AFailedReadLeavesTheTargetAsItWas) {
-    const auto apoBuffer = CabCompressedBuffer::CreateWithUncompressedData(ByteBuffer(Sample()), -1);
-    bool fUnchanged = true;
-    FaultLoop oLoop;
-    oLoop.fnRun = [&] {
-        ByteBuffer bb;
-        return Promised([&] {
-            bb.appendByte(7);
-            if (Promised([&] { apoBuffer->GetOriginalData(bb); }) == FaultOutcome::Succeeded) return;
-            fUnchanged = fUnchanged && bb.size() == 1 && bb[0] == 7;
-            throw std::bad_alloc();
-        });
-    };
-    RunFaultLoop(oLoop);
-    EXPECT_TRUE(fUnchanged);
-}
-
-TEST(CompressedBufferFault, TheTryFormNeverThrowsAndLeavesItsInputAlone) {
-    const auto apoBuffer = CabCompressedBuffer::CreateWithUncompressedData(ByteBuffer(Sample()), -1);
-    const ByteBuffer bbState = apoBuffer->GetCompressedBufferState();
-    bool fUnchanged = true;
-    FaultLoop oLoop;
-    oLoop.fnRun = [&] {
-        ByteBuffer bb;
-        if (Promised([&] { bb = bbState; }) == FaultOutcome::Failed) return FaultOutcome::Failed;
-        if (CabCompressedBuffer::TryToUncompressStateData(bb)) return FaultOutcome::Succeeded;
-        fUnchanged = fUnchanged && bb == bbState;
-        return FaultOutcome::Failed;
-    };
-    RunFaultLoop(oLoop);
-    EXPECT_TRUE(fUnchanged);
-}
-
-/// The system's cabinet library, with the n-th callback answering a failure instead of reaching the library's own code.
-class FaultyCallbacks final : public CabinetPort {
-public:
-    int iFailAt = 0;
-    int cCalls = 0;
-
-    bool Compress(CabinetFiles& rFiles, const char* pszSource, const char* pszMember, const char* pszImage, LONG lLevel,
-                  CabinetStep& reStep, CabinetError& rError) noexcept override {
-        Files files(*this, rFiles);
-        return GetSystemPlatform().pCabinet->Compress(files, pszSource, pszMember, pszImage, lLevel, reStep, rError);
-    }
-    bool Extract(CabinetFiles& rFiles, CabinetMembers& rMembers, const char* pszImage, CabinetStep& reStep,
-                 CabinetError& rError) noexcept override {
-        Files files(*this, rFiles);
-        return GetSystemPlatform().pCabinet->Extract(files, rMembers, pszImage, reStep, rError);
-    }
-
-private:
-    struct Files final : CabinetFiles {
-        Files(FaultyCallbacks& rScriptArg, CabinetFiles& rBelowArg) : rScript(rScriptArg), rBelow(rBelowArg) {}
-        bool Fails() const { return ++rScript.cCalls == rScript.iFailAt; }
-        std::intptr_t Open(const char* psz, Mode eMode) noexcept override {
-            return Fails() ? -1 : rBelow.Open(psz, eMode);
-        }
-        UINT Read(std::intptr_t h, void* p, UINT c) noexcept override {
-            return Fails() ? 0xFFFFFFFF : rBelow.Read(h, p, c);
-        }
-        UINT Write(std::intptr_t h, const void* p, UINT c) noexcept override {
-            return Fails() ? 0xFFFFFFFF : rBelow.Write(h, p, c);
-        }
-        LONG Seek(std::intptr_t h, LONG l, int i) noexcept override { return Fails() ? -1 : rBelow.Seek(h, l, i); }
-        int Close(std::intptr_t h) noexcept override { return rBelow.Close(h); }
-        int Delete(const char* psz) noexcept override { return rBelow.Delete(psz); }
-        void* Allocate(std::size_t c) noexcept override { return Fails() ? nullptr : rBelow.Allocate(c); }
-        void Release(void* p) noexcept override { rBelow.Release(p); }
-        FaultyCallbacks& rScript;
-        CabinetFiles& rBelow;
-    };
-};
-
-TEST(CompressedBufferFault, EveryFailedCallbackBecomesAPromisedException) {
-    FaultyCallbacks port;
-    Platform platform = GetSystemPlatform();
-    platform.pCabinet = &port;
-    const PlatformScope scope(platform);
-    CabCompressedBuffer stored;
-    stored.Store(ByteBuffer(Sample()));
-    for (const bool fRead : {false, true}) {
-        for (int i = 1;; ++i) {
-            port.cCalls = 0;
-            port.iFailAt = i;
-            const FaultOutcome eOutcome = Promised([&] {
-                ByteBuffer bb;
-                if (fRead) {
-                    stored.GetOriginalData(bb);
-                } else {
-                    CabCompressedBuffer::CompressBuffer(Sample().data(), 40000, bb, -1);
-                }
-            });
-            if (port.cCalls < i) {
-                EXPECT_EQ(FaultOutcome::Succeeded, eOutcome);
-                EXPECT_GT(i, 10);
-                break;
-            }
-            EXPECT_EQ(FaultOutcome::Failed, eOutcome) << (fRead ? "read" : "store") << ", callback " << i;
-        }
-    }
 }
 
 TEST(CabinetContext, RemembersWhatACallbackFailedAt) {

@@ -23,6 +23,18 @@ struct ThreadState {
 };
 constinit thread_local ThreadState tState{};
 
+constinit PoolHooks goPools{};
+constinit std::int64_t gllPoolBlocksBefore = 0;
+
+/// Counts an allocation of the thread.  @return whether it is to fail.
+bool Fails() noexcept {
+    if (!tState.fArmed || tState.cExempt != 0) return false;
+    ++tState.ullCount;
+    const bool fFails = tState.ullCount == tState.ullFailAt || (tState.fFrom && tState.ullCount > tState.ullFailAt);
+    tState.fFired = tState.fFired || fFails;
+    return fFails;
+}
+
 /// Keeps the bookkeeping itself out of the operators.
 template <typename T>
 struct MallocAllocator {
@@ -74,13 +86,7 @@ void Forget(void* p) noexcept {
 /// @return null when the allocation is to fail.
 void* Allocate(std::size_t cBytes, std::size_t cAlignment) noexcept {
     const bool fCounted = tState.fArmed && tState.cExempt == 0;
-    if (fCounted) {
-        ++tState.ullCount;
-        if (tState.ullCount == tState.ullFailAt || (tState.fFrom && tState.ullCount > tState.ullFailAt)) {
-            tState.fFired = true;
-            return nullptr;
-        }
-    }
+    if (Fails()) return nullptr;
     if (cBytes == 0) cBytes = 1;
     void* p = nullptr;
     if (cAlignment <= alignof(std::max_align_t)) {
@@ -124,11 +130,17 @@ AllocationFaults::AllocationFaults(std::uint64_t ullFailAt, bool fFrom) noexcept
     const std::lock_guard oLock(rTracked.oMutex);
     rTracked.pointers.clear();
     gcTracked = 0;
+    if (goPools.pfnExchangeGate && IN_FORCE) {
+        goPools.pfnLeaveLists();
+        gllPoolBlocksBefore = goPools.pfnOutstanding();
+        goPools.pfnExchangeGate([]() noexcept { return !Fails(); });
+    }
     tState = {true, fFrom, false, tState.cExempt, 0, ullFailAt};
 }
 
 AllocationFaults::~AllocationFaults() {
     tState.fArmed = false;
+    if (goPools.pfnExchangeGate) goPools.pfnExchangeGate(nullptr);
 }
 
 std::uint64_t AllocationFaults::Count() const noexcept {
@@ -140,7 +152,12 @@ bool AllocationFaults::HasFired() const noexcept {
 }
 
 std::size_t AllocationFaults::Outstanding() const noexcept {
-    return gcTracked.load();
+    const std::int64_t llPoolBlocks = goPools.pfnOutstanding ? goPools.pfnOutstanding() - gllPoolBlocksBefore : 0;
+    return gcTracked.load() + static_cast<std::size_t>(llPoolBlocks);
+}
+
+void RegisterPools(const PoolHooks& rHooks) noexcept {
+    goPools = rHooks;
 }
 
 AllocationExempt::AllocationExempt() noexcept {

@@ -15,7 +15,8 @@
 
 namespace vlm::test {
 
-/// Counts the calling thread's uses of `operator new` while it lives, and makes some of them throw std::bad_alloc.
+/// Counts the calling thread's allocations while it lives, and makes some of them fail: uses of `operator new` throw
+/// std::bad_alloc, blocks of the library's pools are not to be had.
 /// A program that uses this header has the replaced operators; other threads allocate as ever.
 /// Threads: one object at a time in the process; belongs to the thread that made it.
 class AllocationFaults {
@@ -41,6 +42,15 @@ public:
     /// Allocations made under this object that nobody, on any thread, has given back so far.
     std::size_t Outstanding() const noexcept;
 };
+
+/// How the pools take part: registered by the test programs that have them (floor 1 and above).
+struct PoolHooks {
+    using Gate = bool (*)() noexcept;
+    Gate (*pfnExchangeGate)(Gate) noexcept;
+    void (*pfnLeaveLists)() noexcept;  ///< the calling thread asks the gate for every block from now on
+    std::int64_t (*pfnOutstanding)() noexcept;
+};
+void RegisterPools(const PoolHooks& rHooks) noexcept;
 
 /// While one lives, the thread's allocations are neither counted nor failed: for fakes and for a test's own
 /// bookkeeping.

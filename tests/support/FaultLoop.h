@@ -2,11 +2,17 @@
 /// Runs an operation again and again, with every single call and allocation of it failing once.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <functional>
+#include <new>
 #include <string>
 #include <vector>
 
+#include "support/AllocationFaults.h"
 #include "support/FakePlatform.h"
 #include "support/FaultPlatform.h"
 
@@ -17,6 +23,22 @@ enum class FaultOutcome {
     Succeeded,  ///< it did what it is for (perhaps on another way)
     Failed,     ///< it failed the way it promises: its exception, false, its neutral answer
 };
+
+/// Runs what may fail by one of the exceptions named, or by std::bad_alloc when even the exception finds no memory; any
+/// other leaves.
+template <class... Expected, class Operation>
+FaultOutcome Attempt(const Operation& rOperation) {
+    try {
+        rOperation();
+        return FaultOutcome::Succeeded;
+    } catch (const std::exception& rException) {
+        if (dynamic_cast<const std::bad_alloc*>(&rException) == nullptr &&
+            (... && (dynamic_cast<const Expected*>(&rException) == nullptr))) {
+            throw;
+        }
+        return FaultOutcome::Failed;
+    }
+}
 
 /// One operation to be shaken.  Only `fnRun` is required.
 ///
@@ -64,5 +86,21 @@ struct FaultLoopReport {
 /// allocation left over, the caller's checks, and a second run without faults that succeeds.  Failures are reported to
 /// the test framework with mode and number.  A run that takes longer than a minute ends the process with a message.
 FaultLoopReport RunFaultLoop(const FaultLoop& rLoop);
+
+/// One of a table of operations.
+struct FaultRow {
+    const char* pszName;
+    std::function<FaultOutcome()> fnRun;
+};
+/// Runs the loop over each row, with everything else as in `oLoop`.  Each row must meet a fault.
+template <std::size_t N>
+void RunFaultRows(const FaultRow (&raoRows)[N], FaultLoop oLoop = {}) {
+    for (const FaultRow& rRow : raoRows) {
+        SCOPED_TRACE(rRow.pszName);
+        oLoop.fnRun = rRow.fnRun;
+        const FaultLoopReport oReport = RunFaultLoop(oLoop);
+        EXPECT_TRUE(oReport.ullFaults > 0 || !AllocationFaults::IN_FORCE) << "nothing can fail here";
+    }
+}
 
 }  // namespace vlm::test

@@ -211,22 +211,48 @@ public:
     DWORD CurrentThreadId() noexcept override { return m_rBelow.CurrentThreadId(); }
 };
 
+/// The callbacks fail, too, instead of reaching the caller's code.
 class FaultCabinet final : public Wrapper<CabinetPort> {
 public:
     using Wrapper::Wrapper;
     bool Compress(CabinetFiles& rFiles, const char* pszSource, const char* pszMember, const char* pszImage, LONG lLevel,
                   CabinetStep& reStep, CabinetError& rError) noexcept override {
-        if (!IsFailing(reStep, rError)) {
-            return m_rBelow.Compress(rFiles, pszSource, pszMember, pszImage, lLevel, reStep, rError);
-        }
-        return false;
+        if (IsFailing(reStep, rError)) return false;
+        Files oFiles(rFiles, m_rScript);
+        return m_rBelow.Compress(oFiles, pszSource, pszMember, pszImage, lLevel, reStep, rError);
     }
     bool Extract(CabinetFiles& rFiles, CabinetMembers& rMembers, const char* pszImage, CabinetStep& reStep,
                  CabinetError& rError) noexcept override {
-        return !IsFailing(reStep, rError) && m_rBelow.Extract(rFiles, rMembers, pszImage, reStep, rError);
+        if (IsFailing(reStep, rError)) return false;
+        Files oFiles(rFiles, m_rScript);
+        return m_rBelow.Extract(oFiles, rMembers, pszImage, reStep, rError);
     }
 
 private:
+    struct Files final : CabinetFiles {
+        Files(CabinetFiles& rBelowArg, FaultScript& rScriptArg) : rBelow(rBelowArg), rScript(rScriptArg) {}
+        bool Fails() const noexcept {
+            const Decision eDecision = rScript.Decide();
+            return eDecision != Decision::Pass && eDecision != Decision::Short;
+        }
+        std::intptr_t Open(const char* psz, Mode eMode) noexcept override {
+            return Fails() ? -1 : rBelow.Open(psz, eMode);
+        }
+        UINT Read(std::intptr_t h, void* p, UINT c) noexcept override {
+            return Fails() ? 0xFFFFFFFF : rBelow.Read(h, p, c);
+        }
+        UINT Write(std::intptr_t h, const void* p, UINT c) noexcept override {
+            return Fails() ? 0xFFFFFFFF : rBelow.Write(h, p, c);
+        }
+        LONG Seek(std::intptr_t h, LONG l, int i) noexcept override { return Fails() ? -1 : rBelow.Seek(h, l, i); }
+        int Close(std::intptr_t h) noexcept override { return rBelow.Close(h); }
+        int Delete(const char* psz) noexcept override { return rBelow.Delete(psz); }
+        void* Allocate(std::size_t c) noexcept override { return Fails() ? nullptr : rBelow.Allocate(c); }
+        void Release(void* p) noexcept override { rBelow.Release(p); }
+        CabinetFiles& rBelow;
+        FaultScript& rScript;
+    };
+
     bool IsFailing(CabinetStep& reStep, CabinetError& rError) noexcept {
         const Decision eDecision = m_rScript.Decide();
         if (eDecision == Decision::Pass || eDecision == Decision::Short) return false;

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "support/AllocationFaults.h"
 #include "support/Narrow.h"
 #include "utilities/debuggingandexceptions/ReportSink.h"
 #include "utilities/debuggingandexceptions/VelomDebugMessage.h"
@@ -39,6 +40,7 @@ public:
     bool Allows(DebugMessageCategories categories) const noexcept override { return (m_allowed & categories) != 0; }
     void Write(bool fError, DebugMessageCategories categories, const VelomDebugMessage& rMessage) noexcept override {
         {
+            const AllocationExempt oExempt;
             const std::lock_guard lock(m_oMutex);
             m_voReports.push_back({fError, categories, Narrow(rMessage.GetMessageText().View()),
                                    Narrow(rMessage.GetFileName().View()), rMessage.GetLineNumber(),

@@ -26,6 +26,7 @@ void* DefaultAllocate(std::size_t cBytes) noexcept {
 
 constinit std::atomic<MemoryPool::RawAllocator> gpfnAllocate{&DefaultAllocate};
 constinit std::atomic<MemoryPool::OutOfMemoryHandler> gpfnOutOfMemory{nullptr};
+constinit std::atomic<MemoryPool::AllocationGate> gpfnGate{nullptr};
 constinit std::atomic<std::int64_t> gllLargeBlocks{0};
 
 /// Keeps the destructor of its content from running: blocks outlive every static object.
@@ -42,9 +43,11 @@ void EndOfThread(void* pValue) noexcept {
     std::free(pValue);
 }
 
-/// The calling thread's lists, made on first use; null when the system has no slot or no memory for them.
+/// The calling thread's lists, made on first use; null when the system has no slot or no memory for them, or a gate
+/// forbids it.
 ThreadPools* GetThreadPools() noexcept {
     if (void* const pValue = vlm::LoadPoolPointer()) return static_cast<ThreadPools*>(pValue);
+    if (gpfnGate.load(std::memory_order_relaxed)) return nullptr;
     void* const pMemory = std::malloc(sizeof(ThreadPools));
     if (!pMemory) return nullptr;
     ThreadPools* const pPools = new (pMemory) ThreadPools;
@@ -68,6 +71,8 @@ inline ThreadList* OwnList(std::size_t cBytes) noexcept {
 }
 
 [[gnu::noinline]] void* TryAllocateOutOfLine(std::size_t cBytes) noexcept {
+    const MemoryPool::AllocationGate pfnGate = gpfnGate.load(std::memory_order_relaxed);
+    if (pfnGate && !pfnGate()) return nullptr;
     if (cBytes > MemoryPool::MAX_POOLED_BYTES) {
         void* const pBlock = gpfnAllocate.load(std::memory_order_relaxed)(cBytes);
         if (pBlock) gllLargeBlocks.fetch_add(1, std::memory_order_relaxed);
@@ -149,6 +154,10 @@ std::int64_t MemoryPool::GetOutstandingBlocks() noexcept {
 
 MemoryPool::RawAllocator MemoryPool::ExchangeRawAllocator(RawAllocator pfnAllocate) noexcept {
     return gpfnAllocate.exchange(pfnAllocate ? pfnAllocate : &DefaultAllocate, std::memory_order_acq_rel);
+}
+
+MemoryPool::AllocationGate MemoryPool::ExchangeAllocationGate(AllocationGate pfnGate) noexcept {
+    return gpfnGate.exchange(pfnGate, std::memory_order_acq_rel);
 }
 
 MemoryPool::OutOfMemoryHandler MemoryPool::ExchangeOutOfMemoryHandler(OutOfMemoryHandler pfnHandler) noexcept {

@@ -44,6 +44,12 @@ public:
     /// Puts another one in force (null: the default) and returns the former; memory always goes back to `free`.
     static RawAllocator ExchangeRawAllocator(RawAllocator pfnAllocate) noexcept;
 
+    /// Asked before each block that a thread without lists takes; false: there is no memory.
+    using AllocationGate = bool (*)() noexcept;
+    /// Puts a gate in force (null: none) and returns the former; for tests that make chosen blocks fail.  Meanwhile no
+    /// thread gets new lists, so that one that cleaned up before asks for every block.
+    static AllocationGate ExchangeAllocationGate(AllocationGate pfnGate) noexcept;
+
     /// Called when there is no memory, before `std::bad_alloc` is thrown; it may throw something better itself.
     using OutOfMemoryHandler = void (*)();
     /// Installs a handler (null: none) and returns the former.
