@@ -5,13 +5,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "support/FaultLoop.h"
 #include "support/RecordingSink.h"
 #include "utilities/debuggingandexceptions/ExecutionContextLifetime.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
+#include "utilities/debuggingandexceptions/VelomComException.h"
+#include "utilities/utilitiesdll/UtilitiesDllPerThreadStorage.h"
+#include "utilities/xmlparser/JotfParseException.h"
 
 namespace {
 
@@ -45,63 +48,93 @@ TEST(TranslateOutOfMemory, TurnsTheStandardLibrarysLackOfMemoryIntoOurs) {
     EXPECT_EQ(sink.Count("*Throwing* ExceptionOutOfMemory: There is not enough memory."), 2u);
 }
 
-/// Lets the pools take `cCalls` more blocks from the system.
-class MemoryLimit {
-public:
-    explicit MemoryLimit(int cCalls) : m_pfnFormer(MemoryPool::ExchangeRawAllocator(&Allocate)) { s_cCalls = cCalls; }
-    ~MemoryLimit() { MemoryPool::ExchangeRawAllocator(m_pfnFormer); }
-    MemoryLimit(const MemoryLimit&) = delete;
-    MemoryLimit& operator=(const MemoryLimit&) = delete;
-    static bool Reached() { return s_cCalls < 0; }
-
-private:
-    static void* Allocate(std::size_t cBytes) noexcept { return --s_cCalls < 0 ? nullptr : std::malloc(cBytes); }
-    static int s_cCalls;
-    MemoryPool::RawAllocator m_pfnFormer;
-};
-int MemoryLimit::s_cCalls = 0;
-
 TEST(OutOfMemory, OfTheStringsIsOurExceptionWithItsPlaceAndText) {
-    const MemoryLimit limit(0);
     try {
         const CXString csLong(VTEXT('x'), 100000);
-        FAIL() << "there was memory";
+        const vlm::test::AllocationFaults oFaults(1);
+        const CXString csJoined = csLong + csLong;
+        EXPECT_FALSE(vlm::test::AllocationFaults::IN_FORCE) << "there was memory";
     } catch (const ExceptionOutOfMemory& rException) {
         EXPECT_EQ(Narrow(rException.GetExceptionMesage().View()), "There is not enough memory.");
         EXPECT_EQ(Narrow(rException.GetExceptionLocationFunctionName().View()), "MemoryPool::RaiseOutOfMemory");
     }
 }
 
-// Raising with memory running out at every point gives the exception asked for, or the one that says why not.
+// Raising, reporting and describing with every request to the system failing: the exception asked for, or the one that
+// says why not; never a third kind, and never the end of the process.
 TEST(OutOfMemory, WhileRaisingNeverGivesAThirdKindOfFailure) {
-    const CXString csLong(VTEXT('m'), 2000);
-    const std::int64_t llBefore = MemoryPool::GetOutstandingBlocks();
-    for (int cCalls = 0; cCalls < 100; ++cCalls) {
-        bool fReached = false;
-        {
-            RecordingSink sink;
-            const MemoryLimit limit(cCalls);
-            try {
-                const ExecutionContextLifetime lifetime(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE, csLong));
-                VLM_ASSERT(csLong.IsEmpty(), VTEXT("%s"), csLong);
-                VLM_THROW(ExceptionFile, VTEXT("%s and %s"), csLong, csLong);
-            } catch (const ExceptionFile& rException) {
-                // A piece of the description that finds no memory is left out; with memory none is.
-                const std::string description = rException.what();
-                EXPECT_TRUE(MemoryLimit::Reached() || description.starts_with("Object of ExceptionFile thrown from:"))
-                    << description;
-            } catch (const ExceptionOutOfMemory&) {
-                EXPECT_TRUE(MemoryLimit::Reached());
-            }
-            fReached = MemoryLimit::Reached();
+    using vlm::test::Attempt;
+    using vlm::test::FaultOutcome;
+    static const CXString kcsLong(VTEXT('m'), 2000);
+    static const RecordingSink soSink;
+    const auto attempt = [](void (*pfnBody)()) { return [=] { return Attempt<ExceptionOutOfMemory>(pfnBody); }; };
+    static const auto catchFile = [](const auto& body) {
+        try {
+            body();
+        } catch (const ExceptionFile& rException) {
+            static_cast<void>(rException.what());
+            VelomException::GetExceptionDescription(rException);
+            rException.GetExceptionIdentifierForUserDisplay();
         }
-        EXPECT_EQ(MemoryPool::GetOutstandingBlocks(), llBefore) << cCalls;
-        if (!fReached) {
-            EXPECT_GT(cCalls, 3) << "the scenario must have met the limit";
-            return;
-        }
-    }
-    FAIL() << "the limit was met at every size";
+    };
+    const vlm::test::FaultRow ROWS[] = {
+        {"throw", attempt([] { catchFile([] { VLM_THROW(ExceptionFile, VTEXT("%s and %s"), kcsLong, kcsLong); }); })},
+        {"throw in a context", attempt([] {
+             catchFile([] {
+                 const ExecutionContextLifetime lifetime(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE, kcsLong));
+                 VLM_THROW(ExceptionReadFile, VTEXT("%s"), kcsLong);
+             });
+         })},
+        {"assert", attempt([] { VLM_ASSERT(kcsLong.IsEmpty(), VTEXT("%s"), kcsLong); })},
+        {"report", attempt([] {
+             VLM_REPORT(DebugCategory::Utils, VTEXT("%s"), kcsLong);
+             VLM_REPORT_ERROR(DebugCategory::Utils, VTEXT("%d and %d"), 1);
+         })},
+        {"swallow", attempt([] { vlm::NoThrow([] { VLM_THROW(ExceptionFile, VTEXT("%s"), kcsLong); }); })},
+        {"the system's lack of memory", attempt([] {
+             try {
+                 vlm::TranslateOutOfMemory([] { throw std::bad_alloc(); });
+             } catch (const ExceptionOutOfMemory&) {  // which it is to be, if there is memory for it
+             }
+         })},
+        {"stack", attempt([] {
+             ExecutionContextStack stack;
+             const ExecutionContextPointer shpoContext(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE, kcsLong));
+             stack.PushContext(shpoContext);
+             const ExecutionContextStack copy(stack);
+             copy.GetMultiLineDisplayString(true);
+             copy.GetMostRecentContextDisplayString(true);
+             stack.PopContext(shpoContext);
+             stack.PopContext(shpoContext);
+             shpoContext->Clone();
+         })},
+        {"dynamic and bad ids", attempt([] {
+             ExecutionContextBase::GetDebugDisplayString(static_cast<ExecutionContextIdType>(500), true);
+             ExecutionContextBase::GetDebugDisplayString(static_cast<ExecutionContextIdType>(-2), true);
+             ExecutionContextBase::AssertValidContextIdType(ECIE_NO_MORE_ENUMS);
+         })},
+        {"COM", attempt([] {
+             const VelomComException exception =
+                 GetVelomComException(CXString(), CXString(), 3, CXString(), nullptr, 5);
+             VelomComException::GetAdditionalExceptionDescription(&exception);
+             GetJotfParseException(CXString(), CXString(), 1, CXString(), nullptr,
+                                   static_cast<JotfParseException::ExceptionCode>(10))
+                 .GetExceptionTypeByNumericCode();
+         })},
+    };
+    UtilitiesDllPerThreadStorage::GetExecutionContextStack();  // made once for the thread
+    RunFaultRows(ROWS);
+    UtilitiesDllPerThreadStorage::CleanUpDueToThreadDetach(false);
+    const vlm::test::FaultRow STORAGE[] = {
+        {"a thread's storage", attempt([] {
+             const struct Detach {
+                 ~Detach() { UtilitiesDllPerThreadStorage::CleanUpDueToThreadDetach(false); }
+             } oDetach;
+             const ExecutionContextLifetime lifetime(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE));
+             UtilitiesDllPerThreadStorage::SetSlot(PTS_PROPERTY_BAG, nullptr, nullptr);
+         })},
+    };
+    RunFaultRows(STORAGE);
 }
 
 }  // namespace

@@ -2,13 +2,16 @@
 /// The string: editing, concatenation, aliasing, conversions, lack of memory.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <new>
 #include <string>
 
+#include "support/FaultLoop.h"
 #include "support/TextPrinter.h"
 #include "utilities/utilitiesdll/CXString.h"
+#include "utilities/utilitiesdll/HexText.h"
 #include "utilities/utilitiesdll/MemoryPool.h"
+#include "utilities/utilitiesdll/TextCodec.h"
+#include "utilities/utilitiesdll/VlmSharedPtr.h"
 
 namespace {
 
@@ -185,48 +188,117 @@ TEST(CXStringEdit, TooLongIsRefusedLikeALackOfMemory) {
     EXPECT_EQ(csText, VTEXT("kept"));
 }
 
-void* NoMemory(std::size_t) noexcept {
-    return nullptr;
-}
-
 struct OutOfMemoryMarker {};
 
-TEST(CXStringEdit, WithoutMemoryEveryOperationLeavesTheStringAsItWas) {
-    const CXString csOriginal(VTEXT('a'), 600);
-    const std::int64_t llBefore = MemoryPool::GetOutstandingBlocks();
-    const CXString csOther(VTEXT('b'), 700);
-    using Operation = void (*)(CXString&, const CXString&);
-    const Operation apfnOperations[] = {
-        [](CXString& r, const CXString& k) { r += k; },
-        [](CXString& r, const CXString& k) { r = k.View(); },
-        [](CXString& r, const CXString& k) { r.Insert(3, k); },
-        [](CXString& r, const CXString& k) { r.Replace(VTEXT("aa"), k); },
-        [](CXString& r, const CXString&) { r.MakeUpper(); },
-        [](CXString& r, const CXString&) { r.SetAt(1, VTEXT('x')); },
-        [](CXString& r, const CXString&) { r.Delete(1); },
-        [](CXString& r, const CXString&) { r.GetBuffer(5000); },
-        [](CXString& r, const CXString&) { r.LockBuffer(); },
-        [](CXString& r, const CXString& k) { r.Format(VTEXT("%s"), k); },
-        [](CXString& r, const CXString& k) {
-            r.Base64EncodeBinaryData(reinterpret_cast<const BYTE*>(k.GetLpcwstr()), 900);
-        },
-        [](CXString& r, const CXString& k) { k.Filter(VTEXT("b"), r); },
-    };
-    for (const Operation pfnOperation : apfnOperations) {
-        CXString csText = csOriginal;
-        MemoryPool::ExchangeRawAllocator(&NoMemory);
-        EXPECT_THROW(pfnOperation(csText, csOther), std::bad_alloc) << &pfnOperation - apfnOperations;
-        EXPECT_TRUE(vlm::TryFormat(csText, VTEXT("%s"), csOther).m_dwFlags & vlm::FMTF_OUT_OF_MEMORY);
-        MemoryPool::ExchangeRawAllocator(nullptr);
-        EXPECT_EQ(csText.GetLpcwstr(), csOriginal.GetLpcwstr());
-        EXPECT_EQ(csOriginal.GetLength(), 600);
-    }
+TEST(CXStringEdit, TheHandlerMayRaiseSomethingBetter) {
+    const CXString csText(VTEXT("kept"));
     const auto pfnFormer = MemoryPool::ExchangeOutOfMemoryHandler([] { throw OutOfMemoryMarker(); });
-    MemoryPool::ExchangeRawAllocator(&NoMemory);
-    EXPECT_THROW(csOther + csOther, OutOfMemoryMarker);
-    MemoryPool::ExchangeRawAllocator(nullptr);
+    {
+        const vlm::test::AllocationFaults oFaults(1, true);
+        EXPECT_THROW(csText + csText, OutOfMemoryMarker);
+    }
     MemoryPool::ExchangeOutOfMemoryHandler(pfnFormer);
-    EXPECT_EQ(MemoryPool::GetOutstandingBlocks(), llBefore + 1);  // csOther
+}
+
+/// Every operation that takes memory or asks the system, while each of these requests fails: the string is then as it
+/// was, and so is the one that shares its block.
+TEST(CXStringEdit, WhateverFailsLeavesTheStringAsItWas) {
+    static const CXString kcsOriginal(VTEXT('a'), 600), kcsOther(VTEXT('b'), 700);
+    static const CXString kcsForeign(VTEXT("caf\u00E9 \u20AC")), kcsCoded(VTEXT("QQCsIA=="));
+    static HWND shwnd = nullptr;
+    using vlm::test::FaultOutcome;
+    const struct {
+        const char* pszName;
+        bool (*pfnChange)(CXString& r);  // answers whether it did what it is for
+    } aoRows[] = {
+        {"append", [](CXString& r) { return (r += kcsOther).GetLength() == 1300; }},
+        {"assign text", [](CXString& r) { return (r = kcsOther.View()).GetLength() == 700; }},
+        {"assign ANSI", [](CXString& r) { return (r = "caf\xE9 and a tail").GetLength() > 0; }},
+        {"set a unit", [](CXString& r) { return r.SetAt(1, VTEXT('x')), true; }},
+        {"insert", [](CXString& r) { return r.Insert(3, kcsOther) == 1300; }},
+        {"delete", [](CXString& r) { return r.Delete(1) == 599; }},
+        {"replace text", [](CXString& r) { return r.Replace(VTEXT("aa"), kcsOther) == 300; }},
+        {"replace, no case", [](CXString& r) { return r.ReplaceNoCase(VTEXT("A"), VTEXT("bc")) == 600; }},
+        {"replace unit", [](CXString& r) { return r.Replace(VTEXT('a'), VTEXT('b')) == 600; }},
+        {"remove", [](CXString& r) { return r.Remove(VTEXT('a')) == 600; }},
+        {"upper case", [](CXString& r) { return r.MakeUpper()[0] == VTEXT('A'); }},
+        {"lower case", [](CXString& r) { return r = CXString(VTEXT("X")).MakeUpper().MakeLower(), true; }},
+        {"reverse", [](CXString& r) { return r.MakeReverse()[0] == VTEXT('a'); }},
+        {"trim", [](CXString& r) { return r.TrimLeft(VTEXT("xa")).IsEmpty(); }},
+        {"filter", [](CXString& r) { return kcsOther.Filter(VTEXT("b"), r) == 0; }},
+        {"buffer", [](CXString& r) { return r.GetBuffer(5000) != nullptr; }},
+        {"buffer with length", [](CXString& r) { return r.GetBufferSetLength(900) != nullptr; }},
+        {"release a shared buffer", [](CXString& r) { return r.ReleaseBuffer(3), r.GetLength() == 3; }},
+        {"lock", [](CXString& r) { return r.LockBuffer() != nullptr; }},
+        {"copy of a locked string",
+         [](CXString&) {
+             CXString csLocked(kcsOther);
+             return csLocked.LockBuffer() && CXString(csLocked).GetLength() == 700;
+         }},
+        {"free the rest",
+         [](CXString&) {
+             CXString csLarge(kcsOther);
+             return csLarge.GetBuffer(5000) && (csLarge.FreeExtra(), csLarge.GetLength() == 700);
+         }},
+        {"join", [](CXString& r) { return (kcsOther + r + VTEXT('x')).GetLength() == 1301; }},
+        {"parts", [](CXString& r) { return r.Mid(1).GetLength() + r.Right(2).GetLength() == 601; }},
+        {"spans", [](CXString& r) { return r.Left(9).SpanExcluding(VTEXT("b")).GetLength() == 9; }},
+        {"tokens",
+         [](CXString& r) {
+             int iAt = 0;
+             return r.Left(9).Tokenize(VTEXT(" "), iAt).GetLength() == 9;
+         }},
+        {"format", [](CXString& r) { return r.Format(VTEXT("%s%d%S%g"), kcsOther, 5, "caf\xE9", 0.1).IsClean(); }},
+        {"format without exception", [](CXString& r) { return vlm::TryFormat(r, VTEXT("%s"), kcsOther).IsClean(); }},
+        {"format from a resource", [](CXString& r) { return r.Format(HINSTANCE{nullptr}, 7u, 5); }},
+        {"message text", [](CXString& r) { return r.FormatMessageW(VTEXT("%1 %2%2%2"), kcsOther, 5); }},
+        {"resource", [](CXString& r) { return r.LoadStringW(nullptr, 7); }},
+        {"caption", [](CXString& r) { return r.GetWindowTextW(shwnd); }},
+        {"set caption", [](CXString&) { return kcsOther.SetWindowTextW(shwnd); }},
+        {"multi-byte", [](CXString&) { return kcsForeign.GetAsMultiByte(0).size() == 7; }},
+        {"ASCII multi-byte", [](CXString&) { return kcsOther.GetAsMultiByte(0).size() == 701; }},
+        {"multi-byte, own buffer",
+         [](CXString&) {
+             char achBuffer[4];
+             return kcsForeign.GetAsMultiByte(achBuffer, 4) == 3;
+         }},
+        {"Base64 of bytes",
+         [](CXString& r) {
+             return r.Base64EncodeBinaryData({reinterpret_cast<const BYTE*>("x"), 1}), true;
+         }},
+        {"Base64 of text", [](CXString& r) { return r.Base64EncodeUnicodeString().GetLength() == 1600; }},
+        {"Base64 to text", [](CXString& r) { return kcsCoded.Base64DecodeAsUnicodeString(r); }},
+        {"hexadecimal",
+         [](CXString& r) {
+             return r = HexText::Encode({reinterpret_cast<const BYTE*>("x"), 1}), true;
+         }},
+        {"UTF-8",
+         [](CXString& r) {
+             r = TextCodec::Utf8ToUtf16(TextCodec::Utf16ToUtf8(kcsOther + kcsForeign));
+             return r.GetLength() == 706;
+         }},
+        {"shared pointer", [](CXString&) { return *MakeVlmShared<int>(5) == 5; }},
+    };
+    for (const auto& rRow : aoRows) {
+        SCOPED_TRACE(rRow.pszName);
+        bool fUnchanged = true;
+        vlm::test::FaultLoop oLoop;
+        oLoop.fnPrepare = [](vlm::test::FakePlatform& rFake) {
+            rFake.text.AddString(nullptr, 7, VTEXT("text %d"));
+            shwnd = rFake.text.AddWindow(VTEXT("caption"));
+        };
+        oLoop.fnRun = [&] {
+            bool fDone = false;
+            CXString csText = kcsOriginal;
+            vlm::test::Attempt<>([&] { fDone = rRow.pfnChange(csText); });
+            fUnchanged = fUnchanged && (fDone || csText.GetLpcwstr() == kcsOriginal.GetLpcwstr());
+            return fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+        };
+        const vlm::test::FaultLoopReport oReport = RunFaultLoop(oLoop);
+        EXPECT_TRUE(oReport.ullFaults > 0 || !vlm::test::AllocationFaults::IN_FORCE) << "nothing can fail here";
+        EXPECT_TRUE(fUnchanged);
+        EXPECT_EQ(kcsOriginal.GetLength(), 600);
+    }
 }
 
 }  // namespace
