@@ -7,6 +7,7 @@
 #include "environment/User.h"
 #include "platform/FilePort.h"
 #include "platform/SpoolerPort.h"
+#include "utilities/debuggingandexceptions/NoThrow.h"
 
 using vlm::SpoolerPort;
 using vlm::Status;
@@ -31,13 +32,18 @@ bool VelomPortMonitor::InstallAndUpgrade(bool fUpgrade) noexcept {
         m_dwLastStatus = vlm::ToDword(Status::AccessDenied);
         return false;
     }
-    if (!IsVelomPortMonitorInstalled(false)) {
-        return IsUsable(CopyOrReplaceLoader()) && IsUsable(CopyOrReplaceMonitor()) && AddOurMonitor() &&
-               IsVelomPortMonitorFunctional(true);
-    }
-    if (!IsVelomPortMonitorFunctional(true)) return false;
-    if (!fUpgrade || !vlm::IsShippedMonitorNewer()) return true;
-    return UpgradeVelomPortMonitor() && IsVelomPortMonitorFunctional(true);
+    bool fDone = false;
+    const bool fRan = vlm::NoThrow([&] {
+        if (!IsVelomPortMonitorInstalled(false)) {
+            fDone = IsUsable(CopyOrReplaceLoader()) && IsUsable(CopyOrReplaceMonitor()) && AddOurMonitor() &&
+                    IsVelomPortMonitorFunctional(true);
+        } else if (IsVelomPortMonitorFunctional(true)) {
+            fDone = !fUpgrade || !vlm::IsShippedMonitorNewer() ||
+                    (UpgradeVelomPortMonitor() && IsVelomPortMonitorFunctional(true));
+        }
+    });
+    if (!fRan) m_dwLastStatus = vlm::ToDword(Status::NotEnoughMemory);
+    return fDone;
 }
 
 bool VelomPortMonitor::IsVelomPortMonitorInstalled(bool fOpenChannel) noexcept {

@@ -369,8 +369,11 @@ TEST(RegistryKeyFaults, ARenameInCaseAloneLosesNothing) {
         rFake.registry.AddDword(VTEXT("HKEY_LOCAL_MACHINE\\Sub"), VTEXT("name"), 3);
     };
     oLoop.fnRun = [] {
-        const auto apoKey = RegistryKey::TryOpenRegistryKey(Hive(12), VTEXT("Sub"), RegistryKey::FULL_ACCESS);
-        const bool fRenamed = apoKey && apoKey->RenameValue(VTEXT("name"), VTEXT("NAME"));
+        bool fRenamed = false;
+        Attempt<ExceptionOutOfMemory>([&] {  // the names themselves take memory
+            const auto apoKey = RegistryKey::TryOpenRegistryKey(Hive(12), VTEXT("Sub"), RegistryKey::FULL_ACCESS);
+            fRenamed = apoKey && apoKey->RenameValue(VTEXT("name"), VTEXT("NAME"));
+        });
         return fRenamed ? FaultOutcome::Succeeded : FaultOutcome::Failed;
     };
     oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {

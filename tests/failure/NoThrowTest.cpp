@@ -66,7 +66,7 @@ TEST(OutOfMemory, WhileRaisingNeverGivesAThirdKindOfFailure) {
     using vlm::test::Attempt;
     using vlm::test::FaultOutcome;
     static const CXString kcsLong(VTEXT('m'), 2000);
-    static const RecordingSink soSink;
+    const RecordingSink sink;
     const auto attempt = [](void (*pfnBody)()) { return [=] { return Attempt<ExceptionOutOfMemory>(pfnBody); }; };
     static const auto catchFile = [](const auto& body) {
         try {
