@@ -2,6 +2,7 @@
 
 import os
 import subprocess
+import unittest
 
 import harness
 from harness import DONE, REFUSED, USAGE, WINDOWS
@@ -46,6 +47,35 @@ class UsageTest(harness.ToolTest):
         expected = self.run_tool("--json", "hash", data).out
         self.assertEqual(self.run_tool("hash", data, "--json").out, expected)
         self.assertEqual(self.run_tool("hash", "--json", "-", stdin=b"123456789").out, expected)
+
+    @unittest.skipIf(WINDOWS, "Wine's helper processes keep pipes open, and there are no pseudo-terminals")
+    def test_a_reader_that_goes_away_is_no_error(self):
+        noise = self.file("noise", bytes(range(256)) * 4096)
+        for words in (["state", "pack", noise, "-o", "-", "--level", "0"], ["hash", noise], ["hash", noise, "--json"]):
+            reader, writer = os.pipe()
+            os.close(reader)
+            run = subprocess.run([harness.TOOL, *words], stdout=writer, stderr=subprocess.PIPE, env=self.environment,
+                                 timeout=120, check=False)
+            os.close(writer)
+            self.assertEqual((run.returncode, run.stderr), (DONE, b""), words)
+
+    @unittest.skipIf(WINDOWS, "Wine's helper processes keep pipes open, and there are no pseudo-terminals")
+    def test_long_work_shows_its_progress_on_a_terminal(self):
+        # Nobody reads the output until the display has come, so the work lasts as long as it takes.
+        data = self.file("data", os.urandom(1 << 20))
+        terminal, theirs = os.openpty()
+        with subprocess.Popen([harness.TOOL, "state", "pack", data, "-o", "-"], stdout=subprocess.PIPE, stderr=theirs,
+                              env=self.environment) as run:
+            os.close(theirs)
+            shown = b""
+            while b" s" not in shown:
+                shown += os.read(terminal, 1000)
+            self.assertRegex(shown, rb"^\r\x1b\[Kpacking \.\.\. \d+ s")
+            self.assertGreater(len(run.stdout.read()), 1 << 20)
+            while not shown.endswith(b"s\r\x1b[K"):
+                shown += os.read(terminal, 1000)
+        os.close(terminal)
+        self.assertEqual(run.returncode, DONE)
 
     def test_colours_are_for_terminals_unless_asked_for(self):
         data = self.file("data", b"123456789")

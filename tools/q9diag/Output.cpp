@@ -2,6 +2,7 @@
 #include "Output.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -43,8 +44,15 @@ std::string_view CodeOf(Style eStyle) noexcept {
     return {};
 }
 
+// A reader that closes the pipe has seen all that it wanted.
+bool gfReaderHasGone = false;
+
+void NoteFailedWrite(std::FILE* pStream) noexcept {
+    if (pStream == stdout && errno == EPIPE) gfReaderHasGone = true;
+}
+
 void Put(std::FILE* pStream, std::string_view strText) noexcept {
-    std::fwrite(strText.data(), 1, strText.size(), pStream);
+    if (std::fwrite(strText.data(), 1, strText.size(), pStream) != strText.size()) NoteFailedWrite(pStream);
 }
 
 }  // namespace
@@ -112,7 +120,8 @@ void Output::Error(const std::string& strCommand, const FailureReport& rReport) 
 }
 
 bool Output::Finish() noexcept {
-    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (std::fflush(stdout) != 0) NoteFailedWrite(stdout);
+    return std::ferror(stdout) == 0 || gfReaderHasGone;
 }
 
 }  // namespace vlm::tool

@@ -44,7 +44,7 @@ public:
     /// @param strCommand the command's words, may be empty.
     void Error(const std::string& strCommand, const FailureReport& rReport);
 
-    /// Flushes.  @return false when standard output did not take everything.
+    /// Flushes.  @return false when standard output did not take everything, although its reader wanted more.
     bool Finish() noexcept;
 
 private:

@@ -101,7 +101,7 @@ bool HasEmbeddedStore() noexcept {
     return true;
 }
 
-// A reader that goes away is a failed write and an exit status, not a signal.
+// A reader that goes away is a failed write, not a signal: the program ends in order, its files whole.
 StandardStreams::StandardStreams() noexcept {
     std::signal(SIGPIPE, SIG_IGN);
 }
