@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
 """Write the seed corpora of the attribute formats: fuzz/corpus/{attribute_record,attribute_lists,name_spaces}.
 
-The seeds of persistent_block are written by the program examples/make_sample_settings.cpp (run with --seeds DIRECTORY),
-because they need the library's own compressor.
+The seeds of persistent_block need the library's own compressor: `q9diag settings build` makes them.
 """
 import pathlib
 import struct
