@@ -284,8 +284,9 @@ TEST_F(DebugMessageConfigurationTest, StartsUpWhateverFails) {
         rFake.registry.AddText(DEBUG_KEY, VTEXT("LogFileName"), VTEXT("D:\\a.log"));
         rFake.registry.AddValue(DEBUG_KEY, VTEXT("PerfMeasureEnabled"), RegistryPort::TYPE_BINARY, {1});
     };
+    const CXString csKey(DEBUG_SETTINGS_KEY);
     oLoop.fnRun = [&] {
-        DebugMessageConfiguration configuration(DEBUG_SETTINGS_KEY);
+        DebugMessageConfiguration configuration(csKey);
         configuration.GetLatestConfigurationInformation(true);
         const CXString csLog = configuration.GetLogFileName();
         const DWORD dwWidth = configuration.GetMaxMessageWidth();

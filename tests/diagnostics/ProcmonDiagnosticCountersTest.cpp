@@ -232,11 +232,11 @@ TEST(ProcmonDiagnosticCountersFaults, NothingEscapes) {
         rFake.registry.AddValue(DIAGNOSTICS, VTEXT("ProcmonDiagnosticEnabled"), RegistryPort::TYPE_BINARY, {1});
         rFake.registry.AddValue(RENDERING, VTEXT("ProcmonDiagnosticMessagesEnabled"), RegistryPort::TYPE_BINARY, {1});
     };
-    oLoop.fnRun = [] {
+    const CXString csTimer(VTEXT("shaken"));
+    oLoop.fnRun = [&] {
         Counter oCounter;
-        oCounter.IncrementProcmonDiagnosticCounter(VTEXT("shaken"), Counter::PDC_JobEMF, 5);
-        const bool fDone =
-            oCounter.ProcmonDiagnosticMessage(VTEXT("shaken"), Counter::PDC_JobEMF, VTEXT("t"), false, 5);
+        oCounter.IncrementProcmonDiagnosticCounter(csTimer, Counter::PDC_JobEMF, 5);
+        const bool fDone = oCounter.ProcmonDiagnosticMessage(csTimer, Counter::PDC_JobEMF, csTimer, false, 5);
         return fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed;
     };
     EXPECT_GT(RunFaultLoop(oLoop).ullFaults, 20u);
