@@ -18,8 +18,9 @@ public:
     virtual std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept = 0;
     /// The same for the file that the library itself was loaded from (a program that has it linked in: the program).
     virtual std::size_t LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept = 0;
-    /// The system's folder for its own DLLs, always terminated; 0 where the system has none (host).
-    virtual std::size_t SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept = 0;
+    /// The system's folder for its own DLLs, always terminated.
+    /// @return NotSupported where the system has none (host), InsufficientBuffer.
+    virtual Status SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept = 0;
     /// Loads a module for its resources alone: none of its code runs, and only the file at the full path is taken.
     /// The host has no such modules.  @return FileNotFound, PathNotFound, AccessDenied, NotSupported ...
     virtual Status LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept = 0;

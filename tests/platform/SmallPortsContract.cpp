@@ -93,10 +93,14 @@ TEST_P(ProcessPortContract, TheLibrarysFileIsNamedWholeOrNotAtAll) {
     EXPECT_NE(Process().LoadResources(VTEXT("C:\\absent\\q9txt073.dll"), hModule), Status::Success);
     EXPECT_NE(Process().LoadResources(VTEXT(""), hModule), Status::Success);
     EXPECT_EQ(hModule, nullptr);
-    const std::size_t cFolder = Process().SystemFolder(szPath, std::size(szPath));
-    if (cFolder == 0) GTEST_SKIP() << "no system folder here";
-    EXPECT_EQ(Process().SystemFolder(szPath, cFolder), 0u);
+    const Status eFolder = Process().SystemFolder(szPath, std::size(szPath));
+    if (eFolder == Status::NotSupported) GTEST_SKIP() << "no system folder here";
+    ASSERT_EQ(eFolder, Status::Success);
+    const std::size_t cFolder = XStringView(szPath).size();
     EXPECT_NE(szPath[cFolder - 1], VTEXT('\\'));
+    EXPECT_EQ(Process().SystemFolder(szPath, cFolder), Status::InsufficientBuffer);
+    EXPECT_EQ(Process().SystemFolder(szPath, cFolder + 1), Status::Success);
+    EXPECT_EQ(Process().SystemFolder(nullptr, 0), Status::InsufficientBuffer);
 }
 
 TEST_P(ProcessPortContract, EnvironmentVariablesAreWholeOrNotThere) {

@@ -140,8 +140,9 @@ std::size_t FakeProcessPort::LibraryPath(XCHAR* pTarget, std::size_t cCapacity) 
     return CopyTerminated(m_libraryPath, pTarget, cCapacity);
 }
 
-std::size_t FakeProcessPort::SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept {
-    return CopyTerminated(m_systemFolder, pTarget, cCapacity);
+Status FakeProcessPort::SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    if (m_systemFolder.empty()) return Status::NotSupported;
+    return CopyTerminated(m_systemFolder, pTarget, cCapacity) != 0 ? Status::Success : Status::InsufficientBuffer;
 }
 
 Status FakeProcessPort::LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept {

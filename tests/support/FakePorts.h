@@ -66,7 +66,7 @@ class FakeProcessPort final : public ProcessPort {
 public:
     /// @param hModule null: the executable ("C:\\Program Files\\Test\\test.exe" at the beginning).
     void SetModulePath(HINSTANCE hModule, XStringView svPath);
-    /// At the beginning "C:\\Driver\\q9util073.dll" and "C:\\Windows\\System32"; an empty path: there is none.
+    /// At the beginning "C:\\Driver\\q9util073.dll" and "C:\\Windows\\System32"; an empty folder: there is none.
     void SetLibraryPath(XStringView svPath);
     void SetSystemFolder(XStringView svPath);
     /// A module that LoadResources finds; its strings are the text port's (AddString).
@@ -83,7 +83,7 @@ public:
 
     std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
-    std::size_t SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    Status SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     Status LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept override;
     Status FreeResources(HINSTANCE hModule) noexcept override;
     DWORD CurrentProcessId() noexcept override { return m_dwProcessId; }

@@ -165,8 +165,8 @@ public:
     std::size_t LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept override {
         return GuardValue([&] { return m_rBelow.LibraryPath(pTarget, cCapacity); });
     }
-    std::size_t SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override {
-        return GuardValue([&] { return m_rBelow.SystemFolder(pTarget, cCapacity); });
+    Status SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override {
+        return Guard([&] { return m_rBelow.SystemFolder(pTarget, cCapacity); });
     }
     Status LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept override {
         return Guard([&] { return m_rBelow.LoadResources(pszPath, rhModule); });

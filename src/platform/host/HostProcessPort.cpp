@@ -54,8 +54,8 @@ std::size_t HostProcessPort::LibraryPath(XCHAR* pTarget, std::size_t cCapacity) 
     return ModulePath(reinterpret_cast<HINSTANCE>(&CopyTerminated), pTarget, cCapacity);
 }
 
-std::size_t HostProcessPort::SystemFolder(XCHAR*, std::size_t) noexcept {
-    return 0;
+Status HostProcessPort::SystemFolder(XCHAR*, std::size_t) noexcept {
+    return Status::NotSupported;
 }
 
 Status HostProcessPort::LoadResources(const XCHAR*, HINSTANCE&) noexcept {

@@ -32,11 +32,12 @@ std::size_t Win32ProcessPort::LibraryPath(XCHAR* pTarget, std::size_t cCapacity)
     return fFound ? ModulePath(hModule, pTarget, cCapacity) : 0;
 }
 
-std::size_t Win32ProcessPort::SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept {
-    if (pTarget == nullptr || cCapacity == 0) return 0;
+Status Win32ProcessPort::SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept {
+    if (pTarget == nullptr) return Status::InsufficientBuffer;
     const DWORD dwRoom = Room(cCapacity);
     const DWORD dwUnits = GetSystemDirectoryW(pTarget, dwRoom);
-    return dwUnits < dwRoom ? dwUnits : 0;  // otherwise it is the room needed
+    if (dwUnits == 0) return LastStatus();
+    return dwUnits < dwRoom ? Status::Success : Status::InsufficientBuffer;
 }
 
 Status Win32ProcessPort::LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept {

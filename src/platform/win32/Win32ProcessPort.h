@@ -10,7 +10,7 @@ class Win32ProcessPort final : public ProcessPort {
 public:
     std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
-    std::size_t SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
+    Status SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     Status LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept override;
     Status FreeResources(HINSTANCE hModule) noexcept override;
     DWORD CurrentProcessId() noexcept override;
