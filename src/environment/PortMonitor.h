@@ -21,7 +21,7 @@ enum class _VelomPortMonitorStatus : std::uint32_t {
     VPMS_DONE = 0,            ///< the step was taken
     VPMS_UP_TO_DATE = 1,      ///< nothing to do: what is there is not older
     VPMS_SOURCE_MISSING = 2,  ///< the driver's folder does not have the file
-    VPMS_NO_FOLDER = 3,       ///< the driver's folder or the system folder cannot be had
+    VPMS_NO_FOLDER = 3,       ///< the system has no folder for DLLs: its spooler is embedded
     VPMS_ACCESS_DENIED = 4,   ///< the caller may not
     VPMS_FAILED = 5,          ///< anything else; GetLastStatus has the system's number
 };

@@ -69,10 +69,13 @@ CXString vlm::GetDriverFolder() {
     return cFolder == XStringView::npos ? CXString() : CXString(path.substr(0, cFolder));
 }
 
-CXString vlm::GetSystemFolder() {
+Status vlm::GetSystemFolder(CXString& rcsFolder) {
     std::array<XCHAR, MAX_PATH_UNITS> achPath{};
-    const std::size_t cUnits = GetPlatform().pProcess->SystemFolder(achPath.data(), achPath.size());
-    return CXString(achPath.data(), static_cast<int>(cUnits)).TrimRight(VTEXT('\\'));
+    const Status status = GetPlatform().pProcess->SystemFolder(achPath.data(), achPath.size());
+    if (status != Status::Success && status != Status::NotSupported) return status;
+    rcsFolder = status == Status::Success ? achPath.data() : VTEXT("");
+    rcsFolder.TrimRight(VTEXT('\\'));
+    return Status::Success;
 }
 
 Status vlm::PlaceShippedMonitor(const CXString& kcsPath) {
@@ -107,10 +110,15 @@ DriverVersion vlm::FindFileVersion(const ByteBuffer& kbbFile) noexcept {
 }
 
 bool vlm::IsShippedMonitorNewer() {
-    const CXString csSystem = GetSystemFolder();
+    CXString csSystem;
+    if (GetSystemFolder(csSystem) != Status::Success) return true;
     if (csSystem.IsEmpty()) return false;
-    return VelomPortMonitor::GetVersionOfFile(GetDriverFolder() + MONITOR_FILE) >
-           VelomPortMonitor::GetVersionOfFile(csSystem + MONITOR_FILE);
+    const CXString csDriver = GetDriverFolder();
+    if (csDriver.IsEmpty()) return true;
+    ByteBuffer bbShipped;
+    const Status status = ReadWhole(csDriver + MONITOR_FILE, bbShipped);
+    if (status != Status::Success) return !IsMissing(status);
+    return FindFileVersion(bbShipped) > VelomPortMonitor::GetVersionOfFile(csSystem + MONITOR_FILE);
 }
 
 DriverVersion VelomPortMonitor::GetVersionOfFile(const CXString& kcsPath) noexcept {
@@ -134,13 +142,19 @@ _VelomPortMonitorStatus VelomPortMonitor::CopyOrReplaceMonitor() {
 
 _VelomPortMonitorStatus VelomPortMonitor::CommonCopyOrReplace(CXString& rcsFile) {
     using enum _VelomPortMonitorStatus;
+    CXString csSystem;
+    Status status = vlm::GetSystemFolder(csSystem);
+    if (status == Status::Success && csSystem.IsEmpty()) return VPMS_NO_FOLDER;
     const CXString csDriver = vlm::GetDriverFolder();
-    const CXString csSystem = vlm::GetSystemFolder();
-    if (csDriver.IsEmpty() || csSystem.IsEmpty()) return VPMS_NO_FOLDER;
+    if (status == Status::Success && csDriver.IsEmpty()) status = Status::PathNotFound;
+    if (status != Status::Success) {
+        m_dwLastStatus = vlm::ToDword(status);
+        return VPMS_FAILED;
+    }
     const CXString csSource = csDriver + rcsFile;
     rcsFile = csSystem + rcsFile;
     ByteBuffer bbShipped;
-    Status status = ReadWhole(csSource, bbShipped);
+    status = ReadWhole(csSource, bbShipped);
     if (IsMissing(status)) return VPMS_SOURCE_MISSING;
     if (status == Status::Success) {
         ByteBuffer bbThere;

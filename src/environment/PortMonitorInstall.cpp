@@ -18,7 +18,7 @@ SpoolerPort& Spooler() noexcept {
     return *vlm::GetPlatform().pSpooler;
 }
 
-/// Did a copying step leave a file that can be used?  Where neither folder nor file is to be had, the spooler itself
+/// Did a copying step leave a file that can be used?  Where there is no folder, or no file to copy, the spooler itself
 /// tells whether it finds the DLL.
 bool IsUsable(_VelomPortMonitorStatus eStatus) noexcept {
     return eStatus != _VelomPortMonitorStatus::VPMS_ACCESS_DENIED && eStatus != _VelomPortMonitorStatus::VPMS_FAILED;
@@ -104,7 +104,9 @@ bool VelomPortMonitor::UpgradeVelomPortMonitor() noexcept {
     try {
         const RevertToPrinterSelfWrapper oSelf;
         const PrivilegeScope oPrivilege(PrivilegeScope::LOAD_DRIVER);
-        const CXString csFolder = vlm::GetSystemFolder();
+        CXString csFolder;
+        m_dwLastStatus = vlm::ToDword(vlm::GetSystemFolder(csFolder));
+        if (m_dwLastStatus != 0) return false;
         // Where there is no system folder there are no files, and the monitor takes what its process has.
         if (!csFolder.IsEmpty()) {
             const Status status = vlm::PlaceShippedMonitor(csFolder + vlm::PENDING_MONITOR_FILE);

@@ -148,9 +148,10 @@ TEST(PortMonitorInstall, WhateverFailsNoFileIsAPart) {
     };
     oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome eOutcome) {
         CheckFiles(rFake);
-        if (eOutcome == FaultOutcome::Succeeded) {
-            EXPECT_EQ(rFake.spooler.Monitors().size(), 1u);
-        }
+        if (eOutcome != FaultOutcome::Succeeded) return;
+        EXPECT_EQ(rFake.spooler.Monitors().size(), 1u);
+        EXPECT_EQ(ContentsHex(rFake, IN_FORCE), ToHex(Dll(V5_0_2_0)));
+        EXPECT_EQ(ContentsHex(rFake, LOADER), ToHex(Dll(V5_0_2_0)));
     };
     oLoop.fnCheckAfterKill = CheckFiles;
     EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 20u);
