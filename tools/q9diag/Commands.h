@@ -21,7 +21,9 @@ void AddProtect(CommandLine& rLine);  ///< encrypt, decrypt
 void AddReg(CommandLine& rLine);      ///< hives, get, set, delete, list
 void AddRegTree(CommandLine& rLine);  ///< tree, copy
 void AddCounters(CommandLine& rLine);
-void AddDebug(CommandLine& rLine);  ///< show, set, categories, reload
+void AddDebug(CommandLine& rLine);           ///< show, set, categories, reload
+void AddPortMon(CommandLine& rLine);         ///< status, install, upgrade, remove
+void AddPortMonRequest(CommandLine& rLine);  ///< request
 void AddDemo(CommandLine& rLine);
 void AddHelp(CommandLine& rLine);  ///< help, completion
 

@@ -51,15 +51,15 @@ CXString ToXString(const char* pszAscii) {
     return ToXString(std::string_view(pszAscii));
 }
 
-std::string SystemText(Status status) {
+}  // namespace
+
+std::string StatusText(Status status) {
     std::array<XCHAR, 512> achText{};
     const std::size_t cUnits = GetPlatform().pText->SystemErrorText(ToDword(status), achText.data(), achText.size());
     std::string strNumber = "error " + std::to_string(ToDword(status));
     if (cUnits == 0) return strNumber;
     return ToUtf8(XStringView(achText.data(), cUnits)) + " (" + strNumber + ")";
 }
-
-}  // namespace
 
 void RefuseInput(const std::string& strMessage, int iLine, const char* pszFile, const char* pszFunction) {
     throw GetExceptionInvalidArgument(ToXString(std::string_view(strMessage)), ToXString(pszFile), iLine,
@@ -69,7 +69,7 @@ void RefuseInput(const std::string& strMessage, int iLine, const char* pszFile, 
 void RefuseFile(FileStep eStep, const std::string& strFile, Status status, int iLine, const char* pszFile,
                 const char* pszFunction) {
     const auto message = [&](const char* pszStep) {
-        return ToXString(std::string_view(std::string(pszStep) + " " + strFile + ": " + SystemText(status)));
+        return ToXString(std::string_view(std::string(pszStep) + " " + strFile + ": " + StatusText(status)));
     };
     const CXString csFile = ToXString(pszFile);
     const CXString csFunction = ToXString(pszFunction);
@@ -89,8 +89,13 @@ void RefuseFile(FileStep eStep, const std::string& strFile, Status status, int i
 void RefuseRegistry(const std::string& strWhat, DWORD dwStatus, int iLine, const char* pszFile,
                     const char* pszFunction) {
     throw GetExceptionRegistryRequest(
-        ToXString(std::string_view(strWhat + ": " + SystemText(static_cast<Status>(dwStatus)))), ToXString(pszFile),
+        ToXString(std::string_view(strWhat + ": " + StatusText(static_cast<Status>(dwStatus)))), ToXString(pszFile),
         iLine, ToXString(pszFunction), nullptr);
+}
+
+void RefuseMonitor(const std::string& strWhat, Status status, int iLine, const char* pszFile, const char* pszFunction) {
+    throw GetExceptionLowRightsStorage(ToXString(std::string_view(strWhat + ": " + StatusText(status))),
+                                       ToXString(pszFile), iLine, ToXString(pszFunction), nullptr);
 }
 
 FailureReport Describe(const std::exception& rException) {

@@ -41,6 +41,14 @@ enum class FileStep { Open, Read, Create, Write };
                                  const char* pszFile = __builtin_FILE(),
                                  const char* pszFunction = __builtin_FUNCTION());
 
+/// What the port monitor, or the spooler on the way to it, refused: throws ExceptionLowRightsStorage, exit status 4.
+/// @param strWhat UTF-8: what was not done.
+[[noreturn]] void RefuseMonitor(const std::string& strWhat, Status status, int iLine = __builtin_LINE(),
+                                const char* pszFile = __builtin_FILE(), const char* pszFunction = __builtin_FUNCTION());
+
+/// The system's words for a status, and its number.
+std::string StatusText(Status status);
+
 /// An exception as the tool reports it.
 struct FailureReport {
     int iExitStatus;

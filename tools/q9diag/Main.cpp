@@ -32,6 +32,8 @@ void DescribeCommands(CommandLine& rLine) {
     AddRegTree(rLine);
     AddCounters(rLine);
     AddDebug(rLine);
+    AddPortMon(rLine);
+    AddPortMonRequest(rLine);
     AddDemo(rLine);
     AddHelp(rLine);
 }
