@@ -62,9 +62,9 @@ HANDLE VelomPortMonitor::OpenVelomPortMonitor() noexcept {
         HANDLE hChannel = nullptr;
         Status status = Status::AccessDenied;
         if (User::IsAdministrator())
-            status = Spooler().OpenPrinterHandle(csName, SpoolerPort::SERVER_ACCESS_ADMINISTER, hChannel);
+            status = Spooler().OpenPrinterHandle(csName, SpoolerPort::ACCESS_ADMINISTER, hChannel);
         if (status == Status::AccessDenied)
-            status = Spooler().OpenPrinterHandle(csName, SpoolerPort::SERVER_ACCESS_ENUMERATE, hChannel);
+            status = Spooler().OpenPrinterHandle(csName, SpoolerPort::ACCESS_ENUMERATE, hChannel);
         m_dwLastStatus = vlm::ToDword(status);
         if (status == Status::Success) {
             m_hVelomPortMonitor = hChannel;

@@ -12,7 +12,8 @@ namespace vlm {
 /// Threads: any; one handle by one thread at a time.  Failure: by the spooler's own status; nothing throws.
 class SpoolerPort {
 public:
-    static constexpr DWORD SERVER_ACCESS_ADMINISTER = 0x1, SERVER_ACCESS_ENUMERATE = 0x2, PRINTER_ACCESS_USE = 0x8;
+    /// Rights, without the prefixes by which the system's header defines them as macros.
+    static constexpr DWORD ACCESS_ADMINISTER = 0x1, ACCESS_ENUMERATE = 0x2, ACCESS_USE = 0x8;
     /// Statuses that only the spooler answers.
     static constexpr DWORD NULL_REFERENCE = 1780, UNKNOWN_PORT = 1796, INVALID_PRINTER_NAME = 1801,
                            INVALID_ENVIRONMENT = 1805, UNKNOWN_PRINT_MONITOR = 3000,

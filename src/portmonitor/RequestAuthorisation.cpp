@@ -123,7 +123,7 @@ bool AuthoriseCommand(const RequestCaller& rCaller, ChannelCommand eCommand, con
                    (rCaller.m_eClass == CallerClass::Standard && rCaller.m_csSid.CompareNoCase(kcsSid) == 0);
         case ChannelCommand::Upgrade:
         case ChannelCommand::RemoveLrs:
-            return IsTrustedCaller(rCaller) && (rCaller.m_dwGrantedAccess & SpoolerPort::SERVER_ACCESS_ADMINISTER) != 0;
+            return IsTrustedCaller(rCaller) && (rCaller.m_dwGrantedAccess & SpoolerPort::ACCESS_ADMINISTER) != 0;
     }
     return false;
 }

@@ -23,7 +23,7 @@ TEST(PortMonitorChannel, IsOpenedWithTheRightsOfItsUserWhenItIsNeeded) {
         VelomPortMonitor oMonitor;
         EXPECT_EQ(rSpooler.OpenHandles(), 0u);
         oMonitor.GetLongValue(MACHINE, CXString(), CXString(), lValue);
-        EXPECT_EQ(rSpooler.LastAccess(), SpoolerPort::SERVER_ACCESS_ENUMERATE);
+        EXPECT_EQ(rSpooler.LastAccess(), SpoolerPort::ACCESS_ENUMERATE);
         VelomPortMonitor oMoved(std::move(oMonitor));
         EXPECT_TRUE(oMoved.IsChannelOpen());
         EXPECT_FALSE(oMonitor.IsChannelOpen());  // NOLINT(bugprone-use-after-move): what is left is promised
@@ -34,7 +34,7 @@ TEST(PortMonitorChannel, IsOpenedWithTheRightsOfItsUserWhenItIsNeeded) {
     oBench.oFake.identity.SetProcessIdentity(
         FakeIdentityPort::MakeIdentity(VTEXT("S-1-5-21-1-2-3-500"), IdentityPort::INTEGRITY_HIGH, true));
     EXPECT_TRUE(VelomPortMonitor(true).IsChannelOpen());
-    EXPECT_EQ(rSpooler.LastAccess(), SpoolerPort::SERVER_ACCESS_ADMINISTER);
+    EXPECT_EQ(rSpooler.LastAccess(), SpoolerPort::ACCESS_ADMINISTER);
 }
 
 TEST(PortMonitorChannel, WithoutItOperationsFailAndTryAgain) {

@@ -120,10 +120,10 @@ TEST_P(SpoolerPortContract, MonitorsAreInstalledOnceAndListed) {
 TEST_P(SpoolerPortContract, ChannelsCarryCommandsAndAnswers) {
     const XString channel = VTEXT(",XcvMonitor ") + m_name;
     HANDLE hChannel = nullptr;
-    EXPECT_EQ(Spooler().OpenPrinterHandle(channel.c_str(), SpoolerPort::SERVER_ACCESS_ADMINISTER, hChannel),
+    EXPECT_EQ(Spooler().OpenPrinterHandle(channel.c_str(), SpoolerPort::ACCESS_ADMINISTER, hChannel),
               SpoolerStatus(SpoolerPort::UNKNOWN_PORT));
     ASSERT_EQ(Add(), Status::Success);
-    ASSERT_EQ(Spooler().OpenPrinterHandle(channel.c_str(), SpoolerPort::SERVER_ACCESS_ADMINISTER, hChannel),
+    ASSERT_EQ(Spooler().OpenPrinterHandle(channel.c_str(), SpoolerPort::ACCESS_ADMINISTER, hChannel),
               Status::Success);
     XCHAR szAnswer[16] = {};
     DWORD cbNeeded = 4711, dwStatus = 4711;
@@ -150,12 +150,12 @@ TEST_P(SpoolerPortContract, ChannelsCarryCommandsAndAnswers) {
 
 TEST_P(SpoolerPortContract, TheServerIsNoChannel) {
     HANDLE hServer = nullptr;
-    ASSERT_EQ(Spooler().OpenPrinterHandle(nullptr, SpoolerPort::SERVER_ACCESS_ADMINISTER, hServer), Status::Success);
+    ASSERT_EQ(Spooler().OpenPrinterHandle(nullptr, SpoolerPort::ACCESS_ADMINISTER, hServer), Status::Success);
     DWORD cbNeeded = 0, dwStatus = 0;
     EXPECT_EQ(Spooler().Transceive(hServer, COMMAND, nullptr, 0, nullptr, 0, cbNeeded, dwStatus),
               Status::InvalidHandle);
     EXPECT_EQ(Spooler().ClosePrinterHandle(hServer), Status::Success);
-    EXPECT_EQ(Spooler().OpenPrinterHandle(VTEXT("q9 no such queue"), SpoolerPort::PRINTER_ACCESS_USE, hServer),
+    EXPECT_EQ(Spooler().OpenPrinterHandle(VTEXT("q9 no such queue"), SpoolerPort::ACCESS_USE, hServer),
               SpoolerStatus(SpoolerPort::INVALID_PRINTER_NAME));
 }
 

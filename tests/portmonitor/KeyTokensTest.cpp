@@ -65,16 +65,16 @@ TEST(KeyTokens, RightsAreThoseAskedForAndNeverMore) {
 TEST(KeyTokens, AccessIsTestedWithoutAnythingLeftOpen) {
     MonitorBench oBench;
     oBench.oFake.registry.AddKey(XString(VERSION_PATH) + VTEXT("\\Key"));
-    const auto Test = [&](const XCHAR* pszPath, DWORD dwMask) {
+    const auto TestKey = [&](const XCHAR* pszPath, DWORD dwMask) {
         PortMonitorRequest oRequest = MakeRequest(Function::TestAccess, VERSION, pszPath);
         oRequest.m_dwAccessMask = dwMask;
         return oBench.Send(oRequest).eStatus;
     };
-    EXPECT_EQ(Test(VTEXT("Key"), 0x20006), Status::Success);
-    EXPECT_EQ(Test(VTEXT("none"), 0x20019), Status::FileNotFound);
+    EXPECT_EQ(TestKey(VTEXT("Key"), 0x20006), Status::Success);
+    EXPECT_EQ(TestKey(VTEXT("none"), 0x20019), Status::FileNotFound);
     oBench.oFake.registry.Deny(XString(VERSION_PATH) + VTEXT("\\Key"), RegistryPort::SET_VALUE);
-    EXPECT_EQ(Test(VTEXT("Key"), 0x20006), Status::AccessDenied);
-    EXPECT_EQ(Test(VTEXT("Key"), 0x20019), Status::Success);
+    EXPECT_EQ(TestKey(VTEXT("Key"), 0x20006), Status::AccessDenied);
+    EXPECT_EQ(TestKey(VTEXT("Key"), 0x20019), Status::Success);
     EXPECT_EQ(oBench.oFake.registry.OpenHandles(), 0u);
 }
 

@@ -25,7 +25,7 @@ protected:
         Registry().Close(hVictim);
         m_hVictim = Make(m_hVictims, VTEXT("victim"));
         if (!IsSupported()) GTEST_SKIP() << "this registry has no links";
-        ASSERT_EQ(m_oChannels.Open(SpoolerPort::SERVER_ACCESS_ADMINISTER, m_hChannel), Status::Success);
+        ASSERT_EQ(m_oChannels.Open(SpoolerPort::ACCESS_ADMINISTER, m_hChannel), Status::Success);
     }
     void TearDown() override {
         m_oChannels.CloseAll();

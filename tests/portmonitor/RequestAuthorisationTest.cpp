@@ -271,7 +271,7 @@ TEST(RequestAuthorisation, CommandsNeedTheirRights) {
                             const XCHAR* pszSid = VTEXT("")) {
         return vlm::AuthoriseCommand({eClass, OWN_SID, dwGranted}, eCommand, pszSid);
     };
-    constexpr DWORD ADMINISTER = vlm::SpoolerPort::SERVER_ACCESS_ADMINISTER;
+    constexpr DWORD ADMINISTER = vlm::SpoolerPort::ACCESS_ADMINISTER;
     for (const CallerClass eClass : {Remote, LowIntegrity, Standard, Administrator, System}) {
         EXPECT_TRUE(Allowed(eClass, 0, ChannelCommand::IsReady));
         EXPECT_FALSE(Allowed(eClass, 0, ChannelCommand::Upgrade));

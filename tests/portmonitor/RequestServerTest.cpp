@@ -16,7 +16,7 @@ namespace vlm::test {
 namespace {
 
 constexpr auto VERSION = HKeyRegistry::Hkey_Machine_Version;
-constexpr DWORD ADMINISTER = SpoolerPort::SERVER_ACCESS_ADMINISTER;
+constexpr DWORD ADMINISTER = SpoolerPort::ACCESS_ADMINISTER;
 
 TEST(RequestServer, TheRoomForAReplyIsAskedForBeforeAnythingChanges) {
     using enum _XPMRegistryFunction;
