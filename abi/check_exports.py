@@ -4,6 +4,7 @@
   check_exports.py [--update] DLL LIST                    names: demangled, sorted, each once
   check_exports.py --vtables [--update] LIST COMPILER...  slots: COMPILER with its options compiles q9util.h
   check_exports.py --imports DLL                          the DLL needs nothing but the system
+  check_exports.py --monitor DLL                          the same, and it is a print monitor and nothing else
 
 An added name wants the list edited, with the change that adds it; a removed or changed one, or a changed slot, is a new
 major version.  --update writes the list anew.
@@ -21,7 +22,12 @@ RUNTIME = re.compile(r"(?:typeinfo(?: name)?|vtable) for (?:std|__gnu_cxx|__cxxa
 
 # What every Windows has.  A C++ run-time DLL in this list would have to be shipped, and found by the spooler.
 SYSTEM = {"kernel32.dll", "ntdll.dll", "msvcrt.dll", "user32.dll", "advapi32.dll", "shlwapi.dll", "cabinet.dll",
-          "winspool.drv", "crypt32.dll", "wtsapi32.dll"}
+          "winspool.drv", "crypt32.dll", "wtsapi32.dll", "version.dll"}
+
+# What the spooler asks a print monitor for; it offers nothing else.
+MONITOR_ENTRY = "InitializePrintMonitor2"
+# Marks in the header of a DLL that the spooler loads: it may be put anywhere, and its data is not run.
+HARDENED = {"HIGH_ENTROPY_VA", "DYNAMIC_BASE", "NX_COMPAT"}
 
 
 def run(*command):
@@ -66,7 +72,22 @@ def check_imports(dll):
     return 1 if needed - SYSTEM or not needed else 0
 
 
+def check_monitor(dll):
+    header = run("x86_64-w64-mingw32-objdump", "-p", dll)
+    missing = sorted(HARDENED - set(re.findall(r"\b[A-Z_]+\b", header)))
+    for mark in missing:
+        print(f"is not marked {mark}")
+    others = [name for name in exported_names(dll) if name != MONITOR_ENTRY]
+    for name in others:
+        print(f"offers {name}")
+    found = MONITOR_ENTRY in exported_names(dll)
+    print(f"{pathlib.Path(dll).name}: " + ("offers the monitor's entry" if found else "has no entry"))
+    return check_imports(dll) or (1 if missing or others or not found else 0)
+
+
 def main(arguments):
+    if len(arguments) == 2 and arguments[0] == "--monitor":
+        return check_monitor(arguments[1])
     if len(arguments) == 2 and arguments[0] == "--imports":
         return check_imports(arguments[1])
     vtables = "--vtables" in arguments

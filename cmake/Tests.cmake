@@ -57,6 +57,10 @@ endforeach()
 # The monitor's server sees floors 0 to 5; its tests join it to the client of floor 5.
 if(TARGET q9_monitor)
     q9_add_test_program(portmonitor ${Q9_FLOOR_OBJECTS_5} q9_monitor)
+    if(TARGET test_portmonitor AND TARGET q7lrs)    # on Windows also in the real spooler
+        add_dependencies(test_portmonitor ${Q9_MONITOR_TARGETS})
+        target_compile_definitions(test_portmonitor PRIVATE "Q9_MONITOR_FOLDER=\"${Q9_TEST_ROOT}$<TARGET_FILE_DIR:q7lrs>\"")
+    endif()
 endif()
 
 # Whole-program tests of q9diag: the test starts the program named by Q9_DIAG_PROGRAM.
@@ -140,6 +144,9 @@ endif()
 if(TARGET q9util073 AND WIN32)
     q9_add_lint_test(imports abi/check_exports.py --imports "$<TARGET_FILE:q9util073>")
 endif()
+foreach(target IN LISTS Q9_MONITOR_TARGETS)
+    q9_add_lint_test(${target} abi/check_exports.py --monitor "$<TARGET_FILE:${target}>")
+endforeach()
 if(TARGET q9util073 AND WIN32 AND EXISTS "${PROJECT_SOURCE_DIR}/abi/q9util073.vtables")
     q9_add_lint_test(vtables abi/check_exports.py --vtables abi/q9util073.vtables
         "${CMAKE_CXX_COMPILER}" "-I${Q9_GENERATED_DIR}")

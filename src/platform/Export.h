@@ -2,7 +2,9 @@
 /// Marks what the library exports.  Everything that does not carry `VLM_API` stays hidden in the module.
 #pragma once
 
-#ifdef _WIN32
+#if defined(VLM_STATIC)
+#define VLM_API  // linked into another module of the family, which offers nothing of it
+#elif defined(_WIN32)
 #ifdef VLM_BUILDING
 #define VLM_API __declspec(dllexport)
 #else

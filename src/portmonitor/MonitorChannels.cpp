@@ -60,8 +60,12 @@ Status MonitorChannels::Transceive(HANDLE hChannel, XStringView command, std::sp
 
 void MonitorChannels::CloseAll() noexcept {
     std::map<HANDLE, Channel> mapChannels;
-    const CriticalResourceLock oLock(m_oLock);
-    mapChannels.swap(m_mapChannels);
+    {
+        const CriticalResourceLock oLock(m_oLock);
+        mapChannels.swap(m_mapChannels);
+    }
+    const CriticalResourceLock oLock(m_oState.m_oLock);
+    m_oState.m_oUsage = StorageUsage();
 }
 
 }  // namespace vlm

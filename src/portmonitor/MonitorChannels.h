@@ -26,7 +26,7 @@ public:
     /// See RequestServer::Transceive.  @return InvalidHandle for a handle that is not open.
     Status Transceive(HANDLE hChannel, XStringView command, std::span<const BYTE> input, std::span<BYTE> output,
                       DWORD& rcbNeeded) noexcept;
-    /// Closes every channel: the monitor is being unloaded.
+    /// Closes every channel and forgets everything: the monitor is being unloaded.
     void CloseAll() noexcept;
 
 private:
