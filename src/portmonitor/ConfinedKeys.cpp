@@ -4,8 +4,6 @@
 
 #include <algorithm>
 
-#include "environment/PortMonitorRequestRules.h"
-
 namespace vlm {
 
 namespace {
@@ -60,8 +58,8 @@ Status Walk(const KeyPlace& rPlace, DWORD dwRights, RegistryHandle& roHandle, bo
 /// Who may read a new key beside the system and administrators; empty where it inherits its list.
 CXString ReaderOf(const ResolvedKey& rKey) {
     if (rKey.m_eTree == ResolvedKey::Tree::User) return {};
-    CXString csOwner;
-    return StorageOwner(rKey, csOwner) && !csOwner.IsEmpty() ? csOwner : CXString(ALL_USERS_SID);
+    const CXString csOwner = IsInStorage(rKey) ? StorageOwnerOf(rKey.m_csPath) : CXString();
+    return csOwner.GetAt(0) == VTEXT('S') ? csOwner : CXString(ALL_USERS_SID);
 }
 
 Status CreateComponent(HKEY hParent, const CXString& kcsName, const CXString& kcsReader, DWORD dwRights,
@@ -137,16 +135,6 @@ Status CreateConfined(const KeyPlace& rPlace, const ResolvedKey& rKey, DWORD dwR
     }
     roHandle = std::move(oParent);
     return Status::Success;
-}
-
-bool StorageOwner(const ResolvedKey& rKey, CXString& rcsOwner) {
-    const XStringView base = BasePathOfRoot(HKeyRegistry::Hkey_Low_Rights_Storage);
-    const XStringView path = rKey.m_csPath;
-    if (rKey.m_eTree != ResolvedKey::Tree::Machine || !IsWithin(path, base)) return false;
-    XStringView rest = path.substr(std::min(base.size() + 1, path.size()));
-    const CXString csFirst = TakeComponent(rest);
-    rcsOwner = IsRegularSid(csFirst) && csFirst.GetAt(0) == VTEXT('S') ? csFirst : CXString();
-    return true;
 }
 
 }  // namespace vlm

@@ -34,8 +34,4 @@ Status OpenForDeletion(const KeyPlace& rPlace, DWORD dwRights, RegistryHandle& r
 ///        read by the owner of a user's storage, or by all users elsewhere; in a user's hive they inherit its list.
 Status CreateConfined(const KeyPlace& rPlace, const ResolvedKey& rKey, DWORD dwRights, RegistryHandle& roHandle);
 
-/// The user whose low-rights storage a key belongs to: his SID, or empty for the shared part.
-/// @return false for a key outside the storage.
-bool StorageOwner(const ResolvedKey& rKey, CXString& rcsOwner);
-
 }  // namespace vlm

@@ -61,7 +61,7 @@ Status WalkKeyTree(HKEY hTop, const ResolvedKey& rTop, DWORD dwRights, const Key
         } else if (eStatus == Status::Success && fLink) {
             eStatus = rVisitor.OnLink(oNext.m_hKey, fGone);
             if (fGone) --vLevels.back().m_dwNext;
-        } else if (eStatus == Status::Success) {
+        } else if (eStatus == Status::Success && rVisitor.IsOfInterest(oNext.m_oKey)) {
             if (vLevels.size() >= rLimits.m_cLevels) return Status::NoSystemResources;
             eStatus = rVisitor.EnterKey(oNext.m_hKey, oNext.m_oKey, vLevels.size());
             vLevels.push_back(std::move(oNext));

@@ -14,6 +14,8 @@ public:
     virtual ~KeyTreeVisitor() = default;
     /// A key, before its sub-keys.  @param hKey borrowed.  @param cLevel 0 for the key at the top.
     virtual Status EnterKey(HKEY hKey, const ResolvedKey& rKey, std::size_t cLevel) = 0;
+    /// Whether a key's tree is walked at all; asked before EnterKey, not for the top.
+    virtual bool IsOfInterest(const ResolvedKey&) { return true; }
     /// A key, after its sub-keys.  @param rfGone whether it is not there any more.
     virtual Status LeaveKey(HKEY, bool& rfGone) {
         rfGone = false;

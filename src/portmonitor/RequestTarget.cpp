@@ -41,9 +41,34 @@ constexpr XCHAR FoldCase(XCHAR ch) noexcept {
     return ch >= VTEXT('A') && ch <= VTEXT('Z') ? static_cast<XCHAR>(ch + 32) : ch;
 }
 
-bool EqualNoCase(XStringView left, XStringView right) noexcept {
+/// The same with the letters beyond A to Z that one registry or another takes for one of them.  What decides against a
+/// caller is compared like this, so that no spelling of a protected name is overlooked; what decides for him, exactly.
+constexpr XCHAR FoldAlike(XCHAR ch) noexcept {
+    switch (ch) {
+        case 0x0130:  // capital I with a dot
+        case 0x0131:  // small i without one
+            return VTEXT('i');
+        case 0x017F:  // long s
+            return VTEXT('s');
+        case 0x212A:  // Kelvin sign
+            return VTEXT('k');
+        default:
+            return FoldCase(ch);
+    }
+}
+
+using Fold = XCHAR (*)(XCHAR) noexcept;
+
+template <Fold FOLD>
+bool Equal(XStringView left, XStringView right) noexcept {
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](XCHAR chLeft, XCHAR chRight) { return FoldCase(chLeft) == FoldCase(chRight); });
+                      [](XCHAR chLeft, XCHAR chRight) { return FOLD(chLeft) == FOLD(chRight); });
+}
+
+template <Fold FOLD>
+bool IsWithinBy(XStringView path, XStringView base) noexcept {
+    if (path.size() < base.size() || !Equal<FOLD>(path.substr(0, base.size()), base)) return false;
+    return base.empty() || path.size() == base.size() || path[base.size()] == VTEXT('\\');
 }
 
 bool ContainsNoCase(XStringView text, XStringView part) noexcept {
@@ -65,7 +90,7 @@ int CountComponents(XStringView path) noexcept {
 
 bool HasComponent(XStringView path, XStringView wanted) noexcept {
     while (!path.empty()) {
-        if (EqualNoCase(TakeComponent(path), wanted)) return true;
+        if (Equal<FoldAlike>(TakeComponent(path), wanted)) return true;
     }
     return false;
 }
@@ -80,28 +105,38 @@ XStringView Below(XStringView path, XStringView base) noexcept {
     return path;
 }
 
-RequestTarget ClassifyLowRights(XStringView path, const CXString& kcsCallerSid) noexcept {
-    XStringView rest = Below(path, LOW_RIGHTS_BASE);
-    const XStringView first = TakeComponent(rest);
-    if (!IsRegularSid(first)) return RequestTarget::LowRightsShared;
-    return EqualNoCase(first, kcsCallerSid) ? RequestTarget::LowRightsOwn : RequestTarget::LowRightsOther;
+RequestTarget ClassifyLowRights(XStringView path, const CXString& kcsCallerSid) {
+    const CXString csOwner = StorageOwnerOf(path);
+    if (csOwner.IsEmpty()) return RequestTarget::LowRightsShared;
+    return csOwner == kcsCallerSid ? RequestTarget::LowRightsOwn : RequestTarget::LowRightsOther;
 }
 
 }  // namespace
 
 bool IsWithin(XStringView path, XStringView base) noexcept {
-    if (path.size() < base.size() || !EqualNoCase(path.substr(0, base.size()), base)) return false;
-    return base.empty() || path.size() == base.size() || path[base.size()] == VTEXT('\\');
+    return IsWithinBy<FoldCase>(path, base);
+}
+
+bool IsInStorage(const ResolvedKey& rKey) noexcept {
+    return rKey.m_eTree == ResolvedKey::Tree::Machine && IsWithinBy<FoldAlike>(rKey.m_csPath, LOW_RIGHTS_BASE);
+}
+
+CXString StorageOwnerOf(XStringView path) {
+    XStringView rest = Below(path, LOW_RIGHTS_BASE);
+    CXString csFirst(TakeComponent(rest));
+    if (!csFirst.IsEmpty() && FoldAlike(csFirst.GetAt(0)) == VTEXT('s')) csFirst.SetAt(0, VTEXT('S'));
+    if (Equal<FoldAlike>(csFirst, DEFAULT_USER)) return DEFAULT_USER;
+    return IsRegularSid(csFirst) ? csFirst : CXString();
 }
 
 bool IsTrustedValueName(XStringView name) noexcept {
     return std::any_of(TRUSTED_VALUES.begin(), TRUSTED_VALUES.end(),
-                       [name](XStringView trusted) { return EqualNoCase(name, trusted); });
+                       [name](XStringView trusted) { return Equal<FoldAlike>(name, trusted); });
 }
 
 bool IsDefaultUserValueName(XStringView name) noexcept {
     return std::any_of(DEFAULT_USER_VALUES.begin(), DEFAULT_USER_VALUES.end(),
-                       [name](XStringView allowed) { return EqualNoCase(name, allowed); });
+                       [name](XStringView allowed) { return Equal<FoldCase>(name, allowed); });
 }
 
 XStringView BasePathOfRoot(_HKEYREGISTRY_ eRoot) noexcept {
@@ -157,21 +192,21 @@ Status ResolveSubKey(const ResolvedKey& rParent, const CXString& kcsSubKey, Reso
 
 RequestTarget ClassifyTarget(const ResolvedKey& rKey, const CXString& kcsValueName, const CXString& kcsCallerSid) {
     if (rKey.m_eTree == ResolvedKey::Tree::Machine) {
-        if (IsWithin(rKey.m_csPath, LOW_RIGHTS_BASE)) return ClassifyLowRights(rKey.m_csPath, kcsCallerSid);
-        const bool fTrusted = IsWithin(rKey.m_csPath, DEBUG_BASE) || HasComponent(rKey.m_csPath, MIRRORED_COMPONENT) ||
-                              IsTrustedValueName(kcsValueName);
+        if (IsInStorage(rKey)) return ClassifyLowRights(rKey.m_csPath, kcsCallerSid);
+        const bool fTrusted = IsWithinBy<FoldAlike>(rKey.m_csPath, DEBUG_BASE) ||
+                              HasComponent(rKey.m_csPath, MIRRORED_COMPONENT) || IsTrustedValueName(kcsValueName);
         return fTrusted ? RequestTarget::FamilyTrusted : RequestTarget::Family;
     }
     const bool fFamilyRoot = rKey.m_eRoot != HKeyRegistry::Hkey_Current_User;
-    if (EqualNoCase(rKey.m_csSid, DEFAULT_USER))
+    if (Equal<FoldAlike>(rKey.m_csSid, DEFAULT_USER))
         return fFamilyRoot ? RequestTarget::UserDefault : RequestTarget::UserOther;
-    if (!EqualNoCase(rKey.m_csSid, kcsCallerSid)) return RequestTarget::UserOther;
+    if (rKey.m_csSid != kcsCallerSid) return RequestTarget::UserOther;
     return fFamilyRoot ? RequestTarget::UserFamily : RequestTarget::User;
 }
 
 int DepthBelowBase(const ResolvedKey& rKey) {
     const XStringView path = rKey.m_csPath;
-    if (rKey.m_eTree == ResolvedKey::Tree::Machine && IsWithin(path, LOW_RIGHTS_BASE)) {
+    if (IsInStorage(rKey)) {
         return CountComponents(Below(path, LOW_RIGHTS_BASE));
     }
     return CountComponents(Below(path, BasePathOfRoot(rKey.m_eRoot)));
@@ -179,7 +214,7 @@ int DepthBelowBase(const ResolvedKey& rKey) {
 
 bool IsAtOrAboveABasePath(const ResolvedKey& rKey) {
     const XStringView path = rKey.m_csPath;
-    return IsWithin(LOW_RIGHTS_BASE, path) || IsWithin(DEBUG_BASE, path);
+    return IsWithinBy<FoldAlike>(LOW_RIGHTS_BASE, path) || IsWithinBy<FoldAlike>(DEBUG_BASE, path);
 }
 
 }  // namespace vlm

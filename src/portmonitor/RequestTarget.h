@@ -54,6 +54,12 @@ int DepthBelowBase(const ResolvedKey& rKey);
 /// along.
 bool IsAtOrAboveABasePath(const ResolvedKey& rKey);
 
+/// Does the key lie in the low-rights storage, in any spelling that a registry takes for its path?
+bool IsInStorage(const ResolvedKey& rKey) noexcept;
+
+/// The user whose storage a path in the storage lies in, spelt regularly; empty for the shared part.
+CXString StorageOwnerOf(XStringView path);
+
 /// Does `path` equal `base`, or lie below it?  Whole components, A to Z without case.
 bool IsWithin(XStringView path, XStringView base) noexcept;
 

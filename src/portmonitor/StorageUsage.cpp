@@ -2,7 +2,6 @@
 /// Counts the storage.
 #include "portmonitor/StorageUsage.h"
 
-#include "environment/PortMonitorRequestRules.h"
 #include "portmonitor/ConfinedKeys.h"
 #include "portmonitor/KeyContents.h"
 #include "portmonitor/KeyTreeWalk.h"
@@ -26,10 +25,7 @@ class UsageCounter final : public KeyTreeVisitor {
 public:
     explicit UsageCounter(const CXString& kcsOwner) : m_kcsOwner(kcsOwner) {}
 
-    Status EnterKey(HKEY hKey, const ResolvedKey& rKey, std::size_t) override {
-        CXString csOwner;
-        // A user's tree inside the shared part is passed through; what is in it counts for him.
-        if (!StorageOwner(rKey, csOwner) || csOwner != m_kcsOwner) return Status::Success;
+    Status EnterKey(HKEY hKey, const ResolvedKey&, std::size_t) override {
         ++m_oUsage.m_cKeys;
         m_oUsage.m_cbBytes += StorageUsage::ITEM_BYTES;
         const Status eStatus = ForEachValue(hKey, [this](const CXString& kcsName, DWORD, DWORD cbData) {
@@ -38,6 +34,8 @@ public:
         });
         return eStatus == Status::Success && IsTooMuch(m_oUsage) ? Status::NoSystemResources : eStatus;
     }
+    /// What is in a user's tree counts for him, not for the shared part around it.
+    bool IsOfInterest(const ResolvedKey& rKey) override { return StorageOwnerOf(rKey.m_csPath) == m_kcsOwner; }
     Status OnLink(HKEY, bool& rfGone) override {
         rfGone = false;
         return Status::Success;
@@ -70,8 +68,8 @@ Status Count(const CXString& kcsOwner, Usage& rUsage) {
 }  // namespace
 
 Status StorageUsage::Reserve(const ResolvedKey& rKey, DWORD cKeys, ULONGLONG cbBytes) {
-    CXString csOwner;
-    if (!StorageOwner(rKey, csOwner)) return Status::Success;
+    if (!IsInStorage(rKey)) return Status::Success;
+    const CXString csOwner = StorageOwnerOf(rKey.m_csPath);
     const auto More = [&](const Usage& rUsage) {
         return Usage{rUsage.m_cKeys + cKeys, rUsage.m_cbBytes + cKeys * ITEM_BYTES + cbBytes};
     };

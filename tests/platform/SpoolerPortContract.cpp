@@ -123,8 +123,7 @@ TEST_P(SpoolerPortContract, ChannelsCarryCommandsAndAnswers) {
     EXPECT_EQ(Spooler().OpenPrinterHandle(channel.c_str(), SpoolerPort::ACCESS_ADMINISTER, hChannel),
               SpoolerStatus(SpoolerPort::UNKNOWN_PORT));
     ASSERT_EQ(Add(), Status::Success);
-    ASSERT_EQ(Spooler().OpenPrinterHandle(channel.c_str(), SpoolerPort::ACCESS_ADMINISTER, hChannel),
-              Status::Success);
+    ASSERT_EQ(Spooler().OpenPrinterHandle(channel.c_str(), SpoolerPort::ACCESS_ADMINISTER, hChannel), Status::Success);
     XCHAR szAnswer[16] = {};
     DWORD cbNeeded = 4711, dwStatus = 4711;
     const DWORD cbAnswer = static_cast<DWORD>((ANSWER.size() + 1) * sizeof(XCHAR));

@@ -20,7 +20,19 @@ using Function = _XPMRegistryFunction;
 constexpr const XCHAR* OWN_SID = VTEXT("S-1-5-21-1-2-3-1001");
 constexpr const XCHAR* OTHER_SID = VTEXT("S-1-5-21-1-2-3-1002");
 
-enum class Path { Base, Below, Deep, Escape, Sibling, OtherUser, OwnStorage, Trusted, Mirrored, Count };
+enum class Path {
+    Base,
+    Below,
+    Deep,
+    Escape,
+    Sibling,
+    OtherUser,
+    OwnStorage,
+    Trusted,
+    Mirrored,
+    OtherUserFolded,
+    Count
+};
 enum class Sid { Own, Other, Default, Count };
 
 std::basic_string<XCHAR> KeyPath(Path ePath) {
@@ -44,6 +56,11 @@ std::basic_string<XCHAR> KeyPath(Path ePath) {
             return VTEXT("Software\\Velom\\KestrixDebugConfig\\a\\b");
         case Path::Mirrored:
             return VTEXT("Software\\Velom\\PrinterDriver\\V5.0\\a\\mirrored\\b");
+        case Path::OtherUserFolded: {
+            auto sid = std::basic_string<XCHAR>(OTHER_SID);
+            sid[0] = VTEXT('s');
+            return storage + sid + VTEXT("\\a\\b");
+        }
         case Path::Count:
             break;
     }
@@ -247,6 +264,40 @@ TEST(RequestAuthorisation, DefaultUserTakesOnlyTheValuesMadeForIt) {
     EXPECT_EQ(Set(VTEXT("VRCheck")), Status::Success);
     EXPECT_EQ(Set(VTEXT("vrcheck")), Status::Success);
     EXPECT_EQ(Set(VTEXT("Other")), Status::AccessDenied);
+}
+
+TEST(RequestAuthorisation, NoSpellingOfAProtectedNameIsOverlooked) {
+    const auto Set = [](_HKEYREGISTRY_ eRoot, const XCHAR* pszPath, const XCHAR* pszValue) {
+        vlm::PortMonitorRequest oRequest;
+        oRequest.m_eRoot = eRoot;
+        oRequest.m_eFunction = Function::SetLongValue;
+        oRequest.m_csKeyPath = pszPath;
+        oRequest.m_csValueName = pszValue;
+        vlm::RequestDecision oDecision;
+        return vlm::DecideRequest(oRequest, Caller(CallerClass::Standard), nullptr, oDecision);
+    };
+    constexpr auto FAMILY = HKeyRegistry::Hkey_Machine_Velom, VERSION = HKeyRegistry::Hkey_Machine_Version;
+    const struct {
+        _HKEYREGISTRY_ eRoot;
+        const XCHAR* pszPath;
+        const XCHAR* pszValue;
+    } aRows[] = {
+        {FAMILY, VTEXT("KESTRIXDEBUGCONFIG"), VTEXT("v")},
+        {FAMILY, VTEXT("\u212AestrixDebugConfig"), VTEXT("v")},     // a Kelvin sign
+        {FAMILY, VTEXT("KestrixDebugConf\u0131g"), VTEXT("v")},     // an i without a dot
+        {FAMILY, VTEXT("Ke\u017FtrixDebugConfig\\x"), VTEXT("v")},  // a long s
+        {VERSION, VTEXT("a\\M\u0130RRORED\\b"), VTEXT("v")},
+        {VERSION, VTEXT("a"), VTEXT("xmlcon\u017Ftraint")},
+        {VERSION, VTEXT("LowRight\u017FStorage\\S-1-5-21-1-2-3-1002\\a"), VTEXT("v")},
+        {VERSION, VTEXT("LowRightsStorage\\\u017F-1-5-21-1-2-3-1002\\a"), VTEXT("v")},
+        {VERSION, VTEXT("LowRightsStorage\\.default\\a"), VTEXT("v")},
+    };
+    for (const auto& rRow : aRows)
+        EXPECT_EQ(Set(rRow.eRoot, rRow.pszPath, rRow.pszValue), Status::AccessDenied)
+            << vlm::test::Narrow(rRow.pszPath);
+    EXPECT_EQ(Set(VERSION, VTEXT("LowRightsStorage\\s-1-5-21-1-2-3-1001\\a"), VTEXT("v")), Status::Success);
+    // What leads out of the base is judged by the letter.
+    EXPECT_EQ(Set(VERSION, VTEXT("\u017Foftware\\Velom\\PrinterDriver\\V5.0\\x"), VTEXT("v")), Status::Success);
 }
 
 TEST(RequestAuthorisation, CallersAreClassifiedByTheWorstThatIsKnownOfThem) {
