@@ -122,7 +122,8 @@ std::string RegValueText(const RegValue& rValue) {
         bool fPlain = ovTexts.has_value();
         for (std::size_t i = 0; fPlain && i < ovTexts->size(); ++i) {
             fPlain = IsPlain(ovTexts->at(i));
-            strJoined += (i ? "|" : "") + ToUtf8(ovTexts->at(i));
+            if (i > 0) strJoined += '|';
+            strJoined += ToUtf8(ovTexts->at(i));
         }
         if (fPlain) return "multi:" + strJoined;
     }
