@@ -102,7 +102,7 @@ RegistryKey::~RegistryKey() {
 }
 
 void RegistryKey::CloseRegistryKey() noexcept {
-    const HKEY hKey = std::exchange(m_hKey, nullptr);
+    HKEY hKey = std::exchange(m_hKey, nullptr);
     if (!hKey) return;
     // The monitor's number must never reach the registry, which may take it for one of its own.
     if (m_fForward) {
@@ -117,7 +117,7 @@ void RegistryKey::CloseRegistryKey() noexcept {
 
 void RegistryKey::CloseEverything() noexcept {
     CloseRegistryKey();
-    if (const HKEY hUser = std::exchange(m_hRegKeyCurrentUserLoaded, nullptr)) {
+    if (HKEY hUser = std::exchange(m_hRegKeyCurrentUserLoaded, nullptr)) {
         const LONG lResult = static_cast<LONG>(ToDword(Registry().Close(hUser)));
         VLM_ASSERT_IN(DebugCategory::Errors | DebugCategory::Registry, (0L == lResult),
                       VTEXT("RegCloseKey(m_hRegKeyCurrentUserLoaded) failed with lResult=%ld. %s"), lResult,
@@ -181,10 +181,9 @@ DWORD RegistryKey::CheckPlace() const noexcept {
 }
 
 void RegistryKey::PrepareToOpen(const CXString& kcsSubKey, DWORD dwAccess) {
-    const CXString csSubKey = kcsSubKey;  // may be the object's own
     CloseRegistryKey();
     InitializeRegistryKey();
-    m_csSubKey = csSubKey;
+    m_csSubKey = kcsSubKey;
     m_dwAccess = dwAccess;
     m_fReadOnly = (dwAccess & CHANGING_RIGHTS) == 0 && (dwAccess & 0x02000000) == 0;
     m_fCreated = false;

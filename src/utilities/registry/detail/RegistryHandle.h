@@ -18,7 +18,7 @@ public:
     RegistryHandle() noexcept = default;
     RegistryHandle(RegistryHandle&& rOther) noexcept : m_hKey(rOther.m_hKey) { rOther.m_hKey = nullptr; }
     RegistryHandle& operator=(RegistryHandle&& rOther) noexcept {
-        const HKEY hKey = rOther.m_hKey;
+        HKEY hKey = rOther.m_hKey;
         rOther.m_hKey = m_hKey;
         m_hKey = hKey;
         return *this;
@@ -32,7 +32,7 @@ public:
         return m_hKey;
     }
     HKEY Release() noexcept {
-        const HKEY hKey = m_hKey;
+        HKEY hKey = m_hKey;
         m_hKey = nullptr;
         return hKey;
     }
