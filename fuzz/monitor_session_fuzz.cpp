@@ -84,6 +84,8 @@ bool MayTouch(const Person& rPerson, Access eAccess, const std::string& rPath, c
     // On the way down keys are only passed through.
     if (eAccess == Access::Open && (Under(family, rPath) || Under(rPath, family) || Under(rPath, "hku"))) return true;
     const bool fLow = rPerson.dwIntegrity < IdentityPort::INTEGRITY_MEDIUM;
+    // The way to a caller's own storage is made for him.
+    if (eAccess == Access::Create && Under(rPath, family) && Under(storage + "\\" + own, rPath)) return true;
     if (Under(rPath, storage)) {
         const std::string rest = rPath.size() > storage.size() ? rPath.substr(storage.size() + 1) : "";
         const std::string first = rest.substr(0, rest.find('\\'));
