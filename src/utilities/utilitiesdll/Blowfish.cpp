@@ -120,9 +120,9 @@ void BlowFish::BlowFish_Decipher(DWORD& rdwLeft, DWORD& rdwRight) const noexcept
 
 template <bool ENCRYPT>
 void BlowFish::TransformData(BYTE* pbyData, DWORD dwLength) const noexcept {
+    constexpr std::ptrdiff_t PIECE = BLOCKS_AT_ONCE * std::ptrdiff_t{BLOCK_BYTES};
     BYTE* const pbyEnd = pbyData + dwLength;
-    for (; pbyEnd - pbyData >= static_cast<std::ptrdiff_t>(BLOCKS_AT_ONCE * BLOCK_BYTES);
-         pbyData += BLOCKS_AT_ONCE * BLOCK_BYTES) {
+    for (; pbyEnd - pbyData >= PIECE; pbyData += BLOCKS_AT_ONCE * BLOCK_BYTES) {
         DWORD adwLeft[BLOCKS_AT_ONCE], adwRight[BLOCKS_AT_ONCE];
         for (unsigned i = 0; i < BLOCKS_AT_ONCE; ++i) {
             adwLeft[i] = LoadBigEndian(pbyData + i * BLOCK_BYTES);

@@ -219,7 +219,7 @@ public:
         DWORD dwWritten = 0;
         Status status = dwSize == 0 ? Status::Success : Files().Write(Get(), pbyData, dwSize, dwWritten);
         if (status == Status::Success && dwWritten != dwSize) status = Status::DiskFull;
-        const HANDLE hFile = Get();
+        HANDLE hFile = Get();
         if (status == Status::Success) {
             VLM_REPORT(DebugCategory::Utils, VTEXT("Successfully wrote the buffer contents."));
             status = Close();
