@@ -10,6 +10,7 @@
 #include "platform/EventPort.h"
 #include "platform/Platform.h"
 #include "platform/SessionPort.h"
+#include "utilities/debuggingandexceptions/detail/diagnostics/EmissionGuard.h"
 #include "utilities/debuggingandexceptions/detail/failure/SafeText.h"
 #include "utilities/utilitiesdll/LoaderLock.h"
 #include "utilities/utilitiesdll/VelomUtilities_Desktop.h"
@@ -29,6 +30,8 @@ struct WaitingBox {
 
 unsigned ShowWaitingBox(void* pArgument) {
     {
+        // What is shown has been told already, and perhaps through the very output that fails.
+        const EmissionScope quiet;
         const std::unique_ptr<WaitingBox> apoBox(static_cast<WaitingBox*>(pArgument));
         VelomUtilities::NoHangDebugMessageBox(nullptr, apoBox->csText, apoBox->csCaption, apoBox->uStyle);
     }
