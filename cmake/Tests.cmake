@@ -111,6 +111,17 @@ if(loader_sources AND TARGET q9util073)
     q9_register_tests(test_loader loader)
 endif()
 
+# Several processes that share one log file.
+if(TARGET q9util073)
+    add_executable(log_writer "${PROJECT_SOURCE_DIR}/tests/dll/writer/LogWriter.cpp")
+    target_link_libraries(log_writer PRIVATE q9util073 q9_options q9_link_options)
+    find_package(Python3 REQUIRED COMPONENTS Interpreter)
+    add_test(NAME dll.ManyProcessesTest
+        COMMAND "${Python3_EXECUTABLE}" "${PROJECT_SOURCE_DIR}/tests/dll/ManyProcessesTest.py" "$<TARGET_FILE:log_writer>")
+    set_tests_properties(dll.ManyProcessesTest PROPERTIES TIMEOUT 180 LABELS dll)
+    add_dependencies(test-programs log_writer)
+endif()
+
 # The tool as a whole program: tests/tool/*Test.py run it as a user would, on Windows under Wine.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 if(TARGET q9diag)
