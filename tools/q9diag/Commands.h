@@ -24,6 +24,7 @@ void AddCounters(CommandLine& rLine);
 void AddDebug(CommandLine& rLine);           ///< show, set, categories, reload
 void AddPortMon(CommandLine& rLine);         ///< status, install, upgrade, remove
 void AddPortMonRequest(CommandLine& rLine);  ///< request
+void AddDebugLog(CommandLine& rLine);        ///< log, clear
 void AddDemo(CommandLine& rLine);
 void AddHelp(CommandLine& rLine);  ///< help, completion
 

@@ -23,14 +23,15 @@ constexpr Category CATEGORIES[] = {
 #undef VLM_CATEGORY
 };
 
-DebugMessageCategories MaskOf(std::string_view strName) {
+DebugMessageCategories MaskOf(std::string_view strName, const char* pszOption) {
     if (strName == "all") return DebugCategory::All;
     for (const Category& rCategory : CATEGORIES)
         if (strName == rCategory.pszName) return rCategory.ullMask;
     std::string strKnown = "all";
     for (const Category& rCategory : CATEGORIES)
         strKnown.append(", ").append(rCategory.pszName);
-    throw UsageError("--log: no such category: " + Printable(strName) + " (one of " + strKnown + ")");
+    throw UsageError(std::string(pszOption) + ": no such category: " + Printable(strName) + " (one of " + strKnown +
+                     ")");
 }
 
 std::string NamesOf(DebugMessageCategories categories) {
@@ -43,12 +44,12 @@ std::string NamesOf(DebugMessageCategories categories) {
 
 }  // namespace
 
-DebugMessageCategories ParseCategories(const std::string& strNames) {
+DebugMessageCategories ParseCategories(const std::string& strNames, const char* pszOption) {
     DebugMessageCategories categories = DebugCategory::None;
     std::string_view strRest = strNames;
     while (!strRest.empty()) {
         const std::size_t uComma = strRest.find(',');
-        categories |= MaskOf(strRest.substr(0, uComma));
+        categories |= MaskOf(strRest.substr(0, uComma), pszOption);
         strRest = uComma == std::string_view::npos ? std::string_view() : strRest.substr(uComma + 1);
     }
     return categories;

@@ -9,8 +9,9 @@
 
 namespace vlm::tool {
 
-/// The mask of category names with commas between, or "all".  @throws UsageError naming what is no category.
-DebugMessageCategories ParseCategories(const std::string& strNames);
+/// The mask of category names with commas between, or "all".
+/// @param pszOption named when something is no category.  @throws UsageError
+DebugMessageCategories ParseCategories(const std::string& strNames, const char* pszOption = "--log");
 
 /// Writes the messages of some categories to standard error while it lives; with no category nothing is installed.
 /// **Threads**: messages of any thread, one at a time.

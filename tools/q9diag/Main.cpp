@@ -9,6 +9,7 @@
 #include "Output.h"
 #include "platform/ProgramImpl.h"
 #include "platform/StoreChoice.h"
+#include "utilities/debuggingandexceptions/DebugMessageManager.h"
 
 namespace vlm::tool {
 
@@ -32,6 +33,7 @@ void DescribeCommands(CommandLine& rLine) {
     AddRegTree(rLine);
     AddCounters(rLine);
     AddDebug(rLine);
+    AddDebugLog(rLine);
     AddPortMon(rLine);
     AddPortMonRequest(rLine);
     AddDemo(rLine);
@@ -45,6 +47,8 @@ ColorChoice ColorOf(const std::string& strColor) {
 int RunCommand(CommandLine& rLine, const std::vector<std::string>& rvArguments) {
     const bool fJson = std::find(rvArguments.begin(), rvArguments.end(), "--json") != rvArguments.end();
     try {
+        // A command is over before anybody changes its settings.
+        GetDebugMessageManager().StopConfigUpdater();
         const CommandBody body = rLine.Parse(rvArguments);
         const std::string& rStore = rLine.Globals().strStore;
         if (!rStore.empty() && !ChooseStore(rStore.c_str()))
