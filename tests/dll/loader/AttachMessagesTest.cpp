@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 
 #include "dll/loader/Module.h"
@@ -51,6 +52,7 @@ public:
         RegSetValueExW(m_hKey, pszName, 0, REG_SZ, reinterpret_cast<const BYTE*>(rText.c_str()),
                        static_cast<DWORD>((rText.size() + 1) * sizeof(wchar_t)));
     }
+    static std::wstring NameFor(DWORD dwProcess) { return L"Software\\q9load-" + std::to_wstring(dwProcess); }
     /// How many values there are.
     DWORD Count() const {
         DWORD cValues = 0;
@@ -60,7 +62,7 @@ public:
     }
 
 private:
-    std::wstring m_name = L"Software\\q9load-" + std::to_wstring(GetCurrentProcessId());
+    std::wstring m_name = NameFor(GetCurrentProcessId());
     HKEY m_hMachine = nullptr;
     HKEY m_hKey = nullptr;
 };
@@ -110,11 +112,11 @@ TEST(AttachMessages, TellThatTheLibraryComesAndGoes) {
 
 /// The second process; ends with the library loaded.
 TEST(AttachMessages, DISABLED_OfAProcessThatEnds) {
-    static Settings& rSettings = *new Settings;
+    static Settings& rSettings = *std::make_unique<Settings>().release();
     rSettings.Set(L"MessagesEnabled", true);
     rSettings.Set(L"UseLogFile", true);
     rSettings.Set(L"LogFileName", std::wstring(_wgetenv(L"Q9_LOG")));
-    static Module& rModule = *new Module(Q9_LIBRARY_FILE);
+    static Module& rModule = *std::make_unique<Module>(Q9_LIBRARY_FILE).release();
     EXPECT_TRUE(rModule.IsLoaded());
 }
 
@@ -135,6 +137,7 @@ TEST(AttachMessages, TellThatTheProcessEnds) {
     EXPECT_EQ(dwExitCode, 0u);
     CloseHandle(oProcess.hThread);
     CloseHandle(oProcess.hProcess);
+    RegDeleteTreeW(HKEY_CURRENT_USER, Settings::NameFor(oProcess.dwProcessId).c_str());  // it left that behind
     EXPECT_THAT(log.Contents(), HasSubstr(LOADED));
     EXPECT_TRUE(log.Contents().ends_with(UNLOADED)) << log.Contents();
 }
