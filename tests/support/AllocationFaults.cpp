@@ -20,6 +20,7 @@ struct ThreadState {
     unsigned cExempt;
     std::uint64_t ullCount;
     std::uint64_t ullFailAt;
+    std::uint64_t ullBytes;
 };
 constinit thread_local ThreadState tState{};
 
@@ -27,9 +28,10 @@ constinit PoolHooks goPools{};
 constinit std::int64_t gllPoolBlocksBefore = 0;
 
 /// Counts an allocation of the thread.  @return whether it is to fail.
-bool Fails() noexcept {
+bool Fails(std::size_t cBytes) noexcept {
     if (!tState.fArmed || tState.cExempt != 0) return false;
     ++tState.ullCount;
+    tState.ullBytes += cBytes;
     const bool fFails = tState.ullCount == tState.ullFailAt || (tState.fFrom && tState.ullCount > tState.ullFailAt);
     tState.fFired = tState.fFired || fFails;
     return fFails;
@@ -86,7 +88,7 @@ void Forget(void* p) noexcept {
 /// @return null when the allocation is to fail.
 void* Allocate(std::size_t cBytes, std::size_t cAlignment) noexcept {
     const bool fCounted = tState.fArmed && tState.cExempt == 0;
-    if (Fails()) return nullptr;
+    if (Fails(cBytes)) return nullptr;
     if (cBytes == 0) cBytes = 1;
     void* p = nullptr;
     if (cAlignment <= alignof(std::max_align_t)) {
@@ -133,9 +135,9 @@ AllocationFaults::AllocationFaults(std::uint64_t ullFailAt, bool fFrom) noexcept
     if (goPools.pfnExchangeGate && IN_FORCE) {
         goPools.pfnLeaveLists();
         gllPoolBlocksBefore = goPools.pfnOutstanding();
-        goPools.pfnExchangeGate([]() noexcept { return !Fails(); });
+        goPools.pfnExchangeGate([](std::size_t cBytes) noexcept { return !Fails(cBytes); });
     }
-    tState = {true, fFrom, false, tState.cExempt, 0, ullFailAt};
+    tState = {true, fFrom, false, tState.cExempt, 0, ullFailAt, 0};
 }
 
 AllocationFaults::~AllocationFaults() {
@@ -145,6 +147,10 @@ AllocationFaults::~AllocationFaults() {
 
 std::uint64_t AllocationFaults::Count() const noexcept {
     return tState.ullCount;
+}
+
+std::uint64_t AllocationFaults::Bytes() const noexcept {
+    return tState.ullBytes;
 }
 
 bool AllocationFaults::HasFired() const noexcept {

@@ -38,6 +38,8 @@ public:
 
     /// Allocations so far, failed ones included.
     std::uint64_t Count() const noexcept;
+    /// Bytes asked for so far: what an input costs, told without a clock.
+    std::uint64_t Bytes() const noexcept;
     bool HasFired() const noexcept;
     /// Allocations made under this object that nobody, on any thread, has given back so far.
     std::size_t Outstanding() const noexcept;
@@ -45,7 +47,7 @@ public:
 
 /// How the pools take part: registered by the test programs that have them (floor 1 and above).
 struct PoolHooks {
-    using Gate = bool (*)() noexcept;
+    using Gate = bool (*)(std::size_t cBytes) noexcept;
     Gate (*pfnExchangeGate)(Gate) noexcept;
     void (*pfnLeaveLists)() noexcept;  ///< the calling thread asks the gate for every block from now on
     std::int64_t (*pfnOutstanding)() noexcept;

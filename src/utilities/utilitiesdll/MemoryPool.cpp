@@ -72,7 +72,7 @@ inline ThreadList* OwnList(std::size_t cBytes) noexcept {
 
 [[gnu::noinline]] void* TryAllocateOutOfLine(std::size_t cBytes) noexcept {
     const MemoryPool::AllocationGate pfnGate = gpfnGate.load(std::memory_order_relaxed);
-    if (pfnGate && !pfnGate()) return nullptr;
+    if (pfnGate && !pfnGate(cBytes)) return nullptr;
     if (cBytes > MemoryPool::MAX_POOLED_BYTES) {
         void* const pBlock = gpfnAllocate.load(std::memory_order_relaxed)(cBytes);
         if (pBlock) gllLargeBlocks.fetch_add(1, std::memory_order_relaxed);

@@ -45,7 +45,7 @@ public:
     static RawAllocator ExchangeRawAllocator(RawAllocator pfnAllocate) noexcept;
 
     /// Asked before each block that a thread without lists takes; false: there is no memory.
-    using AllocationGate = bool (*)() noexcept;
+    using AllocationGate = bool (*)(std::size_t cBytes) noexcept;
     /// Puts a gate in force (null: none) and returns the former; for tests that make chosen blocks fail.  Meanwhile no
     /// thread gets new lists, so that one that cleaned up before asks for every block.
     static AllocationGate ExchangeAllocationGate(AllocationGate pfnGate) noexcept;
