@@ -24,7 +24,7 @@ foreach(source IN LISTS fuzz_sources)
     # As for the tests: GCC 12 sees copies beyond the end of short vectors and strings that nobody makes.
     target_compile_options(${target} PRIVATE
         $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread>)
-    q9_link_floors(${target} ${Q9_ALL_OBJECTS})
+    q9_link_floors(${target} ${Q9_FLOOR_OBJECTS_7} q9_monitor)    # no entry point: the targets change the platform
     if(name STREQUAL "settings_json")    # the tool's reader and writer of settings, with its JSON library
         foreach(unit Failure JsonObject JsonText RecordJson Settings SettingsJson SettingsText Text Units)
             target_sources(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tools/q9diag/${unit}.cpp")

@@ -4,11 +4,15 @@
 add_custom_target(test-programs)
 
 # Registers each test of a program with CTest, under the prefix "<folder>.".  The host's store is kept in memory: no test
-# writes to the user's own.
+# writes to the user's own.  The monitor's tests share one folder and one name in the spooler, so they run one at a time.
 function(q9_register_tests target folder)
+    set(lock "")
+    if(folder STREQUAL "portmonitor")
+        set(lock RESOURCE_LOCK monitor)
+    endif()
     add_dependencies(test-programs ${target})
     gtest_discover_tests(${target} TEST_PREFIX "${folder}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-        PROPERTIES TIMEOUT ${Q9_TEST_TIMEOUT} LABELS ${folder} ENVIRONMENT "Q9_STORE=:memory:")
+        PROPERTIES TIMEOUT ${Q9_TEST_TIMEOUT} LABELS ${folder} ENVIRONMENT "Q9_STORE=:memory:" ${lock})
 endfunction()
 
 # q9_add_test_program(<folder> <objects>...): test_<folder> from tests/<folder>/, if there are sources.

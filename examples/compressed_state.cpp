@@ -36,6 +36,6 @@ int main() {
     ByteBuffer bbPlain(std::vector<BYTE>{'p', 'l', 'a', 'i', 'n'});
     std::printf("plain data: %s\n", CabCompressedBuffer::TryToUncompressStateData(bbPlain) ? "a state" : "no state");
     ByteBuffer bbMaybe(bbState);
-    std::printf("a state: %s, now %zu bytes\n",
-                CabCompressedBuffer::TryToUncompressStateData(bbMaybe) ? "a state" : "no state", bbMaybe.size());
+    const bool bState = CabCompressedBuffer::TryToUncompressStateData(bbMaybe);
+    std::printf("a state: %s, now %zu bytes\n", bState ? "a state" : "no state", bbMaybe.size());
 }

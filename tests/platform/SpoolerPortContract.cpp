@@ -12,7 +12,7 @@ namespace vlm::test {
 namespace {
 
 /// The monitor that the system brings along on Windows; the other spoolers get this one in its place.
-constexpr const XCHAR* MONITOR_DLL = VTEXT("localmon.dll");
+constexpr const XCHAR* MONITOR_DLL = VTEXT("localspl.dll");
 constexpr const XCHAR* COMMAND = VTEXT("MonitorUI");
 constexpr XStringView ANSWER = VTEXT("localui.dll");
 
