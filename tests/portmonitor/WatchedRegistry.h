@@ -114,8 +114,9 @@ private:
         }
         return path;
     }
-    Status Keep(Status eStatus, HKEY hKey, const std::string& rPath) {
-        if (eStatus == Status::Success) m_mapPaths[hKey] = rPath;
+    /// The key by reference: the call that opens it is an argument, too, and may be evaluated last.
+    Status Keep(Status eStatus, const HKEY& rhKey, const std::string& rPath) {
+        if (eStatus == Status::Success) m_mapPaths[rhKey] = rPath;
         return eStatus;
     }
     void Tell(Access eAccess, const std::string& rPath, const XCHAR* pszValue = nullptr) {
