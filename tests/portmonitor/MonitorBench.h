@@ -115,12 +115,22 @@ inline ULONGLONG TokenIn(const Answer& rAnswer) {
 /// Everything below a key, one line for each key and value; links are named and not followed.
 inline std::string Dump(RegistryPort& rRegistry, HKEY hKey, const std::string& rIndent = "") {
     std::string text;
-    std::vector<XCHAR> vchName(RegistryPort::MAX_VALUE_NAME + 1);
-    std::vector<BYTE> vbyData(1024 * 1024);
+    std::vector<XCHAR> vchName(512);
+    std::vector<BYTE> vbyData(1024);
     for (DWORD i = 0;; ++i) {
-        DWORD cName = static_cast<DWORD>(vchName.size()), dwType = 0, cbData = static_cast<DWORD>(vbyData.size());
-        if (rRegistry.EnumerateValue(hKey, i, vchName.data(), cName, dwType, vbyData.data(), cbData) != Status::Success)
-            break;
+        DWORD cName = 0, dwType = 0, cbData = 0;
+        const auto read = [&] {
+            cName = static_cast<DWORD>(vchName.size());
+            cbData = static_cast<DWORD>(vbyData.size());
+            return rRegistry.EnumerateValue(hKey, i, vchName.data(), cName, dwType, vbyData.data(), cbData);
+        };
+        Status eStatus = read();
+        if (eStatus == Status::MoreData) {
+            vchName.resize(RegistryPort::MAX_VALUE_NAME + 1);
+            vbyData.resize(1024 * 1024);
+            eStatus = read();
+        }
+        if (eStatus != Status::Success) break;
         text += rIndent + Narrow(XStringView(vchName.data(), cName)) + "=" + std::to_string(dwType) + ":" +
                 ToHex(vbyData.data(), cbData) + "\n";
     }
