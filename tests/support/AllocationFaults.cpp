@@ -158,6 +158,7 @@ bool AllocationFaults::HasFired() const noexcept {
 }
 
 std::size_t AllocationFaults::Outstanding() const noexcept {
+    if (!IN_FORCE) return 0;
     const std::int64_t llPoolBlocks = goPools.pfnOutstanding ? goPools.pfnOutstanding() - gllPoolBlocksBefore : 0;
     return gcTracked.load() + static_cast<std::size_t>(llPoolBlocks);
 }
