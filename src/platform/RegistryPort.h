@@ -78,6 +78,7 @@ public:
                           bool& rfCreated) noexcept = 0;
     /// As Create, for one component; a key that is made gets an access list of its own in the same step: the system and
     /// administrators may do everything, `pszReaderSid` may read, nobody else anything.  A key that exists keeps its.
+    /// A link of that name is opened itself: nothing is made where it leads.
     /// On systems without access lists the same as Create.
     /// @return InvalidParameter for a name that is empty or no single component, or a SID text that is none.
     virtual Status CreateRestricted(HKEY hParent, const XCHAR* pszName, DWORD dwRights, const XCHAR* pszReaderSid,

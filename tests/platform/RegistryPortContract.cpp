@@ -310,6 +310,18 @@ TEST_P(RegistryPortContract, ALinkIsFollowedUnlessItIsOpenedItself) {
     EXPECT_EQ(Registry().OpenLink(m_hKey, VTEXT("link\\below"), READ, hKey, fLink), Status::Success);
     EXPECT_FALSE(fLink);
     EXPECT_EQ(Registry().Close(hKey), Status::Success);
+    // A link to nothing: who could plant it would choose what a caller with more rights makes.
+    bool fCreated = true;
+    const HKEY hGone = Make(m_hKey, VTEXT("gone"), ALL);
+    EXPECT_EQ(Registry().CreateLink(m_hKey, VTEXT("trap"), hGone), Status::Success);
+    EXPECT_EQ(Registry().Close(hGone), Status::Success);
+    EXPECT_EQ(Registry().DeleteKey(m_hKey, VTEXT("gone")), Status::Success);
+    EXPECT_EQ(Registry().CreateRestricted(m_hKey, VTEXT("trap"), ALL, VTEXT("S-1-5-18"), hKey, fCreated),
+              Status::Success);
+    EXPECT_FALSE(fCreated);
+    EXPECT_EQ(TryOpen(m_hKey, VTEXT("gone")), Status::FileNotFound);
+    EXPECT_EQ(Registry().DeleteOpenKey(hKey), Status::Success);
+    EXPECT_EQ(Registry().Close(hKey), Status::Success);
     EXPECT_EQ(Registry().OpenLink(m_hKey, VTEXT("link"), ALL, hKey, fLink), Status::Success);
     EXPECT_TRUE(fLink);
     EXPECT_EQ(KeyNames(hKey), std::vector<XString>());

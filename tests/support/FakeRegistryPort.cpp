@@ -202,6 +202,11 @@ Status FakeRegistryPort::CreateRestricted(HKEY hParent, const XCHAR* pszName, DW
     const std::lock_guard oLock(m_oMutex);
     const XString name = NameOf(pszName), reader = NameOf(pszReaderSid);
     if (name.empty() || name.find(VTEXT('\\')) != XString::npos || !IsSidText(reader)) return Status::InvalidParameter;
+    bool fLink = false;
+    if (OpenLink(hParent, pszName, dwRights, rhKey, fLink) == Status::Success) {
+        rfCreated = false;
+        return Status::Success;
+    }
     const Status eStatus = Create(hParent, pszName, dwRights, false, rhKey, rfCreated);
     if (eStatus == Status::Success && rfCreated) m_mapOpen[rhKey].shpoKey->reader = reader;
     return eStatus;

@@ -111,8 +111,8 @@ Status Win32RegistryPort::CreateRestricted(HKEY hParent, const XCHAR* pszName, D
     SECURITY_ATTRIBUTES oAttributes{sizeof(SECURITY_ATTRIBUTES), pDescriptor, FALSE};
     HKEY hKey = nullptr;
     DWORD dwDisposition = 0;
-    const LSTATUS lStatus = RegCreateKeyExW(hParent, pszName, 0, nullptr, REG_OPTION_NON_VOLATILE, dwRights,
-                                            &oAttributes, &hKey, &dwDisposition);
+    const LSTATUS lStatus = RegCreateKeyExW(hParent, pszName, 0, nullptr, REG_OPTION_OPEN_LINK, dwRights, &oAttributes,
+                                            &hKey, &dwDisposition);
     if (lStatus != ERROR_SUCCESS) return StatusOfCall(lStatus);
     rhKey = hKey;
     rfCreated = dwDisposition == REG_CREATED_NEW_KEY;
