@@ -87,4 +87,32 @@ inline constexpr std::size_t MAX_KEY_LEVELS = 512;
 inline constexpr std::uint32_t MAX_STORAGE_KEYS = 10000;
 inline constexpr std::uint64_t MAX_STORAGE_BYTES = 16 * 1024 * 1024;
 
+// ---- product data ----
+
+/// A map file in bytes, one line of it in characters, its records, and the sysObjectIds of one record.
+inline constexpr std::size_t MAX_MAP_FILE_BYTES = 64 * 1024 * 1024;
+inline constexpr std::size_t MAX_MAP_LINE_UNITS = 64 * 1024;
+inline constexpr std::size_t MAX_MAP_RECORDS = 100'000;
+inline constexpr std::size_t MAX_MAP_OBJECT_IDS = 1024;
+/// Characters of all map data of one file, once what its lines for all models say stands in every record.
+inline constexpr std::size_t MAX_MAP_DATA_UNITS = 64 * 1024 * 1024;
+
+/// A PDL command file in bytes, its instructions, and the bytes that one command makes.
+inline constexpr std::size_t MAX_PDL_FILE_BYTES = 4 * 1024 * 1024;
+inline constexpr std::size_t MAX_PDL_INSTRUCTIONS = 65536;
+inline constexpr std::size_t MAX_PDL_COMMAND_BYTES = 64 * 1024;
+
+/// What one unpacking may make, nested cabinet files included: files, bytes, cabinet files and their nesting.
+inline constexpr std::size_t MAX_UNPACKED_FILES = 65535;
+inline constexpr std::uint64_t MAX_UNPACKED_BYTES = 2ull * 1024 * 1024 * 1024;
+inline constexpr std::size_t MAX_UNPACKED_CABINETS = 1000;
+inline constexpr unsigned MAX_CABINET_NESTING = 4;
+
+/// A tree of folders: levels, and entries of all its folders together.
+inline constexpr unsigned MAX_FOLDER_LEVELS = 32;
+inline constexpr std::size_t MAX_FOLDER_ENTRIES = 262'144;
+
+/// One file of product data.
+inline constexpr std::uint32_t MAX_PRODUCT_FILE_BYTES = 64 * 1024 * 1024;
+
 }  // namespace vlm::bounds
