@@ -2,8 +2,10 @@
 /// Registry reads through the class beside the bare calls of the port, on a store in memory.
 #include <benchmark/benchmark.h>
 
+#include "environment/PortMonitor.h"
 #include "platform/Platform.h"
 #include "platform/RegistryPort.h"
+#include "platform/SpoolerPort.h"
 #include "platform/StoreChoice.h"
 #include "utilities/registry/RegistryKey.h"
 #include "utilities/registry/RegistryMultiValueOperations.h"
@@ -95,7 +97,28 @@ void OpenThroughTheClass(benchmark::State& rState) {
         benchmark::DoNotOptimize(RegistryKey::TryOpenRegistryKey(HKeyRegistry::Hkey_Current_User, PATH));
 }
 
+/// The same read as a request to the port monitor, which the embedded spooler has in this process.
+void ReadForwarded(benchmark::State& rState) {
+    Key();
+    vlm::SpoolerPort& rSpooler = *vlm::GetPlatform().pSpooler;
+    rSpooler.AddMonitorDll(VTEXT("Velom Virtualization Port"), vlm::SpoolerPort::ENVIRONMENT, VTEXT("q7lrsl.dll"));
+    VelomPortMonitor oMonitor;
+    HKEY hKey = nullptr;
+    const CXString csName = VTEXT("value7");
+    if (!oMonitor.CreateKey(HKeyRegistry::Hkey_Machine_Version, CXString(VTEXT("Bench")), RegistryKey::FULL_ACCESS,
+                            hKey) ||
+        !oMonitor.SetLongValue(hKey, csName, 7)) {
+        rState.SkipWithError("the monitor refused");
+        return;
+    }
+    LONG lValue = 0;
+    for (auto _ : rState)
+        benchmark::DoNotOptimize(oMonitor.GetLongValue(hKey, csName, lValue));
+    oMonitor.CloseKey(hKey);
+}
+
 BENCHMARK(ReadBare);
+BENCHMARK(ReadForwarded);
 BENCHMARK(ReadThroughTheClass);
 BENCHMARK(ReadAbsentThroughTheClass);
 BENCHMARK(QueryManyBare);

@@ -8,6 +8,7 @@ find_package(benchmark REQUIRED)
 find_package(Qt5 REQUIRED COMPONENTS Core)
 find_package(ICU REQUIRED COMPONENTS uc i18n)
 find_package(fmt REQUIRED)
+find_package(spdlog REQUIRED)
 find_package(absl REQUIRED)
 find_package(Boost REQUIRED)
 find_package(Protobuf REQUIRED)
@@ -15,7 +16,7 @@ pkg_check_modules(BENCH_PEERS REQUIRED IMPORTED_TARGET libdeflate libisal)
 
 add_library(q9_bench_peers INTERFACE)
 target_link_libraries(q9_bench_peers INTERFACE benchmark::benchmark benchmark::benchmark_main Qt5::Core ICU::uc ICU::i18n
-    fmt::fmt absl::strings absl::cord absl::hash absl::flat_hash_map Boost::headers protobuf::libprotobuf PkgConfig::BENCH_PEERS)
+    fmt::fmt spdlog::spdlog absl::strings absl::cord absl::hash absl::flat_hash_map Boost::headers protobuf::libprotobuf PkgConfig::BENCH_PEERS)
 
 file(GLOB bench_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/benchmarks/*_bench.cpp")
 file(GLOB bench_protos CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/benchmarks/*.proto")

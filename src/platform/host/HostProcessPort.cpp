@@ -14,6 +14,7 @@
 #include <new>
 #include <system_error>
 
+#include "platform/host/HostIds.h"
 #include "platform/host/HostNames.h"
 
 namespace vlm::host {
@@ -67,7 +68,7 @@ Status HostProcessPort::FreeResources(HINSTANCE) noexcept {
 }
 
 DWORD HostProcessPort::CurrentProcessId() noexcept {
-    return static_cast<DWORD>(getpid());
+    return CurrentProcess();
 }
 
 std::size_t HostProcessPort::EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept

@@ -28,6 +28,7 @@
 #include <new>
 #include <utility>
 
+#include "platform/host/HostIds.h"
 #include "platform/host/Undying.h"
 
 namespace vlm::host {
@@ -102,7 +103,7 @@ struct Store {
     std::string path;  ///< as chosen; empty: the default
     Database apoDatabase;
     std::map<const char*, Statement> mapStatements;
-    pid_t iOwner = 0;
+    DWORD dwOwner = 0;
     bool fInMemory = false;
     std::uint64_t ullNumber = 1;
     std::int64_t llClassesKey = 0;
@@ -223,7 +224,7 @@ void Open(Store& rStore) {
         },
         nullptr);
     rStore.fInMemory = path == MEMORY_PATH;
-    rStore.iOwner = getpid();
+    rStore.dwOwner = CurrentProcess();
     rStore.apoDatabase = std::move(apoDatabase);
 }
 
@@ -241,7 +242,7 @@ bool SetHostStorePath(const char* pszPath) noexcept try {
     std::string path(pszPath ? pszPath : "");
     Store& rStore = TheStore();
     const std::lock_guard oLock(rStore.oMutex);
-    if (!rStore.fInMemory && rStore.iOwner != getpid()) {
+    if (!rStore.fInMemory && rStore.dwOwner != CurrentProcess()) {
         LeaveToParent(rStore);
     } else {
         rStore.mapStatements.clear();
@@ -317,7 +318,7 @@ std::string_view StoreStatement::Bytes(int iColumn) noexcept {
 
 StoreTransaction::StoreTransaction(Kind eKind) : m_oLock(TheStore().oMutex) {
     Store& rStore = TheStore();
-    if (rStore.apoDatabase && !rStore.fInMemory && rStore.iOwner != getpid()) LeaveToParent(rStore);
+    if (rStore.apoDatabase && !rStore.fInMemory && rStore.dwOwner != CurrentProcess()) LeaveToParent(rStore);
     if (!rStore.apoDatabase) Open(rStore);
     m_pDatabase = rStore.apoDatabase.get();
     // A writer takes its place at the start: upgrading later could only end in a dead end for one of two.

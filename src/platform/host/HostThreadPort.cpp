@@ -3,7 +3,6 @@
 #include "platform/host/HostThreadPort.h"
 
 #include <pthread.h>
-#include <unistd.h>
 
 #include <climits>
 #include <cstdlib>
@@ -11,6 +10,7 @@
 #include <new>
 
 #include "platform/PoolPointerImpl.h"
+#include "platform/host/HostIds.h"
 #include "platform/host/HostNames.h"
 
 namespace vlm::host {
@@ -57,7 +57,7 @@ void HostThreadPort::LocalRelease(void* pMemory) noexcept {
 }
 
 DWORD HostThreadPort::CurrentThreadId() noexcept {
-    return static_cast<DWORD>(gettid());
+    return CurrentThread();
 }
 
 }  // namespace vlm::host

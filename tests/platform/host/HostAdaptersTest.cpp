@@ -95,6 +95,21 @@ TEST(HostFilePort, AFullDiskIsNamedAndAPipeIsNotWaitedFor) {
     std::filesystem::remove(oPath);
 }
 
+TEST(HostIds, AreTheSystemsAlsoOnOtherThreadsAndInChildren) {
+    const Platform& rPlatform = GetSystemPlatform();
+    const auto isRight = [&] {
+        return rPlatform.pProcess->CurrentProcessId() == static_cast<DWORD>(getpid()) &&
+               rPlatform.pThreads->CurrentThreadId() == static_cast<DWORD>(gettid());
+    };
+    EXPECT_TRUE(isRight());
+    std::thread([&] { EXPECT_TRUE(isRight()); }).join();
+    const pid_t iChild = fork();
+    if (iChild == 0) _exit(isRight() ? 0 : 1);
+    int iState = 1;
+    waitpid(iChild, &iState, 0);
+    EXPECT_EQ(iState, 0);
+}
+
 std::atomic<int> giEnded{0};
 std::atomic<DWORD> gdwSlot{0};
 
