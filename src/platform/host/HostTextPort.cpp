@@ -92,9 +92,9 @@ std::size_t HostTextPort::ToNarrow(DWORD dwCodePage, const XCHAR* pSource, std::
     if (pSource == nullptr || cUnits > INT_MAX) return 0;
     Writer<char> oWriter(pTarget, pTarget ? cCapacity : 0);
     if (dwCodePage == CODE_PAGE_ANSI || dwCodePage == CODE_PAGE_1252) {
-        for (std::size_t i = 0; i < cUnits; ++i)
-            oWriter.Put(Narrow1252(pSource[i]));
-        return oWriter.Result();
+        const std::size_t cRoom = std::min(cUnits, pTarget ? cCapacity : 0);
+        std::transform(pSource, pSource + cRoom, pTarget, &Narrow1252);
+        return pTarget && cUnits > cCapacity ? 0 : cUnits;
     }
     if (dwCodePage != CODE_PAGE_UTF8) return 0;
     for (std::size_t i = 0; i < cUnits; ++i) {

@@ -30,7 +30,8 @@ public:
         bool HasEntered() const noexcept { return m_pdwEntry != nullptr; }
 
     private:
-        std::atomic<DWORD>* m_pdwEntry;
+        ThreadGuard* m_pGuard = nullptr;
+        std::atomic<DWORD>* m_pdwEntry = nullptr;
     };
 
 private:
@@ -38,6 +39,7 @@ private:
 
     // Ids of the threads inside, 0 where free.  A thread only ever looks for and clears its own.
     std::array<std::atomic<DWORD>, ROOM> m_adwThreads{};
+    std::atomic<std::size_t> m_cInside{0};
 };
 
 }  // namespace vlm
