@@ -16,9 +16,10 @@ public:
         DWORD cLinks = 0;         ///< names that the file has
         ULONGLONG ullVolume = 0;  ///< with ullFile: equal for two handles of one file
         ULONGLONG ullFile = 0;
-        bool fDisk = false;   ///< a file on a medium; no device, pipe or console
-        bool fLink = false;   ///< a symbolic link, a junction or another reparse point itself
-        bool fLocal = false;  ///< on a medium of this machine
+        ULONGLONG ullWritten = 0;  ///< last write, in steps of 100 ns since 1601-01-01 00:00 UTC; 0 where there is none
+        bool fDisk = false;        ///< a file on a medium; no device, pipe or console
+        bool fLink = false;        ///< a symbolic link, a junction or another reparse point itself
+        bool fLocal = false;       ///< on a medium of this machine
     };
 
     virtual ~OpenFilePort() = default;

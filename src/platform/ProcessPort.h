@@ -10,7 +10,17 @@ namespace vlm {
 /// Threads: any.  Failure: by a count of 0, or by status; nothing throws.
 class ProcessPort {
 public:
+    /// The operating system that the process runs on.
+    struct System {
+        bool fWindows = false;
+        bool f64Bit = false;  ///< the system itself, whatever the process is
+        DWORD dwMajor = 0;    ///< version as the system numbers itself; 0 for others than Windows
+        DWORD dwMinor = 0;
+    };
+
     virtual ~ProcessPort() = default;
+
+    virtual System DescribeSystem() noexcept = 0;
 
     /// Full path of a module (null: the executable; host: any address inside the module), always terminated.
     /// @param cCapacity room in code units, the terminator included.

@@ -36,6 +36,11 @@ public:
 
     /// Never 0; unique among the threads alive.
     virtual DWORD CurrentThreadId() noexcept = 0;
+
+    /// The calling thread's last error: the system's own on Windows, where any of its calls may set it; on the host the
+    /// number that the thread left here, 0 at its start.
+    virtual DWORD LastError() noexcept = 0;
+    virtual void LeaveLastError(DWORD dwError) noexcept = 0;
 };
 
 /// A recursive lock of the process: the system's critical section, or its equal.

@@ -3,6 +3,8 @@
 #include "platform/OpenFilePort.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <ctime>
 #include <thread>
 #include <vector>
 
@@ -166,6 +168,11 @@ TEST_P(OpenFilePortContract, FactsTellFilesApart) {
     EXPECT_EQ(oFirst.ullFile, oAgain.ullFile);
     EXPECT_EQ(oFirst.ullVolume, oOther.ullVolume);
     EXPECT_NE(oFirst.ullFile, oOther.ullFile);
+    EXPECT_EQ(oFirst.ullWritten, oAgain.ullWritten);
+    if (!IsFake()) {
+        const LONGLONG llSeconds = static_cast<LONGLONG>(oFirst.ullWritten / 10'000'000) - 11'644'473'600;
+        EXPECT_LE(std::abs(llSeconds - static_cast<LONGLONG>(std::time(nullptr))), 3600);
+    }
     EXPECT_EQ(oFirst.cLinks, 1u);
     EXPECT_TRUE(oFirst.fDisk);
     EXPECT_TRUE(oFirst.fLocal);

@@ -116,6 +116,7 @@ TEST_P(ProcessPortContract, EnvironmentVariablesAreWholeOrNotThere) {
 }
 
 TEST_P(ProcessPortContract, TheComputerHasAName) {
+    EXPECT_EQ(Process().DescribeSystem().dwMajor != 0, Process().DescribeSystem().fWindows);
     XCHAR szName[300];
     const std::size_t cUnits = Process().ComputerName(szName, std::size(szName));
     ASSERT_GT(cUnits, 0u);

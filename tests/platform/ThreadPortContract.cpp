@@ -91,6 +91,12 @@ TEST_P(ThreadPortContract, ThreadsHaveNumbersOfTheirOwn) {
     EXPECT_EQ(dwHere, Threads().CurrentThreadId());
 }
 
+TEST_P(ThreadPortContract, EachThreadHasItsOwnLastError) {
+    Threads().LeaveLastError(4711);
+    std::thread([&] { Threads().LeaveLastError(1); }).join();
+    EXPECT_EQ(Threads().LastError(), 4711u);
+}
+
 Q9_CONTRACT_SUITE(ThreadPortContract);
 
 TEST(PoolPointer, IsOnePerThread) {

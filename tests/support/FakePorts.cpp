@@ -215,6 +215,14 @@ DWORD FakeThreadPort::CurrentThreadId() noexcept {
     return SystemThreads().CurrentThreadId();
 }
 
+DWORD FakeThreadPort::LastError() noexcept {
+    return SystemThreads().LastError();
+}
+
+void FakeThreadPort::LeaveLastError(DWORD dwError) noexcept {
+    SystemThreads().LeaveLastError(dwError);
+}
+
 LONGLONG FakeClockPort::PerformanceCounter() noexcept {
     return static_cast<LONGLONG>(static_cast<double>(m_llMilliseconds) / 1000.0 * static_cast<double>(m_llFrequency));
 }

@@ -80,7 +80,10 @@ public:
     void SetComputerNameTo(XStringView svName) { m_computerName = svName; }
     /// Another process of the system.
     void AddProcess(DWORD dwId) { m_vdwOthers.push_back(dwId); }
+    /// (64-bit Windows 10.0 at the beginning.)
+    void SetSystemTo(const System& rSystem) { m_oSystem = rSystem; }
 
+    System DescribeSystem() noexcept override { return m_oSystem; }
     std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     Status SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
@@ -102,6 +105,7 @@ private:
     XString m_strCommandLine = VTEXT("\"C:\\Program Files\\Test\\test.exe\" /quiet");
     XString m_computerName = VTEXT("TESTBENCH");
     std::vector<DWORD> m_vdwOthers;
+    System m_oSystem{.fWindows = true, .f64Bit = true, .dwMajor = 10, .dwMinor = 0};
     std::atomic<DWORD> m_dwProcessId{4711};
 };
 
@@ -118,6 +122,8 @@ public:
     void* LocalAllocate(std::size_t cBytes) noexcept override;
     void LocalRelease(void* pMemory) noexcept override;
     DWORD CurrentThreadId() noexcept override;
+    DWORD LastError() noexcept override;
+    void LeaveLastError(DWORD dwError) noexcept override;
 
 private:
     std::atomic<LONGLONG> m_llSlots{0};

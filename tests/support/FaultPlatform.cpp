@@ -159,6 +159,7 @@ public:
 class FaultProcess final : public Wrapper<ProcessPort> {
 public:
     using Wrapper::Wrapper;
+    System DescribeSystem() noexcept override { return m_rBelow.DescribeSystem(); }
     std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override {
         return GuardValue([&] { return m_rBelow.ModulePath(hModule, pTarget, cCapacity); });
     }
@@ -209,6 +210,8 @@ public:
     }
     void LocalRelease(void* pMemory) noexcept override { m_rBelow.LocalRelease(pMemory); }
     DWORD CurrentThreadId() noexcept override { return m_rBelow.CurrentThreadId(); }
+    DWORD LastError() noexcept override { return m_rBelow.LastError(); }
+    void LeaveLastError(DWORD dwError) noexcept override { m_rBelow.LeaveLastError(dwError); }
 };
 
 /// The callbacks fail, too, instead of reaching the caller's code.

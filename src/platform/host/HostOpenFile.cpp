@@ -40,6 +40,14 @@ bool IsRemote(std::uint32_t uFileSystem) noexcept {
     return std::find(REMOTE.begin(), REMOTE.end(), uFileSystem) != REMOTE.end();
 }
 
+/// Steps of 100 ns since 1601; 0 for what lies before.
+ULONGLONG StepsSince1601(const timespec& rTime) noexcept {
+    constexpr LONGLONG STEPS_PER_SECOND = 10'000'000, SECONDS_TO_1970 = 11'644'473'600;
+    const LONGLONG llSeconds = LONGLONG{rTime.tv_sec} + SECONDS_TO_1970;
+    if (llSeconds < 0 || llSeconds > LLONG_MAX / STEPS_PER_SECOND - 1) return 0;
+    return static_cast<ULONGLONG>(llSeconds * STEPS_PER_SECOND + rTime.tv_nsec / 100);
+}
+
 /// One write behind all data.  -1 with `errno`.
 ssize_t AppendOnce(int iFile, const void* pSource, std::size_t cBytes) noexcept {
     iovec oPiece{const_cast<void*>(pSource), cBytes};
@@ -83,6 +91,7 @@ Status HostFilePort::GetFacts(HANDLE hFile, Facts& rFacts) noexcept {
     oFacts.cLinks = static_cast<DWORD>(std::min<std::uint64_t>(oStat.st_nlink, UINT32_MAX));
     oFacts.ullVolume = oStat.st_dev;
     oFacts.ullFile = oStat.st_ino;
+    oFacts.ullWritten = StepsSince1601(oStat.st_mtim);
     oFacts.fDisk = S_ISREG(oStat.st_mode);
     oFacts.fLink = S_ISLNK(oStat.st_mode);
     oFacts.fLocal = fstatfs(oFile->iFile, &oSystem) == 0 && !IsRemote(static_cast<std::uint32_t>(oSystem.f_type));

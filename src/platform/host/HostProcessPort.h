@@ -8,6 +8,7 @@ namespace vlm::host {
 
 class HostProcessPort final : public ProcessPort {
 public:
+    System DescribeSystem() noexcept override { return {.fWindows = false, .f64Bit = sizeof(void*) == 8}; }
     std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     Status SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override;

@@ -22,6 +22,7 @@ constinit pthread_key_t goPoolKey = 0;
 constinit bool gfPoolKey = false;
 using ThreadEnd = void (*)(void*);
 constinit ThreadEnd gpfnPoolThreadEnd = nullptr;
+constinit thread_local DWORD tdwLastError = 0;
 
 void EndPoolOfThread(void* pValue) {
     vlm::detail::tpPool = nullptr;
@@ -58,6 +59,14 @@ void HostThreadPort::LocalRelease(void* pMemory) noexcept {
 
 DWORD HostThreadPort::CurrentThreadId() noexcept {
     return CurrentThread();
+}
+
+DWORD HostThreadPort::LastError() noexcept {
+    return tdwLastError;
+}
+
+void HostThreadPort::LeaveLastError(DWORD dwError) noexcept {
+    tdwLastError = dwError;
 }
 
 }  // namespace vlm::host

@@ -78,6 +78,8 @@ Status Win32FilePort::GetFacts(HANDLE hFile, Facts& rFacts) noexcept try {
         oFacts.cLinks = oInformation.nNumberOfLinks;
         oFacts.ullVolume = oInformation.dwVolumeSerialNumber;
         oFacts.ullFile = (ULONGLONG{oInformation.nFileIndexHigh} << 32) | oInformation.nFileIndexLow;
+        const FILETIME& rWritten = oInformation.ftLastWriteTime;
+        oFacts.ullWritten = (ULONGLONG{rWritten.dwHighDateTime} << 32) | rWritten.dwLowDateTime;
         oFacts.fDisk = true;
         oFacts.fLink = (oInformation.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
         oFacts.fLocal = IsLocal(hFile);

@@ -9,6 +9,9 @@
 
 #include <psapi.h>
 
+// The one call that tells the version whatever the program's manifest says; the headers here do not declare it.
+extern "C" NTSYSAPI LONG NTAPI RtlGetVersion(OSVERSIONINFOW* pVersion);
+
 namespace vlm::win32 {
 
 namespace {
@@ -16,6 +19,20 @@ DWORD Room(std::size_t cCapacity) noexcept {
     return static_cast<DWORD>(std::min<std::size_t>(cCapacity, INT_MAX));
 }
 }  // namespace
+
+ProcessPort::System Win32ProcessPort::DescribeSystem() noexcept {
+    System oSystem{.fWindows = true};
+    SYSTEM_INFO oInformation{};
+    GetNativeSystemInfo(&oInformation);
+    oSystem.f64Bit = oInformation.wProcessorArchitecture != PROCESSOR_ARCHITECTURE_INTEL;
+    OSVERSIONINFOW oVersion{};
+    oVersion.dwOSVersionInfoSize = sizeof(oVersion);
+    if (RtlGetVersion(&oVersion) >= 0) {
+        oSystem.dwMajor = oVersion.dwMajorVersion;
+        oSystem.dwMinor = oVersion.dwMinorVersion;
+    }
+    return oSystem;
+}
 
 std::size_t Win32ProcessPort::ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept {
     if (pTarget == nullptr || cCapacity == 0) return 0;

@@ -8,6 +8,7 @@ namespace vlm::win32 {
 
 class Win32ProcessPort final : public ProcessPort {
 public:
+    System DescribeSystem() noexcept override;
     std::size_t ModulePath(HINSTANCE hModule, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t LibraryPath(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     Status SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override;

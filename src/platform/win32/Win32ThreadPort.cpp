@@ -75,6 +75,14 @@ DWORD Win32ThreadPort::CurrentThreadId() noexcept {
     return GetCurrentThreadId();
 }
 
+DWORD Win32ThreadPort::LastError() noexcept {
+    return GetLastError();
+}
+
+void Win32ThreadPort::LeaveLastError(DWORD dwError) noexcept {
+    SetLastError(dwError);
+}
+
 }  // namespace vlm::win32
 
 namespace vlm {

@@ -15,6 +15,8 @@ public:
     void* LocalAllocate(std::size_t cBytes) noexcept override;
     void LocalRelease(void* pMemory) noexcept override;
     DWORD CurrentThreadId() noexcept override;
+    DWORD LastError() noexcept override;
+    void LeaveLastError(DWORD dwError) noexcept override;
 };
 
 }  // namespace vlm::win32
