@@ -17,6 +17,7 @@ class FolderPort;
 class IdentityPort;
 class OpenFilePort;
 class ProcessPort;
+class ProfilePort;
 class RegistryPort;
 class SpoolerPort;
 class SessionPort;
@@ -40,6 +41,7 @@ struct Platform {
     IdentityPort* pIdentity;
     EventPort* pEvents;
     SessionPort* pSessions;
+    ProfilePort* pProfiles;
 };
 
 /// The system's own ports: Windows, or the host's adapters.  Valid before any constructor of the library has run.

@@ -2,6 +2,7 @@
 /// A whole platform in memory, for one test.
 #pragma once
 
+#include "platform/EmbeddedProfiles.h"
 #include "platform/Platform.h"
 #include "support/FakeCryptoPort.h"
 #include "support/FakeEventPort.h"
@@ -40,6 +41,7 @@ public:
               .pIdentity = &identity,
               .pEvents = &events,
               .pSessions = &sessions,
+              .pProfiles = &profiles,
           } {}
 
     const Platform& Get() const noexcept { return m_oPlatform; }
@@ -72,6 +74,7 @@ public:
     FakeIdentityPort identity;
     FakeEventPort events;
     FakeSessionPort sessions;
+    EmbeddedProfiles profiles{files, text};  ///< on the disk in memory
 
 private:
     Platform m_oPlatform;

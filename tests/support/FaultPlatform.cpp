@@ -282,6 +282,7 @@ struct FaultPlatform::Ports {
     FaultIdentity oIdentity;
     FaultEvents oEvents;
     FaultSessions oSessions;
+    FaultProfiles oProfiles;
     Platform oPlatform;
 
     Ports(const Platform& rBelow, FaultScript& rScript)
@@ -299,6 +300,7 @@ struct FaultPlatform::Ports {
           oIdentity(*rBelow.pIdentity, rScript),
           oEvents(*rBelow.pEvents, rScript),
           oSessions(*rBelow.pSessions, rScript),
+          oProfiles(*rBelow.pProfiles, rScript),
           oPlatform{
               .pText = &oText,
               .pFiles = &oFiles,
@@ -315,6 +317,7 @@ struct FaultPlatform::Ports {
               .pIdentity = &oIdentity,
               .pEvents = &oEvents,
               .pSessions = &oSessions,
+              .pProfiles = &oProfiles,
           } {}
 };
 

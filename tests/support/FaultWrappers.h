@@ -1,12 +1,13 @@
 /// @file
-/// The fault layer's wrappers of the ports for open files, folders, identity, events and sessions, and what all
-/// wrappers share.
+/// The fault layer's wrappers of the ports for open files, folders, identity, events, sessions and profiles, and what
+/// all wrappers share.
 #pragma once
 
 #include "platform/EventPort.h"
 #include "platform/FolderPort.h"
 #include "platform/IdentityPort.h"
 #include "platform/OpenFilePort.h"
+#include "platform/ProfilePort.h"
 #include "platform/SessionPort.h"
 #include "support/FakeIdentityPort.h"
 #include "support/FaultPlatform.h"
@@ -238,6 +239,47 @@ public:
         return GuardValue([&] { return m_rBelow.AddGlobalAtom(pszText); });
     }
     void DeleteGlobalAtom(WORD wAtom) noexcept override { m_rBelow.DeleteGlobalAtom(wAtom); }
+};
+
+/// A read that fails finds no file.
+class FaultProfiles final : public Wrapper<ProfilePort> {
+public:
+    using Wrapper::Wrapper;
+    DWORD GetInt(const XCHAR* pszSection, const XCHAR* pszKey, DWORD dwDefault,
+                 const XCHAR* pszFile) noexcept override {
+        return Passes() ? m_rBelow.GetInt(pszSection, pszKey, dwDefault, pszFile) : dwDefault;
+    }
+    DWORD GetString(const XCHAR* pszSection, const XCHAR* pszKey, const XCHAR* pszDefault, XCHAR* pszBuffer,
+                    DWORD cUnits, const XCHAR* pszFile) noexcept override {
+        return m_rBelow.GetString(pszSection, pszKey, pszDefault, pszBuffer, cUnits, Passes() ? pszFile : NOWHERE);
+    }
+    DWORD GetSection(const XCHAR* pszSection, XCHAR* pszBuffer, DWORD cUnits, const XCHAR* pszFile) noexcept override {
+        return m_rBelow.GetSection(pszSection, pszBuffer, cUnits, Passes() ? pszFile : NOWHERE);
+    }
+    DWORD GetSectionNames(XCHAR* pszBuffer, DWORD cUnits, const XCHAR* pszFile) noexcept override {
+        return m_rBelow.GetSectionNames(pszBuffer, cUnits, Passes() ? pszFile : NOWHERE);
+    }
+    Status GetStruct(const XCHAR* pszSection, const XCHAR* pszKey, void* pBuffer, DWORD cbBuffer,
+                     const XCHAR* pszFile) noexcept override {
+        return Guard([&] { return m_rBelow.GetStruct(pszSection, pszKey, pBuffer, cbBuffer, pszFile); });
+    }
+    Status WriteString(const XCHAR* pszSection, const XCHAR* pszKey, const XCHAR* pszValue,
+                       const XCHAR* pszFile) noexcept override {
+        return Guard([&] { return m_rBelow.WriteString(pszSection, pszKey, pszValue, pszFile); });
+    }
+    Status WriteSection(const XCHAR* pszSection, const XCHAR* pszList, const XCHAR* pszFile) noexcept override {
+        return Guard([&] { return m_rBelow.WriteSection(pszSection, pszList, pszFile); });
+    }
+    Status WriteStruct(const XCHAR* pszSection, const XCHAR* pszKey, const void* pData, DWORD cbData,
+                       const XCHAR* pszFile) noexcept override {
+        return Guard([&] { return m_rBelow.WriteStruct(pszSection, pszKey, pData, cbData, pszFile); });
+    }
+
+private:
+    static constexpr const XCHAR* NOWHERE = VTEXT("C:\\no such folder\\no such file.ini");
+    bool Passes() noexcept {
+        return GuardValue([] { return true; });
+    }
 };
 
 }  // namespace vlm::test

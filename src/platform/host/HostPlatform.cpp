@@ -1,5 +1,6 @@
 /// @file
 /// The set of ports on the host.
+#include "platform/EmbeddedProfiles.h"
 #include "platform/Platform.h"
 #include "platform/StoreChoice.h"
 #include "platform/host/HostCabinetPort.h"
@@ -38,6 +39,11 @@ constinit Undying<HostIdentityPort> goIdentity;
 constinit Undying<HostEventPort> goEvents;
 constinit Undying<HostSessionPort> goSessions;
 
+struct HostProfilePort final : EmbeddedProfiles {
+    constexpr HostProfilePort() noexcept : EmbeddedProfiles(goFiles.object, goText.object) {}
+};
+constinit Undying<HostProfilePort> goProfiles;
+
 }  // namespace
 }  // namespace host
 
@@ -58,6 +64,7 @@ const Platform& GetSystemPlatform() noexcept {
         .pIdentity = &host::goIdentity.object,
         .pEvents = &host::goEvents.object,
         .pSessions = &host::goSessions.object,
+        .pProfiles = &host::goProfiles.object,
     };
     return soPlatform;
 }

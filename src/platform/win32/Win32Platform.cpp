@@ -12,6 +12,7 @@
 #include "platform/win32/Win32FolderPort.h"
 #include "platform/win32/Win32IdentityPort.h"
 #include "platform/win32/Win32ProcessPort.h"
+#include "platform/win32/Win32ProfilePort.h"
 #include "platform/win32/Win32RegistryPort.h"
 #include "platform/win32/Win32SessionPort.h"
 #include "platform/win32/Win32SpoolerPort.h"
@@ -36,6 +37,7 @@ constinit Undying<Win32CryptoPort> goCrypto;
 constinit Undying<Win32IdentityPort> goIdentity;
 constinit Undying<Win32EventPort> goEvents;
 constinit Undying<Win32SessionPort> goSessions;
+constinit Undying<Win32ProfilePort> goProfiles;
 
 }  // namespace
 }  // namespace win32
@@ -58,6 +60,7 @@ const Platform& GetSystemPlatform() noexcept {
         .pIdentity = &goIdentity.object,
         .pEvents = &goEvents.object,
         .pSessions = &goSessions.object,
+        .pProfiles = &goProfiles.object,
     };
     return soPlatform;
 }
