@@ -32,6 +32,9 @@ constexpr std::uint64_t MaxOriginalBytes(std::uint64_t cCompressed) noexcept {
 /// Most bytes of working memory that a cabinet library gets for one operation; it needs about half a megabyte.
 inline constexpr std::size_t MAX_CABINET_WORK_BYTES = 16 * 1024 * 1024;
 
+/// Most bytes of text in a UTF-8 INI file.
+inline constexpr std::uint32_t MAX_INI_TEXT_BYTES = 64 * 1024 * 1024;
+
 /// Most rounds of a key derivation: a caller's number must not stop a program for minutes.
 inline constexpr int MAX_KEY_ROUNDS = 1'000'000;
 
