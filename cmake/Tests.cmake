@@ -124,6 +124,11 @@ if(TARGET q9util073)
         COMMAND "${Python3_EXECUTABLE}" "${PROJECT_SOURCE_DIR}/tests/dll/ManyProcessesTest.py" "$<TARGET_FILE:log_writer>")
     set_tests_properties(dll.ManyProcessesTest PROPERTIES TIMEOUT 180 LABELS dll)
     add_dependencies(test-programs log_writer)
+    if(TARGET q9diag AND NOT WIN32)
+        add_test(NAME dll.LiveSettingsTest COMMAND "${Python3_EXECUTABLE}"
+            "${PROJECT_SOURCE_DIR}/tests/dll/LiveSettingsTest.py" "$<TARGET_FILE:log_writer>" "$<TARGET_FILE:q9diag>")
+        set_tests_properties(dll.LiveSettingsTest PROPERTIES TIMEOUT 60 LABELS tool)
+    endif()
 endif()
 
 # The tool as a whole program: tests/tool/*Test.py run it as a user would, on Windows under Wine.
