@@ -1,6 +1,6 @@
 """Several processes write to one log file: every line is there, once, whole, and each process's in its order.
 
-  ManyProcessesTest.py LOG_WRITER        Q9_LOG_LINES: lines of each process (500)
+  ManyProcessesTest.py LOG_WRITER        Q9_LOG_LINES: lines of each process (10000)
 """
 
 import os
@@ -11,7 +11,7 @@ import tempfile
 import unittest
 
 PROCESSES = 8
-LINES = int(os.environ.get("Q9_LOG_LINES", "500"))
+LINES = int(os.environ.get("Q9_LOG_LINES", "10000"))
 WRITER = pathlib.Path(sys.argv.pop(1)).resolve()
 RUN_WINE = pathlib.Path(__file__).resolve().parent.parent.parent / "cmake" / "run-wine.sh"
 
