@@ -111,6 +111,20 @@ PrivilegeScope::~PrivilegeScope() {
                      vlm::TextOfStatus(status));
 }
 
+ImpersonateLoggedOnUserWrapper::ImpersonateLoggedOnUserWrapper() noexcept {
+    const Status status = Identities().ImpersonateLoggedOnUser();
+    m_bImpersonating = status == Status::Success;
+    if (m_bImpersonating) return;
+    VLM_REPORT(DebugCategory::Utils, VTEXT("The thread cannot act for the logged-on user. %s"),
+               vlm::TextOfStatus(status));
+}
+
+ImpersonateLoggedOnUserWrapper::~ImpersonateLoggedOnUserWrapper() {
+    if (!m_bImpersonating) return;
+    if (Identities().EndImpersonation() == Status::Success) return;
+    Identities().EndProcess(RevertToPrinterSelfWrapper::EXIT_CODE_IDENTITY_LOST);
+}
+
 RevertToPrinterSelfWrapper::RevertToPrinterSelfWrapper() noexcept {
     const Status status = Identities().Revert(m_hToken);
     m_bReverted = status == Status::Success;

@@ -54,6 +54,23 @@ private:
     bool m_bFormer = false;
 };
 
+/// Lets the calling thread act for the user who is logged on, for its own lifetime.  Does nothing where the thread acts
+/// for somebody already, or the system does not allow it.
+/// **Threads**: belongs to the thread that made it.
+/// **Failure**: if the thread cannot stop acting for the user the process ends at once, as below.
+class VLM_API ImpersonateLoggedOnUserWrapper {
+public:
+    ImpersonateLoggedOnUserWrapper() noexcept;
+    ~ImpersonateLoggedOnUserWrapper();
+    ImpersonateLoggedOnUserWrapper(const ImpersonateLoggedOnUserWrapper&) = delete;
+    ImpersonateLoggedOnUserWrapper& operator=(const ImpersonateLoggedOnUserWrapper&) = delete;
+
+    bool IsImpersonating() const noexcept { return m_bImpersonating; }
+
+private:
+    bool m_bImpersonating = false;
+};
+
 /// Gives the calling thread the process's own identity (in the spooler: the spooler's) for its own lifetime, and the
 /// impersonated one back afterwards.  Without an impersonation, and inside another wrapper, there is nothing to do.
 /// **Threads**: belongs to the thread that made it.

@@ -43,6 +43,12 @@ public:
     /// Impersonates with a token from Revert and closes it; null is no work.  A failure closes it, too, and leaves the
     /// thread with the process's identity: the caller must not go on with work for the client.
     virtual Status Restore(HANDLE hToken) noexcept = 0;
+    /// Lets the thread act for the user who is logged on to the active session; the local system can.
+    /// @return InvalidParameter when the thread acts for somebody already; else the system's status, NotSupported where
+    /// there are no sessions (host).
+    virtual Status ImpersonateLoggedOnUser() noexcept = 0;
+    /// Ends what ImpersonateLoggedOnUser began.
+    virtual Status EndImpersonation() noexcept = 0;
     /// Ends the process at once, because an identity could not be restored.  The fake records it instead.
     virtual void EndProcess(DWORD dwExitCode) noexcept = 0;
 

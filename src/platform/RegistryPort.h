@@ -132,6 +132,9 @@ public:
     virtual Status QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept = 0;
     /// The hive of the user that the calling thread impersonates, or of the process.
     virtual Status OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept = 0;
+    /// The local machine's root of another machine ("\\SERVER"), with the calling thread's identity; closed as other
+    /// keys are.  @return BadNetworkPath when there is no such machine (on the host: always), AccessDenied.
+    virtual Status ConnectRemote(const XCHAR* pszMachine, HKEY& rhKey) noexcept = 0;
 };
 
 }  // namespace vlm

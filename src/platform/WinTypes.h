@@ -62,6 +62,7 @@ enum class Status : DWORD {
     LockViolation = 33,
     HandleEof = 38,
     NotSupported = 50,
+    BadNetworkPath = 53,
     FileExists = 80,
     InvalidParameter = 87,
     DiskFull = 112,

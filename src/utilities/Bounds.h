@@ -48,6 +48,11 @@ inline constexpr std::size_t MAX_LISTED_NAMES = 1024 * 1024;
 inline constexpr std::uint64_t MAX_TREE_KEYS = 1024 * 1024;
 inline constexpr std::uint64_t MAX_TREE_DATA_BYTES = 4ull * 1024 * 1024 * 1024;
 
+// ---- print spooler ----
+
+/// Largest information block and value of printer data that is taken from a spooler, in bytes.
+inline constexpr std::size_t MAX_SPOOLER_BLOCK_BYTES = 16 * 1024 * 1024;
+
 // ---- requests to the port monitor ----
 
 /// Data of one request, in bytes, and the whole record: the data and 64 KiB for the rest.

@@ -119,6 +119,8 @@ TEST_P(IdentityPortContract, ImpersonationBelongsToItsThreadAndCanBeSuspended) {
         EXPECT_EQ(Identities().Revert(hToken), Status::Success);
         EXPECT_EQ(Identities().Restore(hToken), Status::Success);
         EXPECT_TRUE(IsImpersonating());
+        // Nobody is put in the place of the user that the thread acts for.
+        EXPECT_EQ(Identities().ImpersonateLoggedOnUser(), Status::InvalidParameter);
 #ifndef _WIN32  // where its number may be another's by now
         // A token is good for one restore.
         EXPECT_EQ(Identities().Revert(hNone), Status::Success);

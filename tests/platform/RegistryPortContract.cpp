@@ -401,6 +401,9 @@ TEST_P(RegistryPortContract, TheRootsOpenAndTheUserIsAmongTheUsers) {
     EXPECT_EQ(Registry().OpenCurrentUser(READ, hUser), Status::Success);
     EXPECT_EQ(TryOpen(hUser, m_path.c_str()), Status::Success);
     EXPECT_EQ(Registry().Close(hUser), Status::Success);
+    HKEY hRemote = hUser;
+    EXPECT_NE(Registry().ConnectRemote(VTEXT("\\\\q9-no-such-machine"), hRemote), Status::Success);
+    EXPECT_EQ(hRemote, hUser);
     bool fFound = false;
     for (const XString& rName : KeyNames(Registry().RootKey(Root::Users))) {
         const XString path = rName + VTEXT('\\') + m_path;

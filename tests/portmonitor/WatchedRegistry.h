@@ -96,6 +96,9 @@ public:
         Tell(Access::Open, "hkcu");
         return Keep(m_rBelow.OpenCurrentUser(dwRights, rhKey), rhKey, "hkcu");
     }
+    Status ConnectRemote(const XCHAR* pszMachine, HKEY& rhKey) noexcept override {
+        return Keep(m_rBelow.ConnectRemote(pszMachine, rhKey), rhKey, "remote");
+    }
 
 private:
     std::string PathOf(HKEY hKey) {

@@ -154,6 +154,26 @@ Status FakeIdentityPort::Restore(HANDLE hToken) noexcept {
     return Status::Success;
 }
 
+void FakeIdentityPort::SetLoggedOnUser(const Identity& rIdentity) {
+    const std::lock_guard oLock(m_oMutex);
+    m_oLoggedOn = rIdentity;
+    m_oLoggedOn->fImpersonating = true;
+}
+
+Status FakeIdentityPort::ImpersonateLoggedOnUser() noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    if (m_mapThreads.contains(std::this_thread::get_id())) return Status::InvalidParameter;
+    if (!m_oLoggedOn) return Status::AccessDenied;
+    m_mapThreads[std::this_thread::get_id()] = *m_oLoggedOn;
+    return Status::Success;
+}
+
+Status FakeIdentityPort::EndImpersonation() noexcept {
+    StopImpersonating();
+    return Status::Success;
+}
+
 void FakeIdentityPort::EndProcess(DWORD dwExitCode) noexcept {
     const std::lock_guard oLock(m_oMutex);
     m_oEndedWith = dwExitCode;

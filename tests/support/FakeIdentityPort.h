@@ -27,6 +27,8 @@ public:
     /// The calling thread acts for somebody from now on, or no more.
     void Impersonate(const Identity& rIdentity);
     void StopImpersonating();
+    /// The user that ImpersonateLoggedOnUser lets threads act for; at the beginning nobody: AccessDenied.
+    void SetLoggedOnUser(const Identity& rIdentity);
     /// An account that look-ups find; the user's name is the part after the last "\".  The process's is "tester".
     void AddAccount(XStringView svName, XStringView svSid);
     /// Privileges that users hold; at the beginning "SeLoadDriverPrivilege" and "SeRestorePrivilege", switched off.
@@ -47,6 +49,8 @@ public:
     Status SidOfAccount(const XCHAR* pszAccount, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     Status Revert(HANDLE& rhToken) noexcept override;
     Status Restore(HANDLE hToken) noexcept override;
+    Status ImpersonateLoggedOnUser() noexcept override;
+    Status EndImpersonation() noexcept override;
     void EndProcess(DWORD dwExitCode) noexcept override;
     Status SetPrivilege(const XCHAR* pszPrivilege, bool fEnable, bool& rfFormer) noexcept override;
 
@@ -58,6 +62,7 @@ private:
     std::map<XString, XString> m_mapAccounts{{VTEXT("tester"), VTEXT("S-1-5-21-1-2-3-1001")}};
     std::map<XString, bool> m_mapPrivileges{{VTEXT("SeLoadDriverPrivilege"), false},
                                             {VTEXT("SeRestorePrivilege"), false}};
+    std::optional<Identity> m_oLoggedOn;
     std::uintptr_t m_uiLastToken = 0x7000;
     std::optional<DWORD> m_oEndedWith;
     bool m_fMisuseFailsTest = true;

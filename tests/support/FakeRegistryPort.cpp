@@ -389,4 +389,11 @@ Status FakeRegistryPort::OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept {
     return MakeHandle(m_mapRoots[Root::CurrentUser], dwRights, rhKey);
 }
 
+Status FakeRegistryPort::ConnectRemote(const XCHAR* pszMachine, HKEY& rhKey) noexcept {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    if (!pszMachine || m_remote != pszMachine) return pszMachine ? Status::BadNetworkPath : Status::InvalidParameter;
+    return MakeHandle(m_mapRoots[Root::LocalMachine], RIGHTS_READ, rhKey);
+}
+
 }  // namespace vlm::test

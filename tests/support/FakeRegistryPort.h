@@ -47,6 +47,8 @@ public:
     void AddLink(XStringView svPath, XStringView svTarget);
     /// The SID text that CreateRestricted gave the key; empty for a key made otherwise.
     XString ReaderOf(XStringView svPath) const;
+    /// The one other machine that there is ("\\SERVER"); its registry is this one.
+    void SetRemoteMachine(XStringView svMachine) { m_remote = svMachine; }
     std::size_t OpenHandles() const;
     void SetMisuseFailsTest(bool fFails);
     /// The process is gone: handles vanish, the keys stay.
@@ -76,6 +78,7 @@ public:
                           DWORD& rcbData) noexcept override;
     Status QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept override;
     Status OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept override;
+    Status ConnectRemote(const XCHAR* pszMachine, HKEY& rhKey) noexcept override;
 
 private:
     struct Key;
@@ -100,6 +103,7 @@ private:
     std::map<Root, KeyPointer> m_mapRoots;
     std::map<HKEY, OpenKey> m_mapOpen;
     std::uintptr_t m_uiLastHandle = 0x2000;
+    XString m_remote;
     bool m_fMisuseFailsTest = true;
 };
 

@@ -70,6 +70,9 @@ public:
     Status OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept override {
         return Guard([&] { return m_rBelow.OpenCurrentUser(dwRights, rhKey); });
     }
+    Status ConnectRemote(const XCHAR* pszMachine, HKEY& rhKey) noexcept override {
+        return Guard([&] { return m_rBelow.ConnectRemote(pszMachine, rhKey); });
+    }
 
 private:
     /// A read of data: the short fault is a value that grew after its size was asked for.

@@ -153,6 +153,12 @@ public:
         if (auto* pFake = dynamic_cast<FakeIdentityPort*>(&m_rBelow)) pFake->DiscardToken(hToken);
         return m_rScript.FaultStatus();
     }
+    Status ImpersonateLoggedOnUser() noexcept override {
+        return Guard([&] { return m_rBelow.ImpersonateLoggedOnUser(); });
+    }
+    Status EndImpersonation() noexcept override {
+        return GuardClose([&] { return m_rBelow.EndImpersonation(); });
+    }
     void EndProcess(DWORD dwExitCode) noexcept override {
         if (!m_rScript.IsDead()) m_rBelow.EndProcess(dwExitCode);
     }

@@ -163,6 +163,14 @@ Status HostIdentityPort::Restore(HANDLE hToken) noexcept {
     return oIdentity ? ImpersonateOnHost(*oIdentity) : Status::InvalidHandle;
 }
 
+Status HostIdentityPort::ImpersonateLoggedOnUser() noexcept {
+    return tuiToken == 0 ? Status::NotSupported : Status::InvalidParameter;
+}
+
+Status HostIdentityPort::EndImpersonation() noexcept {
+    return Status::Success;
+}
+
 void HostIdentityPort::EndProcess(DWORD dwExitCode) noexcept {
     _exit(static_cast<int>(dwExitCode));
 }

@@ -378,4 +378,8 @@ Status HostRegistryPort::OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept {
     });
 }
 
+Status HostRegistryPort::ConnectRemote(const XCHAR* pszMachine, HKEY&) noexcept {
+    return pszMachine ? Status::BadNetworkPath : Status::InvalidParameter;
+}
+
 }  // namespace vlm::host

@@ -38,6 +38,7 @@ public:
                           DWORD& rcbData) noexcept override;
     Status QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept override;
     Status OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept override;
+    Status ConnectRemote(const XCHAR* pszMachine, HKEY& rhKey) noexcept override;
 
 private:
     /// What a handle stands for.

@@ -13,6 +13,7 @@
 
 #include <lmcons.h>
 #include <sddl.h>
+#include <wtsapi32.h>
 
 namespace vlm::win32 {
 
@@ -171,6 +172,19 @@ Status Win32IdentityPort::Restore(HANDLE hToken) noexcept {
     if (hToken == nullptr) return Status::Success;
     const OwnedHandle oToken(hToken);
     return StatusOf(SetThreadToken(nullptr, hToken));
+}
+
+Status Win32IdentityPort::ImpersonateLoggedOnUser() noexcept {
+    OwnedHandle oPresent;
+    if (OpenThreadsToken(TOKEN_QUERY, oPresent)) return Status::InvalidParameter;
+    if (GetLastError() != ERROR_NO_TOKEN) return LastStatus();
+    OwnedHandle oUser;
+    if (!WTSQueryUserToken(WTSGetActiveConsoleSessionId(), oUser.Receive())) return LastStatus();
+    return StatusOf(::ImpersonateLoggedOnUser(oUser.Get()));
+}
+
+Status Win32IdentityPort::EndImpersonation() noexcept {
+    return StatusOf(RevertToSelf());
 }
 
 void Win32IdentityPort::EndProcess(DWORD dwExitCode) noexcept {

@@ -14,6 +14,8 @@ public:
     Status SidOfAccount(const XCHAR* pszAccount, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     Status Revert(HANDLE& rhToken) noexcept override;
     Status Restore(HANDLE hToken) noexcept override;
+    Status ImpersonateLoggedOnUser() noexcept override;
+    Status EndImpersonation() noexcept override;
     void EndProcess(DWORD dwExitCode) noexcept override;
     Status SetPrivilege(const XCHAR* pszPrivilege, bool fEnable, bool& rfFormer) noexcept override;
 };

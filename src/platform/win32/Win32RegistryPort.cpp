@@ -237,4 +237,12 @@ Status Win32RegistryPort::OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept 
     return StatusOfCall(lStatus);
 }
 
+Status Win32RegistryPort::ConnectRemote(const XCHAR* pszMachine, HKEY& rhKey) noexcept {
+    if (pszMachine == nullptr) return Status::InvalidParameter;
+    HKEY hKey = nullptr;
+    const LSTATUS lStatus = RegConnectRegistryW(pszMachine, HKEY_LOCAL_MACHINE, &hKey);
+    if (lStatus == ERROR_SUCCESS) rhKey = hKey;
+    return StatusOfCall(lStatus);
+}
+
 }  // namespace vlm::win32

@@ -29,6 +29,7 @@ public:
                           DWORD& rcbData) noexcept override;
     Status QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept override;
     Status OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept override;
+    Status ConnectRemote(const XCHAR* pszMachine, HKEY& rhKey) noexcept override;
 };
 
 }  // namespace vlm::win32

@@ -45,3 +45,10 @@ DriverLoadedContext::Context DriverLoadedContext::Get() noexcept {
     }
     return DLC_APPLICATION;
 }
+
+const XCHAR* DriverLoadedContext::GetName(Context eContext) noexcept {
+    static constexpr std::array<const XCHAR*, 6> NAMES = {VTEXT("unknown"),   VTEXT("application"),
+                                                          VTEXT("spooler"),   VTEXT("management provider"),
+                                                          VTEXT("installer"), VTEXT("spooler component")};
+    return eContext < NAMES.size() ? NAMES[eContext] : NAMES[DLC_UNKNOWN];
+}

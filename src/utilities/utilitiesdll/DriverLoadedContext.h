@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "platform/Export.h"
+#include "platform/XChar.h"
 
 /// The record of the process that the library runs in, by the name of its executable.
 /// **Threads**: any.  **Failure**: none; a name that cannot be had counts as DLC_UNKNOWN.
@@ -21,6 +22,9 @@ struct VLM_API DriverLoadedContext {
 
     /// The kind of the present process.  Asks the system each time; cheap enough for every message.
     static Context Get() noexcept;
+    /// For messages: "application", "spooler", "management provider", "installer", "spooler component", "unknown".
+    static const XCHAR* GetName(Context eContext) noexcept;
+    static const XCHAR* GetName() noexcept { return GetName(Get()); }
     /// The spooler, or a helper on its side?
     static bool IsSpoolerSide(Context eContext) noexcept {
         return eContext == DLC_SPOOLER || eContext == DLC_SPOOLER_COMPONENT;
