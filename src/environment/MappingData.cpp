@@ -2,6 +2,7 @@
 /// One model's record: its parts, its matching rules and its values.
 #include "environment/MappingData.h"
 
+#include "environment/detail/product/FolderTree.h"
 #include "environment/detail/product/Tokens.h"
 #include "utilities/compression/CabinetArchive.h"
 #include "utilities/debuggingandexceptions/NoThrow.h"
@@ -20,11 +21,6 @@ XStringView Trim(XStringView text) noexcept {
 
 bool HasComponents(XStringView oid) noexcept {
     return oid.find_first_not_of(VTEXT('.')) != XStringView::npos;
-}
-
-/// The bare name of a file, fit to be put behind any folder.
-bool IsLeafName(const CXString& kcsName) noexcept {
-    return kcsName.Find(VTEXT('\\')) < 0 && kcsName.Find(VTEXT('/')) < 0 && CabinetArchive::IsSafeName(kcsName);
 }
 
 }  // namespace
@@ -116,16 +112,17 @@ CXString MappingData::GetConstraintFileName() const {
     const XCHAR* const pszValueName = VTEXT("XMLConstraint");
     const CXString csFamily(FindValue(VTEXT("FAMPATH")));
     const bool fFamily = CabinetArchive::IsSafeName(csFamily);
+    const CXString csKey = CXString(FAMILIES_KEY) + VTEXT("\\") + csFamily;
     if (fFamily) {
-        RegistryKey oKey(HKeyRegistry::Hkey_Machine_Version, csFamily, RegistryKey::AS_NEEDED, RegistryKey::OWN_TREE);
+        RegistryKey oKey(HKeyRegistry::Hkey_Machine_Version, csKey, RegistryKey::AS_NEEDED, RegistryKey::OWN_TREE);
         if (oKey.OpenRegistryKey(RegistryKey::READ_ACCESS, RegistryKey::NO_THROW)) {
             const CXString csStored = oKey.GetStringValue(pszValueName, CXString());
-            if (!csStored.IsEmpty() && IsLeafName(csStored)) return csStored;
+            if (!csStored.IsEmpty() && vlm::folders::IsLeafName(csStored)) return csStored;
         }
     }
     const CXString csName = CXString(FindValue(VTEXT("PRODUCTNAME"))) + VTEXT(".xcf");
     if (!fFamily) return csName;
-    if (const auto apoKey = RegistryKey::CreateRegistryKey(std::nothrow, HKeyRegistry::Hkey_Machine_Version, csFamily,
+    if (const auto apoKey = RegistryKey::CreateRegistryKey(std::nothrow, HKeyRegistry::Hkey_Machine_Version, csKey,
                                                            RegistryKey::READ_WRITE_ACCESS)) {
         vlm::NoThrow([&] { apoKey->SetStringValue(pszValueName, csName); });
     }

@@ -19,6 +19,8 @@ class VLM_API MappingData {
 public:
     /// Names for the switch of GetData.
     static constexpr bool OPTIONAL_VALUE = false, REQUIRED_VALUE = true;
+    /// The key of the families' configuration, below the machine's version key; each family has one below it.
+    static constexpr const XCHAR* FAMILIES_KEY = VTEXT("Families");
 
     MappingData() = default;
     /// @param left the line's left side.  The name is its first field as it stands; ids lose blanks and tabs at both
@@ -55,7 +57,7 @@ public:
     /// end; it may be empty.  Deliberate: the search knows nothing of pairs, so that a key which is a part of an
     /// earlier one, or of an earlier value, finds that; map files are written to avoid it.  An empty key finds nothing.
     ///
-    /// "XMLCONSTRAINT" has a default: the registry value "XMLConstraint" below the machine's version key and FAMPATH;
+    /// "XMLCONSTRAINT" has a default: the registry value "XMLConstraint" of the family's key, FAMILIES_KEY and FAMPATH;
     /// failing that PRODUCTNAME followed by ".xcf", which is then written there (a refused write is reported and
     /// changes nothing).  What the registry holds is used only if it is the bare name of a file, and FAMPATH only if it
     /// is a path that leads downwards: both could have been written by others.

@@ -164,7 +164,7 @@ TEST(MappingDataTest, TheConstraintFileHasADefaultThatTheRegistryKeeps) {
     };
     const MappingData oRecord(VTEXT("X"), VTEXT("FAMPATH=Fam;PRODUCTNAME=X One"));
     EXPECT_EQ(oRecord.GetData(VTEXT("XMLCONSTRAINT")), VTEXT("X One.xcf"));
-    EXPECT_EQ(Key(VTEXT("Fam"))->GetStringValue(VTEXT("XMLConstraint"), {}), VTEXT("X One.xcf"));
+    EXPECT_EQ(Key(VTEXT("Families\\Fam"))->GetStringValue(VTEXT("XMLConstraint"), {}), VTEXT("X One.xcf"));
     const struct {
         const XCHAR *pszStored, *pszValue;
     } aRows[] = {{VTEXT("own.xcf"), VTEXT("own.xcf")},
@@ -175,7 +175,7 @@ TEST(MappingDataTest, TheConstraintFileHasADefaultThatTheRegistryKeeps) {
                  {VTEXT("NUL"), VTEXT("X One.xcf")},
                  {VTEXT(""), VTEXT("X One.xcf")}};
     for (const auto& r : aRows) {
-        Key(VTEXT("Fam"))->SetStringValue(VTEXT("XMLConstraint"), r.pszStored);
+        Key(VTEXT("Families\\Fam"))->SetStringValue(VTEXT("XMLConstraint"), r.pszStored);
         EXPECT_EQ(oRecord.GetData(VTEXT("XMLCONSTRAINT")), r.pszValue);
     }
     EXPECT_EQ(MappingData(VTEXT("X"), VTEXT("XMLCONSTRAINT=c.xcf")).GetData(VTEXT("XMLCONSTRAINT")), VTEXT("c.xcf"));
