@@ -2,7 +2,7 @@
 /// Opens and creates keys so that no symbolic link leads out of the family's trees.
 #pragma once
 
-#include "portmonitor/RegistryHandle.h"
+#include "platform/RegistryHandleImpl.h"
 #include "portmonitor/RequestTarget.h"
 
 namespace vlm {

@@ -5,7 +5,7 @@
 #include <functional>
 #include <vector>
 
-#include "portmonitor/RegistryHandle.h"
+#include "platform/RegistryHandleImpl.h"
 #include "utilities/utilitiesdll/CXString.h"
 
 namespace vlm {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "portmonitor/RegistryHandle.h"
+#include "platform/RegistryHandleImpl.h"
 #include "portmonitor/RequestTarget.h"
 #include "utilities/utilitiesdll/CriticalResource.h"
 

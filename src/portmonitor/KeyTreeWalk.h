@@ -2,7 +2,7 @@
 /// Goes through a key and everything below it, without recursion and within bounds.
 #pragma once
 
-#include "portmonitor/RegistryHandle.h"
+#include "platform/RegistryHandleImpl.h"
 #include "portmonitor/RequestTarget.h"
 #include "portmonitor/WorkLock.h"
 

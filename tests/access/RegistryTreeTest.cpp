@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/RegistryHandleImpl.h"
 #include "platform/RegistryPort.h"
 #include "support/FakePlatform.h"
 #include "support/FaultLoop.h"
-#include "utilities/registry/detail/RegistryHandle.h"
 
 namespace vlm::test {
 

@@ -6,9 +6,9 @@
 
 #include "environment/PortMonitor.h"
 #include "environment/User.h"
+#include "platform/RegistryHandleImpl.h"
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
-#include "utilities/registry/detail/RegistryHandle.h"
 #include "utilities/registry/detail/RegistryStatus.h"
 
 using vlm::Registry;

@@ -1,9 +1,9 @@
 /// @file
 /// Writes of a registry key's values.
 #include "environment/PortMonitor.h"
+#include "platform/RegistryHandleImpl.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 #include "utilities/registry/RegistryKey.h"
-#include "utilities/registry/detail/RegistryHandle.h"
 #include "utilities/registry/detail/RegistryKeyImpl.h"
 #include "utilities/registry/detail/RegistryStatus.h"
 

@@ -5,9 +5,9 @@
 #include <algorithm>
 
 #include "environment/PortMonitor.h"
+#include "platform/RegistryHandleImpl.h"
 #include "utilities/Bounds.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
-#include "utilities/registry/detail/RegistryHandle.h"
 #include "utilities/registry/detail/RegistryKeyImpl.h"
 #include "utilities/registry/detail/RegistryStatus.h"
 

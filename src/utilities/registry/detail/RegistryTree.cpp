@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "platform/RegistryHandleImpl.h"
 #include "utilities/debuggingandexceptions/NoThrow.h"
-#include "utilities/registry/detail/RegistryHandle.h"
 #include "utilities/utilitiesdll/ByteBuffer.h"
 #include "utilities/utilitiesdll/CXString.h"
 

@@ -14,16 +14,17 @@ inline RegistryPort& Registry() noexcept {
     return *GetPlatform().pRegistry;
 }
 
-/// Owns a key handle.  **Threads**: as any value.
+/// Owns a key handle; empty at first.  Closing is not reported: nobody could do anything about it.
+/// **Threads**: as any value.
 class RegistryHandle {
 public:
     RegistryHandle() noexcept = default;
     ~RegistryHandle() { Close(); }
-    RegistryHandle(RegistryHandle&& rOther) noexcept : m_hKey(std::exchange(rOther.m_hKey, nullptr)) {}
+    RegistryHandle(RegistryHandle&& rOther) noexcept : m_hKey(rOther.Release()) {}
     RegistryHandle& operator=(RegistryHandle&& rOther) noexcept {
         if (this != &rOther) {
             Close();
-            m_hKey = std::exchange(rOther.m_hKey, nullptr);
+            m_hKey = rOther.Release();
         }
         return *this;
     }
@@ -31,13 +32,15 @@ public:
     RegistryHandle& operator=(const RegistryHandle&) = delete;
 
     HKEY Get() const noexcept { return m_hKey; }
-    /// Closes what it holds, for a call that opens another key.
+    /// For a call that opens a key; what was open is closed.
     HKEY& Receive() noexcept {
         Close();
         return m_hKey;
     }
+    /// Gives the key away.
+    HKEY Release() noexcept { return std::exchange(m_hKey, nullptr); }
     void Close() noexcept {
-        if (m_hKey) Registry().Close(std::exchange(m_hKey, nullptr));
+        if (m_hKey) Registry().Close(Release());
     }
 
 private:
