@@ -119,6 +119,7 @@ void NameList::Put(string_view svBytes) noexcept {
 }
 
 void NameList::Add(string_view svName) noexcept {
+    if (svName.empty()) return;
     Put(svName);
     Put(string_view("", 1));
 }

@@ -31,7 +31,7 @@ Place Find(std::string_view svText, std::string_view svSection, std::optional<st
 std::string_view ValueAt(std::string_view svText, std::size_t cValue) noexcept;
 
 /// Lists names in a caller's buffer: each with a zero behind it, and one more zero at the end.  A list that does not
-/// fit is cut and ends with two zeros.
+/// fit is cut and ends with two zeros.  An empty name would end the list, and is left out.
 class NameList {
 public:
     /// @param pszBuffer null, or `cbBuffer` bytes.
