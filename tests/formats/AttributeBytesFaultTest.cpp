@@ -41,7 +41,24 @@ struct Samples {
     AttributeBytesIndexedList oList;
     AttributeBytesRawList oRawList;
     AttributeBytes oDeep{NestedListRecord(10)};
+    AttributeBytesIndexedList oLists;  ///< 1: features, 2: a paper size, 3: collections, 4: options, 5: ranges
     Samples() {
+        const auto add = [this](LONG lFeature, const AttributeBytesValue& rFirst, const AttributeBytesValue& rSecond) {
+            AttributeBytesRawList oValues;
+            oValues.AddAttributeBytes(AttributeBytes(AttributeBytesListOfValuesItemId(0), rFirst));
+            oValues.AddAttributeBytes(AttributeBytes(AttributeBytesListOfValuesItemId(1), rSecond));
+            oLists.AddAttributeBytes(
+                AttributeBytes(AttributeBytesFeatureId(lFeature), AttributeBytesListValue(oValues)));
+            return AttributeBytesListValue(oValues);
+        };
+        const auto collection = add(1, AttributeBytesOptionValue(AttributeBytesFeatureId(5)),
+                                    AttributeBytesOptionValue(AttributeBytesFeatureId(6)));
+        const Dimension oLength(VTEXT("210"), Dimension::DUE_MM);
+        add(2, AttributeBytesDimensionValue(oLength), AttributeBytesDimensionValue(oLength));
+        add(3, collection, collection);
+        add(4, AttributeBytesOptionValue(AttributeBytesValueId(7)),
+            AttributeBytesOptionValue(AttributeBytesValueId(8)));
+        add(5, AttributeBytesRangeValue(1, 2), AttributeBytesRangeValue(3, 4));
         oCorpus.ImportAttributeBytesIndexedListState(bbIndexed);
         oCorpus.SetAttributeBytes(AttributeBytesFeatureId(262),
                                   AttributeBytesOptionValue(AttributeBytesNewValueId(VTEXT("Named"))));
@@ -201,6 +218,73 @@ const Scenario SCENARIOS[] = {
              r.oCorpus.GetOptionValueOrNewIdByAnyId(AttributeBytesFeatureId(262));
              r.oCorpus.GetNewOptionValueId(AttributeBytesFeatureId(262));
          });
+     }},
+    {"what lists hold",
+     [](const Samples& r) {
+         return Attempt([&] {
+             Dimension oWidth, oHeight;
+             LONG lLow = 0, lHigh = 0;
+             r.oLists.GetPaperSizeValues(AttributeBytesFeatureId(2), oWidth, oHeight);
+             r.oLists.GetRangeOfIntegerValueByIndex(AttributeBytesFeatureId(5), 1, lLow, lHigh);
+             Demand(lLow == 3 && r.oLists.GetListOfFeatures(AttributeBytesFeatureId(1)) == std::vector<LONG>{5, 6} &&
+                    r.oLists.GetOptionValueByIndex(AttributeBytesFeatureId(4), 1) == 8 &&
+                    r.oLists.GetCollectionByIndex(AttributeBytesFeatureId(3), 1)->GetNumberOfAttributeBytes() == 2);
+         });
+     }},
+    {"refused look-ups",
+     [](const Samples& r) {
+         // Either the named exception comes, or the one of memory: never the other's.
+         int cRefused = 0;
+         const FaultOutcome eOutcome = Attempt([&] {
+             try {
+                 r.oCorpus.GetAttributeBytesRef(AttributeBytesFeatureId(-5));
+             } catch (const ExceptionFeatureNotFound&) {
+                 ++cRefused;
+             }
+             try {
+                 r.oCorpus.GetIntegerValue(AttributeBytesFeatureId(259));
+             } catch (const ExceptionAttributeValueTypeMismatch&) {
+                 ++cRefused;
+             }
+             try {
+                 r.oLists.GetOptionValueByIndex(AttributeBytesFeatureId(4), 2);
+             } catch (const ExceptionIndexOutOfBounds&) {
+                 ++cRefused;
+             }
+         });
+         Demand((cRefused == 3) == (eOutcome == FaultOutcome::Succeeded));
+         return eOutcome;
+     }},
+    {"import into what holds something",
+     [](const Samples& r) {
+         FaultOutcome eOutcome = FaultOutcome::Failed;
+         Attempt([&] {
+             AttributeBytes oRecord(IntegerRecord(1, 1));
+             AttributeBytesRawList oRaw;
+             AttributeBytesIndexedList oIndexed;
+             ByteBuffer bbState;
+             oRaw.AddAttributeBytes(oRecord);
+             oIndexed.AddAttributeBytes(oRecord);
+             oRecord.GetAttributeBytesState(bbState);
+             const AttributeBytes oFormer(oRecord);
+             const ByteBuffer bbFormer(bbState), bbDeep = r.oDeep.GetAttributeBytesState();
+             const ByteBuffer bbRaw = r.oRawList.GetAttributeBytesRawListState();
+             const auto unlessFailed = [&](const auto& rChange, const auto& rIsFormer) {
+                 eOutcome = Attempt(rChange);
+                 Demand(eOutcome == FaultOutcome::Succeeded || rIsFormer());
+                 return eOutcome == FaultOutcome::Succeeded;
+             };
+             const auto isRecord = [&] { return oRecord == oFormer; };
+             unlessFailed([&] { oRecord.SetAttributeBytesValue(r.oDeep.GetAttributeBytesValue()); }, isRecord) &&
+                 (oRecord = oFormer, true) &&
+                 unlessFailed([&] { oRecord.ImportAttributeBytesState(bbDeep); }, isRecord) &&
+                 unlessFailed([&] { r.oDeep.GetAttributeBytesState(bbState); }, [&] { return bbState == bbFormer; }) &&
+                 unlessFailed([&] { oRaw.ImportAttributeBytesRawListState(bbRaw); },
+                              [&] { return oRaw.GetRecordBytes() == bbFormer; }) &&
+                 unlessFailed([&] { oIndexed.ImportFromRawList(oRaw); },
+                              [&] { return oIndexed.GetNumberOfAttributeBytes() == 1; });
+         });
+         return eOutcome;
      }},
     {"display texts",
      [](const Samples& r) {

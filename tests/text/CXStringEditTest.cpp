@@ -268,6 +268,17 @@ TEST(CXStringEdit, WhateverFailsLeavesTheStringAsItWas) {
          }},
         {"Base64 of text", [](CXString& r) { return r.Base64EncodeUnicodeString().GetLength() == 1600; }},
         {"Base64 to text", [](CXString& r) { return kcsCoded.Base64DecodeAsUnicodeString(r); }},
+        {"Base64 to bytes",
+         [](CXString&) {
+             std::vector<BYTE> vbyBytes;
+             return kcsCoded.Base64DecodeAsBinaryData(vbyBytes);
+         }},
+        {"tokens between white space",
+         [](CXString& r) {
+             int iAt = 0;
+             return r.Left(9).TokenizeUsingWhitespace(iAt).GetLength() == 9;
+         }},
+        {"the span of a set", [](CXString& r) { return r.Left(9).SpanIncluding(VTEXT("a")).GetLength() == 9; }},
         {"hexadecimal",
          [](CXString& r) {
              return r = HexText::Encode({reinterpret_cast<const BYTE*>("x"), 1}), true;
