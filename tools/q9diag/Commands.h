@@ -18,6 +18,7 @@ void AddFind(CommandLine& rLine);
 void AddDimension(CommandLine& rLine);
 void AddFile(CommandLine& rLine);     ///< read, write
 void AddProtect(CommandLine& rLine);  ///< encrypt, decrypt
+void AddIni(CommandLine& rLine);      ///< get, set, delete, sections, keys
 void AddReg(CommandLine& rLine);      ///< hives, get, set, delete, list
 void AddRegTree(CommandLine& rLine);  ///< tree, copy
 void AddCounters(CommandLine& rLine);

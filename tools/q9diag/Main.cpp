@@ -29,6 +29,7 @@ void DescribeCommands(CommandLine& rLine) {
     AddDimension(rLine);
     AddFile(rLine);
     AddProtect(rLine);
+    AddIni(rLine);
     AddReg(rLine);
     AddRegTree(rLine);
     AddCounters(rLine);
