@@ -48,6 +48,10 @@ function(q9_define_data_folder)
 endfunction()
 
 file(GLOB support_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/support/*.cpp")
+if(WIN32)    # the embedded spooler, on which the fake one stands; on the host it is part of the platform
+    file(GLOB spooler_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/platform/host/spooler/*.cpp")
+    list(APPEND support_sources ${spooler_sources})
+endif()
 if(support_sources)
     q9_define_data_folder(${support_sources})
     add_library(q9_test_support STATIC EXCLUDE_FROM_ALL ${support_sources})

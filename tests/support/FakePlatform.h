@@ -9,6 +9,7 @@
 #include "support/FakeFilePort.h"
 #include "support/FakeIdentityPort.h"
 #include "support/FakePorts.h"
+#include "support/FakePrintingPorts.h"
 #include "support/FakeRegistryPort.h"
 #include "support/FakeSessionPort.h"
 #include "support/FakeSpoolerPort.h"
@@ -37,6 +38,9 @@ public:
               .pThreads = &threads,
               .pClock = &clock,
               .pSpooler = &spooler,
+              .pQueues = &printing,
+              .pPrinterData = &printing,
+              .pDrivers = &printing,
               .pCrypto = &crypto,
               .pIdentity = &identity,
               .pEvents = &events,
@@ -48,9 +52,10 @@ public:
 
     /// Handles, slots, blocks, tokens, atoms and threads that are taken at the moment.
     std::size_t TakenResources() const {
-        return files.OpenHandles() + registry.OpenHandles() + spooler.OpenHandles() + crypto.OpenHandles() +
-               static_cast<std::size_t>(threads.OpenSlots()) + static_cast<std::size_t>(threads.LocalBlocks()) +
-               events.OpenHandles() + events.RunningThreads() + identity.OpenTokens() + sessions.LivingAtoms();
+        return files.OpenHandles() + registry.OpenHandles() + spooler.OpenHandles() + printing.OpenHandles() +
+               crypto.OpenHandles() + static_cast<std::size_t>(threads.OpenSlots()) +
+               static_cast<std::size_t>(threads.LocalBlocks()) + events.OpenHandles() + events.RunningThreads() +
+               identity.OpenTokens() + sessions.LivingAtoms();
     }
 
     /// The process is gone: handles vanish, disk and registry stay as they are.
@@ -69,7 +74,8 @@ public:
     FakeProcessPort process;
     FakeThreadPort threads;
     FakeClockPort clock;
-    FakeSpoolerPort spooler;
+    FakeSpoolerPort spooler{registry, files, process};
+    FakePrintingPorts printing{spooler};
     FakeCryptoPort crypto;
     FakeIdentityPort identity;
     FakeEventPort events;

@@ -7,13 +7,14 @@
 #include <algorithm>
 
 #include "platform/EmbeddedMonitor.h"
+#include "platform/host/spooler/SpoolerPorts.h"
 #include "support/AllocationFaults.h"
 
 namespace vlm::test {
 
 namespace {
 
-constexpr XStringView CHANNEL_PREFIX = VTEXT(",XcvMonitor ");
+constexpr XStringView CHANNEL_PREFIX = VTEXT(",XcvMonitor "), PORT_PREFIX = VTEXT(",XcvPort ");
 
 constexpr Status SpoolerStatus(DWORD dwStatus) noexcept {
     return static_cast<Status>(dwStatus);
@@ -31,7 +32,8 @@ bool EqualNoCase(XStringView svLeft, XStringView svRight) {
 
 }  // namespace
 
-FakeSpoolerPort::FakeSpoolerPort() = default;
+FakeSpoolerPort::FakeSpoolerPort(FakeRegistryPort& rRegistry, FakeFilePort& rFiles, FakeProcessPort& rProcess)
+    : m_oGround(rRegistry, rFiles, rProcess) {}
 FakeSpoolerPort::~FakeSpoolerPort() = default;
 
 void FakeSpoolerPort::AddMonitor(XStringView svName, XStringView svDll) {
@@ -93,8 +95,39 @@ void FakeSpoolerPort::DropHandles() {
     const std::lock_guard oLock(m_oMutex);
     for (const auto& [hPrinter, rPrinter] : m_mapPrinters) {
         if (rPrinter.hEmbedded != nullptr) GetEmbeddedMonitor()->CloseChannel(rPrinter.hEmbedded);
+        if (rPrinter.fEmbeddedSpooler) m_oEmbedded.spooler.ClosePrinterHandle(hPrinter);
     }
     m_mapPrinters.clear();
+}
+
+void FakeSpoolerPort::AddScriptedPort(XStringView svPort) {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    m_vScriptedPorts.emplace_back(svPort);
+}
+
+bool FakeSpoolerPort::IsOpen(HANDLE hPrinter) const {
+    const std::lock_guard oLock(m_oMutex);
+    return m_mapPrinters.contains(hPrinter);
+}
+
+void FakeSpoolerPort::NoteOpened(HANDLE hPrinter) {
+    const AllocationExempt oExempt;
+    const std::lock_guard oLock(m_oMutex);
+    m_mapPrinters[hPrinter].fEmbeddedSpooler = true;
+}
+
+bool FakeSpoolerPort::IsOwnChannel(XStringView svName) {
+    const std::size_t iPort = svName.find(PORT_PREFIX);
+    if (iPort != XStringView::npos) {
+        const XStringView svPort = svName.substr(iPort + PORT_PREFIX.size());
+        return std::any_of(m_vScriptedPorts.begin(), m_vScriptedPorts.end(),
+                           [&](const XString& rPort) { return EqualNoCase(rPort, svPort); });
+    }
+    if (!svName.starts_with(CHANNEL_PREFIX)) return false;
+    const XStringView svMonitor = svName.substr(CHANNEL_PREFIX.size());
+    return Find(svMonitor) != m_vMonitors.end() ||
+           (!EqualNoCase(svMonitor, host::LOCAL_MONITOR) && !EqualNoCase(svMonitor, host::TCP_MONITOR));
 }
 
 std::vector<FakeSpoolerPort::Monitor>::iterator FakeSpoolerPort::Find(XStringView svName) {
@@ -112,13 +145,21 @@ Status FakeSpoolerPort::OpenPrinterHandle(const XCHAR* pszName, DWORD dwAccess, 
     const std::lock_guard oLock(m_oMutex);
     if (m_eRefuseOpen != Status::Success) return m_eRefuseOpen;
     const XStringView svName = ViewOf(pszName);
-    const bool fChannel = svName.starts_with(CHANNEL_PREFIX);
-    if (pszName != nullptr && !fChannel) return SpoolerStatus(INVALID_PRINTER_NAME);
-    if (fChannel && svName.size() == CHANNEL_PREFIX.size()) return SpoolerStatus(INVALID_PRINTER_NAME);
-    if (fChannel && Find(svName.substr(CHANNEL_PREFIX.size())) == m_vMonitors.end()) return SpoolerStatus(UNKNOWN_PORT);
-    rhPrinter = reinterpret_cast<HANDLE>(m_uiLastHandle += 4);
-    m_mapPrinters[rhPrinter] = {fChannel, nullptr, dwAccess, {}};
     m_dwLastAccess = dwAccess;
+    if (pszName == nullptr || IsOwnChannel(svName)) {
+        if (svName.size() == CHANNEL_PREFIX.size()) return SpoolerStatus(INVALID_PRINTER_NAME);
+        if (svName.starts_with(CHANNEL_PREFIX) && Find(svName.substr(CHANNEL_PREFIX.size())) == m_vMonitors.end()) {
+            return SpoolerStatus(UNKNOWN_PORT);
+        }
+        rhPrinter = reinterpret_cast<HANDLE>(m_uiLastHandle += 4);
+        m_mapPrinters[rhPrinter] = {pszName != nullptr, nullptr, dwAccess, {}, false};
+        return Status::Success;
+    }
+    HANDLE hPrinter = nullptr;
+    const Status eStatus = m_oEmbedded.spooler.OpenPrinterHandle(pszName, dwAccess, hPrinter);
+    if (eStatus != Status::Success) return eStatus;
+    m_mapPrinters[hPrinter] = {svName.find(VTEXT(",Xcv")) != XStringView::npos, nullptr, dwAccess, {}, true};
+    rhPrinter = hPrinter;
     return Status::Success;
 }
 
@@ -135,6 +176,7 @@ Status FakeSpoolerPort::PrinterName(HANDLE hPrinter, XCHAR* pszName, DWORD& rcNa
     const std::lock_guard oLock(m_oMutex);
     const auto it = m_mapPrinters.find(hPrinter);
     if (it == m_mapPrinters.end()) return Misuse(hPrinter);
+    if (it->second.fEmbeddedSpooler) return m_oEmbedded.spooler.PrinterName(hPrinter, pszName, rcName);
     const XString& rName = it->second.name;
     if (rName.empty()) return Status::InvalidHandle;
     if (pszName == nullptr || rName.size() >= rcName) return Status::MoreData;
@@ -149,6 +191,7 @@ Status FakeSpoolerPort::ClosePrinterHandle(HANDLE hPrinter) noexcept {
     const auto it = m_mapPrinters.find(hPrinter);
     if (it == m_mapPrinters.end()) return Misuse(hPrinter);
     if (it->second.hEmbedded != nullptr) GetEmbeddedMonitor()->CloseChannel(it->second.hEmbedded);
+    if (it->second.fEmbeddedSpooler) m_oEmbedded.spooler.ClosePrinterHandle(hPrinter);
     m_mapPrinters.erase(it);
     return Status::Success;
 }
@@ -170,6 +213,7 @@ Status FakeSpoolerPort::Transceive(HANDLE hChannel, const XCHAR* pszCommand, con
                                    BYTE* pbyOutput, DWORD cbOutput, DWORD& rcbNeeded,
                                    DWORD& rdwMonitorStatus) noexcept {
     Script fnScript;
+    bool bEmbeddedSpooler = false;
     {
         const AllocationExempt oExempt;
         const std::lock_guard oLock(m_oMutex);
@@ -180,6 +224,7 @@ Status FakeSpoolerPort::Transceive(HANDLE hChannel, const XCHAR* pszCommand, con
         if (m_eRefuseTransceive != Status::Success) return m_eRefuseTransceive;
         m_vCommands.emplace_back(pszCommand);
         fnScript = m_fnScript;
+        bEmbeddedSpooler = it->second.fEmbeddedSpooler;
     }
     DWORD cbNeeded = 0;
     if (fnScript) {
@@ -190,6 +235,10 @@ Status FakeSpoolerPort::Transceive(HANDLE hChannel, const XCHAR* pszCommand, con
         cbNeeded = static_cast<DWORD>(vbyOutput.size());
         if (eStatus == Status::Success) std::copy_n(vbyOutput.begin(), std::min(cbNeeded, cbOutput), pbyOutput);
         rdwMonitorStatus = ToDword(eStatus);
+    } else if (bEmbeddedSpooler) {
+        const AllocationExempt oExempt;
+        return m_oEmbedded.spooler.Transceive(hChannel, pszCommand, pbyInput, cbInput, pbyOutput, cbOutput, rcbNeeded,
+                                              rdwMonitorStatus);
     } else {
         HANDLE hEmbedded = nullptr;
         const Status eStatus = EmbeddedChannel(hChannel, hEmbedded);
@@ -231,6 +280,20 @@ Status FakeSpoolerPort::EnumerateMonitor(DWORD dwIndex, XCHAR* pszName, DWORD& r
     *std::copy(rName.begin(), rName.end(), pszName) = 0;
     rcName = static_cast<DWORD>(rName.size());
     return Status::Success;
+}
+
+Status FakeSpoolerPort::EnumeratePortInfo(const XCHAR* pszServer, DWORD dwLevel, void* pInfo, DWORD cbInfo,
+                                          DWORD& rcbNeeded, DWORD& rcReturned) noexcept {
+    const AllocationExempt oExempt;
+    return m_oEmbedded.spooler.EnumeratePortInfo(pszServer, dwLevel, pInfo, cbInfo, rcbNeeded, rcReturned);
+}
+
+Status FakeSpoolerPort::EnumerateProcessorInfo(const XCHAR* pszServer, const XCHAR* pszEnvironment, DWORD dwLevel,
+                                               void* pInfo, DWORD cbInfo, DWORD& rcbNeeded,
+                                               DWORD& rcReturned) noexcept {
+    const AllocationExempt oExempt;
+    return m_oEmbedded.spooler.EnumerateProcessorInfo(pszServer, pszEnvironment, dwLevel, pInfo, cbInfo, rcbNeeded,
+                                                      rcReturned);
 }
 
 }  // namespace vlm::test

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/SpoolerPort.h"
+#include "support/FakeSpoolerGround.h"
 
 namespace vlm::test {
 
@@ -17,6 +18,9 @@ using XString = std::basic_string<XCHAR>;
 
 /// Keeps the spooler port's contract in memory.  A channel leads to the script that is set when a command is sent, or,
 /// without one, to the EmbeddedMonitor of the process (the monitor's own server where it is linked in).
+/// Queues, ports and the channels to "Local Port" and "Standard TCP/IP Port" are the embedded spooler's, over the fake
+/// registry and disk (FakePrintingPorts.h makes queues); a script answers the commands of these channels, too, and a
+/// monitor that was added under one of the two names takes its place.
 /// A call on a handle that is not open fails the running test, unless told otherwise.
 /// Threads: any; the script runs without the port's lock.
 class FakeSpoolerPort final : public SpoolerPort {
@@ -31,7 +35,7 @@ public:
     using Script = std::function<Status(XStringView svCommand, std::span<const BYTE> input, std::size_t cbRoom,
                                         std::vector<BYTE>& rvbyOutput)>;
 
-    FakeSpoolerPort();
+    FakeSpoolerPort(FakeRegistryPort& rRegistry, FakeFilePort& rFiles, FakeProcessPort& rProcess);
     ~FakeSpoolerPort() override;
 
     // --- the script ---
@@ -54,6 +58,16 @@ public:
     void SetMisuseFailsTest(bool fFails);
     /// The process is gone: handles vanish, the monitors stay.
     void DropHandles();
+    /// Has ",XcvPort NAME" open a channel whose commands the script answers, whatever ports there are; on every server.
+    void AddScriptedPort(XStringView svPort);
+
+    // --- for the other fakes of the spooler ---
+    FakeSpoolerGround& Ground() noexcept { return m_oGround; }
+    EmbeddedPorts& Embedded() noexcept { return m_oEmbedded; }
+    bool IsOpen(HANDLE hPrinter) const;
+    /// A handle that the embedded spooler has opened by itself.
+    void NoteOpened(HANDLE hPrinter);
+    Status Misuse(HANDLE hPrinter) const;
 
     // --- the port ---
     Status OpenPrinterHandle(const XCHAR* pszName, DWORD dwAccess, HANDLE& rhPrinter) noexcept override;
@@ -64,23 +78,32 @@ public:
     Status AddMonitorDll(const XCHAR* pszName, const XCHAR* pszEnvironment, const XCHAR* pszDll) noexcept override;
     Status DeleteMonitorByName(const XCHAR* pszName, const XCHAR* pszEnvironment) noexcept override;
     Status EnumerateMonitor(DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept override;
+    Status EnumeratePortInfo(const XCHAR* pszServer, DWORD dwLevel, void* pInfo, DWORD cbInfo, DWORD& rcbNeeded,
+                             DWORD& rcReturned) noexcept override;
+    Status EnumerateProcessorInfo(const XCHAR* pszServer, const XCHAR* pszEnvironment, DWORD dwLevel, void* pInfo,
+                                  DWORD cbInfo, DWORD& rcbNeeded, DWORD& rcReturned) noexcept override;
 
 private:
     struct Printer {
         bool fChannel = false;
         HANDLE hEmbedded = nullptr;  ///< the embedded monitor's channel, opened at the first command that needs it
         DWORD dwAccess = 0;
-        XString name;  ///< of a queue
+        XString name;                   ///< of a queue
+        bool fEmbeddedSpooler = false;  ///< the embedded spooler's own handle
     };
 
     std::vector<Monitor>::iterator Find(XStringView svName);
-    Status Misuse(HANDLE hPrinter) const;
+    /// Whether a name leads to a monitor of this fake, and not to what the embedded spooler has.
+    bool IsOwnChannel(XStringView svName);
     Status EmbeddedChannel(HANDLE hChannel, HANDLE& rhEmbedded);
 
+    FakeSpoolerGround m_oGround;
+    EmbeddedPorts m_oEmbedded{m_oGround};
     mutable std::recursive_mutex m_oMutex;
     std::vector<Monitor> m_vMonitors;
     std::map<HANDLE, Printer> m_mapPrinters;
     std::vector<XString> m_vCommands;
+    std::vector<XString> m_vScriptedPorts;
     Script m_fnScript;
     XString m_missingDll;
     Status m_eRefuseOpen = Status::Success;

@@ -15,6 +15,7 @@
 #include "platform/SpoolerPort.h"
 #include "platform/TextPort.h"
 #include "platform/ThreadPort.h"
+#include "support/FaultPrinting.h"
 #include "support/FaultRegistry.h"
 #include "support/FaultWrappers.h"
 
@@ -278,6 +279,9 @@ struct FaultPlatform::Ports {
     FaultProcess oProcess;
     FaultThreads oThreads;
     FaultSpooler oSpooler;
+    FaultQueues oQueues;
+    FaultPrinterData oPrinterData;
+    FaultDrivers oDrivers;
     FaultCrypto oCrypto;
     FaultIdentity oIdentity;
     FaultEvents oEvents;
@@ -296,6 +300,9 @@ struct FaultPlatform::Ports {
           oProcess(*rBelow.pProcess, rScript),
           oThreads(*rBelow.pThreads, rScript),
           oSpooler(*rBelow.pSpooler, rScript),
+          oQueues(*rBelow.pQueues, rScript),
+          oPrinterData(*rBelow.pPrinterData, rScript),
+          oDrivers(*rBelow.pDrivers, rScript),
           oCrypto(*rBelow.pCrypto, rScript),
           oIdentity(*rBelow.pIdentity, rScript),
           oEvents(*rBelow.pEvents, rScript),
@@ -313,6 +320,9 @@ struct FaultPlatform::Ports {
               .pThreads = &oThreads,
               .pClock = rBelow.pClock,
               .pSpooler = &oSpooler,
+              .pQueues = &oQueues,
+              .pPrinterData = &oPrinterData,
+              .pDrivers = &oDrivers,
               .pCrypto = &oCrypto,
               .pIdentity = &oIdentity,
               .pEvents = &oEvents,

@@ -14,7 +14,7 @@
 #include "platform/host/HostProcessPort.h"
 #include "platform/host/HostRegistryPort.h"
 #include "platform/host/HostSessionPort.h"
-#include "platform/host/HostSpoolerPort.h"
+#include "platform/host/HostSpooler.h"
 #include "platform/host/HostStore.h"
 #include "platform/host/HostTextPort.h"
 #include "platform/host/HostThreadPort.h"
@@ -33,7 +33,7 @@ constinit Undying<HostDesktopPort> goDesktop;
 constinit Undying<HostProcessPort> goProcess;
 constinit Undying<HostThreadPort> goThreads;
 constinit Undying<HostClockPort> goClock;
-constinit Undying<HostSpoolerPort> goSpooler;
+constinit Undying<HostSpooler> goSpooler;
 constinit Undying<HostCryptoPort> goCrypto;
 constinit Undying<HostIdentityPort> goIdentity;
 constinit Undying<HostEventPort> goEvents;
@@ -59,7 +59,10 @@ const Platform& GetSystemPlatform() noexcept {
         .pProcess = &host::goProcess.object,
         .pThreads = &host::goThreads.object,
         .pClock = &host::goClock.object,
-        .pSpooler = &host::goSpooler.object,
+        .pSpooler = &host::goSpooler.object.spooler,
+        .pQueues = &host::goSpooler.object.queues,
+        .pPrinterData = &host::goSpooler.object.data,
+        .pDrivers = &host::goSpooler.object.drivers,
         .pCrypto = &host::goCrypto.object,
         .pIdentity = &host::goIdentity.object,
         .pEvents = &host::goEvents.object,

@@ -11,6 +11,9 @@
 #include "platform/win32/Win32FilePort.h"
 #include "platform/win32/Win32FolderPort.h"
 #include "platform/win32/Win32IdentityPort.h"
+#include "platform/win32/Win32PrintQueuePort.h"
+#include "platform/win32/Win32PrinterDataPort.h"
+#include "platform/win32/Win32PrinterDriverPort.h"
 #include "platform/win32/Win32ProcessPort.h"
 #include "platform/win32/Win32ProfilePort.h"
 #include "platform/win32/Win32RegistryPort.h"
@@ -33,6 +36,9 @@ constinit Undying<Win32ProcessPort> goProcess;
 constinit Undying<Win32ThreadPort> goThreads;
 constinit Undying<Win32ClockPort> goClock;
 constinit Undying<Win32SpoolerPort> goSpooler;
+constinit Undying<Win32PrintQueuePort> goQueues;
+constinit Undying<Win32PrinterDataPort> goPrinterData;
+constinit Undying<Win32PrinterDriverPort> goDrivers;
 constinit Undying<Win32CryptoPort> goCrypto;
 constinit Undying<Win32IdentityPort> goIdentity;
 constinit Undying<Win32EventPort> goEvents;
@@ -56,6 +62,9 @@ const Platform& GetSystemPlatform() noexcept {
         .pThreads = &goThreads.object,
         .pClock = &goClock.object,
         .pSpooler = &goSpooler.object,
+        .pQueues = &goQueues.object,
+        .pPrinterData = &goPrinterData.object,
+        .pDrivers = &goDrivers.object,
         .pCrypto = &goCrypto.object,
         .pIdentity = &goIdentity.object,
         .pEvents = &goEvents.object,

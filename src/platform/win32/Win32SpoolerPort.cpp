@@ -6,9 +6,7 @@
 #include <new>
 #include <vector>
 
-#include "platform/win32/System.h"
-
-#include <winspool.h>
+#include "platform/win32/Win32Blocks.h"
 
 namespace vlm::win32 {
 
@@ -18,21 +16,12 @@ namespace {
 constexpr int LIST_ATTEMPTS = 5;
 constexpr DWORD MAX_LIST_BYTES = 1024 * 1024;
 
-constexpr bool IsEmpty(const XCHAR* pszText) noexcept {
-    return pszText == nullptr || *pszText == 0;
-}
-
-/// The system takes what it is given for a text it may write to, but does not write.
-XCHAR* Writable(const XCHAR* pszText) noexcept {
-    return const_cast<XCHAR*>(pszText);
-}
-
 }  // namespace
 
 Status Win32SpoolerPort::OpenPrinterHandle(const XCHAR* pszName, DWORD dwAccess, HANDLE& rhPrinter) noexcept {
     PRINTER_DEFAULTSW oDefaults{nullptr, nullptr, dwAccess};
     HANDLE hPrinter = nullptr;
-    if (!OpenPrinterW(Writable(pszName), &hPrinter, &oDefaults)) return LastStatus();
+    if (!OpenPrinterW(Writable(pszName), &hPrinter, dwAccess ? &oDefaults : nullptr)) return LastStatus();
     rhPrinter = hPrinter;
     return Status::Success;
 }
@@ -105,6 +94,27 @@ Status Win32SpoolerPort::EnumerateMonitor(DWORD dwIndex, XCHAR* pszName, DWORD& 
     return Status::Success;
 } catch (const std::bad_alloc&) {
     return Status::NotEnoughMemory;
+}
+
+Status Win32SpoolerPort::EnumeratePortInfo(const XCHAR* pszServer, DWORD dwLevel, void* pInfo, DWORD cbInfo,
+                                           DWORD& rcbNeeded, DWORD& rcReturned) noexcept {
+    DWORD cbNeeded = 0, cReturned = 0;
+    const Status eStatus =
+        StatusOf(EnumPortsW(Writable(pszServer), dwLevel, static_cast<BYTE*>(pInfo), cbInfo, &cbNeeded, &cReturned));
+    rcbNeeded = cbNeeded;
+    rcReturned = cReturned;
+    return eStatus;
+}
+
+Status Win32SpoolerPort::EnumerateProcessorInfo(const XCHAR* pszServer, const XCHAR* pszEnvironment, DWORD dwLevel,
+                                                void* pInfo, DWORD cbInfo, DWORD& rcbNeeded,
+                                                DWORD& rcReturned) noexcept {
+    DWORD cbNeeded = 0, cReturned = 0;
+    const Status eStatus = StatusOf(EnumPrintProcessorsW(Writable(pszServer), Writable(pszEnvironment), dwLevel,
+                                                         static_cast<BYTE*>(pInfo), cbInfo, &cbNeeded, &cReturned));
+    rcbNeeded = cbNeeded;
+    rcReturned = cReturned;
+    return eStatus;
 }
 
 }  // namespace vlm::win32
