@@ -55,7 +55,7 @@ CXString VelomPortMonitor::GetPortMonitorNameForScrubber(const XCHAR* pszFolder)
         const CXString csModule =
             CXString::FormatString(VTEXT("%s\\%s\\Language Data\\%s\\%s\\%s"), VTEXT("Velom"), VTEXT("V5.0"),
                                    VTEXT("x64"), VTEXT("Neutral"), VTEXT("q9txt073.dll"));
-        const CXString csName = ResourceModule(csFolder + VTEXT("\\") + csModule).Text(NAME_STRING_ID);
+        CXString csName = ResourceModule(csFolder + VTEXT("\\") + csModule).Text(NAME_STRING_ID);
         if (IsMonitorName(csName)) return csName;
     }
     return CXString(VTEXT("Velom Virtualization Port"));

@@ -5,11 +5,11 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "Files.h"
-#include "Output.h"
 #include "SettingsDiff.h"
 #include "SettingsEdit.h"
 #include "SettingsText.h"
 #include "SettingsVerify.h"
+#include "Story.h"
 
 namespace vlm::tool {
 
@@ -26,36 +26,6 @@ constexpr const char* OTHER_VALUE = "option:value:8";  // where the attribute ha
 struct Options {
     std::string strFile;
     std::string strOutput;
-};
-
-/// Tells the steps and keeps count of what failed.
-class Story {
-public:
-    explicit Story(Output& rOutput) : m_rOutput(rOutput) {}
-
-    void Step(const std::string& strWhat) {
-        m_rOutput.Line();
-        m_rOutput.Line(m_rOutput.Styled(Style::Heading, std::to_string(m_oSteps.size() + 1) + ". " + strWhat));
-        m_oSteps.push_back({{"step", strWhat}, {"checks", Json::array()}});
-    }
-    void Tell(const std::string& strLine) { m_rOutput.Line("   " + strLine); }
-    void Check(bool fHolds, const std::string& strWhat) {
-        m_bAllHold = m_bAllHold && fHolds;
-        m_rOutput.Line("   " + m_rOutput.Styled(fHolds ? Style::Good : Style::Bad, fHolds ? "ok" : "FAILED") + "  " +
-                       strWhat);
-        m_oSteps.back()["checks"].push_back({{"check", JsonString(std::string_view(strWhat))}, {"ok", fHolds}});
-    }
-    int End() {
-        m_rOutput.Line();
-        m_rOutput.Line(m_bAllHold ? "Every check holds." : "A check failed.");
-        m_rOutput.Document({{"ok", m_bAllHold}, {"steps", m_oSteps}});
-        return m_bAllHold ? EXIT_DONE : EXIT_ANSWER_NO;
-    }
-
-private:
-    Output& m_rOutput;
-    Json m_oSteps = Json::array();
-    bool m_bAllHold = true;
 };
 
 /// The value at a path as text; empty when absent.

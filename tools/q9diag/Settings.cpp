@@ -228,7 +228,7 @@ Settings DecodeSettings(const ByteBuffer& rbbFile, const std::string& strFile) {
 }
 
 ByteBuffer EncodeSettings(const Settings& rSettings) {
-    const ByteBuffer bbState = EncodePlain(rSettings);
+    ByteBuffer bbState = EncodePlain(rSettings);
     if (!rSettings.bCompressedState) return bbState;
     return CabCompressedBuffer::CreateWithUncompressedData(bbState, DEFAULT_LEVEL)->GetCompressedBufferState();
 }
