@@ -26,6 +26,8 @@ void AddDebug(CommandLine& rLine);           ///< show, set, categories, reload
 void AddPortMon(CommandLine& rLine);         ///< status, install, upgrade, remove
 void AddPortMonRequest(CommandLine& rLine);  ///< request
 void AddDebugLog(CommandLine& rLine);        ///< log, clear
+void AddQueueShow(CommandLine& rLine);       ///< show, data
+void AddQueueSettings(CommandLine& rLine);
 void AddDemo(CommandLine& rLine);
 void AddHelp(CommandLine& rLine);  ///< help, completion
 

@@ -98,6 +98,11 @@ void RefuseMonitor(const std::string& strWhat, Status status, int iLine, const c
                                        ToXString(pszFile), iLine, ToXString(pszFunction), nullptr);
 }
 
+void RefusePrinter(const std::string& strWhat, Status status, int iLine, const char* pszFile, const char* pszFunction) {
+    throw GetExceptionPrinterFailure(ToXString(std::string_view(strWhat + ": " + StatusText(status))),
+                                     ToXString(pszFile), iLine, ToXString(pszFunction), nullptr);
+}
+
 FailureReport Describe(const std::exception& rException) {
     if (const auto* pUsage = dynamic_cast<const UsageError*>(&rException))
         return {EXIT_USAGE, pUsage->Kind(), "000:000:000", OneLine(pUsage->what())};

@@ -46,6 +46,10 @@ enum class FileStep { Open, Read, Create, Write };
 [[noreturn]] void RefuseMonitor(const std::string& strWhat, Status status, int iLine = __builtin_LINE(),
                                 const char* pszFile = __builtin_FILE(), const char* pszFunction = __builtin_FUNCTION());
 
+/// What the spooler refused about a queue: throws ExceptionPrinterFailure, exit status 4.
+[[noreturn]] void RefusePrinter(const std::string& strWhat, Status status, int iLine = __builtin_LINE(),
+                                const char* pszFile = __builtin_FILE(), const char* pszFunction = __builtin_FUNCTION());
+
 /// The system's words for a status, and its number.
 std::string StatusText(Status status);
 

@@ -37,6 +37,8 @@ void DescribeCommands(CommandLine& rLine) {
     AddDebugLog(rLine);
     AddPortMon(rLine);
     AddPortMonRequest(rLine);
+    AddQueueShow(rLine);
+    AddQueueSettings(rLine);
     AddDemo(rLine);
     AddHelp(rLine);
 }

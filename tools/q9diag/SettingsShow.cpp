@@ -43,25 +43,28 @@ void PrintGroup(const SettingsGroup& rGroup, Output& rOutput) {
 
 int Show(const std::string& strFile, Output& rOutput) {
     const ByteBuffer bbFile = ReadInput(strFile);
-    const Settings oSettings = DecodeSettings(bbFile, strFile);
-    if (rOutput.IsJson()) {
-        rOutput.Document(ToJson(oSettings));
-        return EXIT_DONE;
-    }
-    Rows vRows = {{"form", NameOf(oSettings.eForm)}};
-    if (oSettings.HasNameSpaces())
-        vRows.push_back({"driver version", ToUtf8(oSettings.oVersion.GetStringValue().View())});
-    vRows.push_back({"stored", std::to_string(bbFile.size()) + " bytes" +
-                                   (oSettings.bCompressedState
-                                        ? ", a compressed state of " + std::to_string(oSettings.cStateBytes) + " bytes"
-                                        : "")});
-    rOutput.Table(vRows, 0, {Style::Heading});
-    for (const SettingsGroup& rGroup : oSettings.vGroups)
-        PrintGroup(rGroup, rOutput);
+    PrintSettings(DecodeSettings(bbFile, strFile), bbFile.size(), rOutput);
     return EXIT_DONE;
 }
 
 }  // namespace
+
+void PrintSettings(const Settings& rSettings, std::size_t cbStored, Output& rOutput) {
+    if (rOutput.IsJson()) {
+        rOutput.Document(ToJson(rSettings));
+        return;
+    }
+    Rows vRows = {{"form", NameOf(rSettings.eForm)}};
+    if (rSettings.HasNameSpaces())
+        vRows.push_back({"driver version", ToUtf8(rSettings.oVersion.GetStringValue().View())});
+    vRows.push_back({"stored", std::to_string(cbStored) + " bytes" +
+                                   (rSettings.bCompressedState
+                                        ? ", a compressed state of " + std::to_string(rSettings.cStateBytes) + " bytes"
+                                        : "")});
+    rOutput.Table(vRows, 0, {Style::Heading});
+    for (const SettingsGroup& rGroup : rSettings.vGroups)
+        PrintGroup(rGroup, rOutput);
+}
 
 void AddSettingsShow(CommandLine& rLine) {
     const auto shpoFile = std::make_shared<std::string>();

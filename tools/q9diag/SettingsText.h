@@ -11,6 +11,11 @@
 
 namespace vlm::tool {
 
+class Output;
+
+/// Prints settings for people, or their document.  @param cbStored bytes of the file or value that they came from.
+void PrintSettings(const Settings& rSettings, std::size_t cbStored, Output& rOutput);
+
 /// A place in a settings file: NAMESPACE/ID, or ID alone where there are no name spaces.
 struct SettingsPath {
     std::optional<LONG> olNameSpace;
