@@ -5,9 +5,12 @@ foreach(list Q9_PUBLIC_HEADERS Q9_PUBLIC_INCLUDES)
     list(FILTER ${list} EXCLUDE REGEX "(Impl\\.(h|inl)|/detail/.*|/src/platform/(host|win32)/.*|/src/portmonitor/.*)$")
 endforeach()
 
-# q9util.h includes every public header, in the order of their paths.
+# q9util.h includes every public header, in the order of their paths, but the one that redefines the spooler's names.
 set(umbrella "// Everything that the library offers, in one include.\n#pragma once\n\n")
 foreach(header IN LISTS Q9_PUBLIC_HEADERS)
+    if(header MATCHES "/PrinterDataNames\\.h$")
+        continue()
+    endif()
     cmake_path(RELATIVE_PATH header BASE_DIRECTORY "${PROJECT_SOURCE_DIR}/src" OUTPUT_VARIABLE relative)
     string(APPEND umbrella "#include \"${relative}\"\n")
 endforeach()

@@ -44,7 +44,9 @@ DWORD Printer::GetPrinterDataExMandatoryWrapper(HANDLE hPrinter, const XCHAR* ps
         eStatus = static_cast<Status>(AsStatus(
             [&] { return PrinterMirror(hPrinter, pszKeyName).Read(pszValueName, dwType, pbyData, cbData, cbNeeded); }));
     }
-    if (eStatus != Status::Success && eStatus != Status::MoreData) return ToDword(eStatus);
+    const bool fAnswered =
+        eStatus == Status::Success || eStatus == Status::MoreData || eStatus == Status::InsufficientBuffer;
+    if (!fAnswered) return ToDword(eStatus);
     // A spooler that claims to have written more than there is room for is not believed.
     if (eStatus == Status::Success && cbNeeded > cbData) return ToDword(Status::InvalidData);
     if (pdwType) *pdwType = dwType;

@@ -22,7 +22,8 @@ bool IsTooSmall(DWORD dwStatus) noexcept {
 
 /// Reports what became of the attempts: `i` of them were made again after `dwFirst`.
 void ReportRetries(DWORD dwStatus, DWORD dwFirst, unsigned i, bool fYielded, unsigned iMaxRetries) noexcept {
-    // clang-format off: the conditions' texts are fixed.
+    // The conditions' texts are fixed:
+    // clang-format off
     if (fYielded && dwStatus == 0) {
         VLM_REPORT_ERROR(vlm::PRINTER_CATEGORIES,
                          VTEXT("::GetPrinterDataEx() initially failed with error %u, failed %u retries, and only "
@@ -31,12 +32,12 @@ void ReportRetries(DWORD dwStatus, DWORD dwFirst, unsigned i, bool fYielded, uns
                                "writes the value again and again."),
                          dwFirst, i - 1, i);
     } else if (dwStatus == 0) {
-        VLM_ASSERT(i < 2 || i == iMaxRetries,
+        VLM_ASSERT(i<2 || i == iMaxRetries,
                    VTEXT("::GetPrinterDataEx() initially failed with error %u, and required %u retries before it "
                          "succeeded. The driver has fully recovered."),
                    dwFirst, i);
     }
-    VLM_ASSERT(i < iMaxRetries, VTEXT("%s"), TextOfStatus(dwStatus));
+    VLM_ASSERT(i<iMaxRetries, VTEXT("%s"), TextOfStatus(dwStatus));
     // clang-format on
 }
 

@@ -32,7 +32,8 @@ protected:
         if (rCall.pcbNeeded) *rCall.pcbNeeded = cbClaimed;
         if (rCall.pdwType) *rCall.pdwType = 3;
         if (rCall.cbTarget < cbClaimed) return Status::MoreData;
-        std::memcpy(rCall.pTarget, rvbyData.data(), std::min<std::size_t>(rvbyData.size(), rCall.cbTarget));
+        std::copy_n(rvbyData.begin(), std::min<std::size_t>(rvbyData.size(), rCall.cbTarget),
+                    static_cast<BYTE*>(rCall.pTarget));
         return Status::Success;
     }
     std::size_t Reported(const char* pszText) const { return m_oSink.Count(pszText); }

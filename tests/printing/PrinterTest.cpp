@@ -64,7 +64,7 @@ TEST_F(PrinterTest, NamesBecomeKeysAndTellWhatAQueueIs) {
         std::string strName, strKey;
         bool fGuid;
     } aoRows[] = {
-        {"Queue", "Queue", false},
+        {"Name one", "Name one", false},
         {"\\\\SERVER\\Far", ",,SERVER,Far", false},
         {"{01234567-89ab-CDEF-0123-456789abcdef}", "{01234567-89ab-CDEF-0123-456789abcdef}", true},
         {"{01234567-89ab-CDEF-0123-456789abcdeg}", "{01234567-89ab-CDEF-0123-456789abcdeg}", false},
@@ -145,7 +145,7 @@ TEST_F(PrinterTest, IdentityIsReadWithinItsRules) {
         const char* pszFailure;  // null: the value itself is the answer
     } aoRows[] = {
         {VTEXT("xProdUID"), nullptr, uid,
-         "is <3 or >4 chars.  Value=\nContext = application\nWindows Error = File not"},
+         "is <3 or >4 chars.  Value=\nContext = application\nWindows Error = The file "},
         {VTEXT("xProdUID"), "AB", uid, "failed reading PrinterDriverData, or is <3 or >4 chars.  Value=AB\n"},
         {VTEXT("xProdUID"), "ABC", uid, nullptr},
         {VTEXT("xProdUID"), "ABCD", uid, nullptr},
@@ -320,7 +320,7 @@ TEST_F(PrinterTest, TheDeviceIsFoundByTheMonitorOfThePort) {
     Printer oNet(VTEXT("Net"), Printer::THROW);
     CXString csMonitor;
     EXPECT_TRUE(oNet.GetPortInfo(oNet.GetPrinterHandle(), csMonitor));
-    EXPECT_EQ(Narrow(csMonitor.View()), "Standard TCP/IP Port");
+    EXPECT_EQ(Narrow(csMonitor.View()), "TCPMON.DLL");
     EXPECT_EQ(Narrow(oNet.GetCurrentPrinterIPOrHost().View()), "10.0.0.9");
     EXPECT_TRUE(oNet.GetIPOrHostNameFromTcpMon(csAddress));
     EXPECT_EQ(Reported("GetPrinterPort(): Found Cached Value"), 1u);

@@ -37,6 +37,7 @@ void DescribeCommands(CommandLine& rLine) {
     AddDebugLog(rLine);
     AddPortMon(rLine);
     AddPortMonRequest(rLine);
+    rLine.Noun("queue", "Print queues, their data and stored settings");
     AddQueueShow(rLine);
     AddQueueSettings(rLine);
     AddDemo(rLine);
