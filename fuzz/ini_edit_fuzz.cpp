@@ -1,8 +1,8 @@
 /// @file
 /// Fuzzes reads and edits of UTF-8 INI files against the slow rules of IniModel.  The input is pieces between bytes 1:
 /// the text, then one operation each.  An operation is a letter and its parts between bytes 2: "w" section, key, value;
-/// "k" section, key (deletes); "s" section (deletes).  Of a sixteenth of the inputs the first operation is made on a file,
-/// too, which takes longer than all others.
+/// "k" section, key (deletes); "s" section (deletes).  Of a sixteenth of the inputs the first operation is made on a
+/// file, too, which takes longer than all others.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>

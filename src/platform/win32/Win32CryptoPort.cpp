@@ -27,6 +27,8 @@ static_assert(static_cast<DWORD>(CryptoPort::KeyParameter::Iv) == KP_IV &&
 static_assert(CryptoPort::KEY_BLOB_HEAD[0] == PLAINTEXTKEYBLOB && CryptoPort::KEY_BLOB_HEAD[1] == CUR_BLOB_VERSION &&
               CryptoPort::KEY_BLOB_HEAD[4] + 256 * CryptoPort::KEY_BLOB_HEAD[5] == CALG_AES_256);
 
+constexpr wchar_t PROVIDER[] = L"Microsoft Enhanced RSA and AES Cryptographic Provider";
+
 /// The numbers that CryptoAPI knows its objects by.
 ULONG_PTR Number(HANDLE h) noexcept {
     return reinterpret_cast<ULONG_PTR>(h);
@@ -49,7 +51,7 @@ DATA_BLOB BlobOf(const void* pData, DWORD cbData) noexcept {
 
 Status Win32CryptoPort::AcquireProvider(HANDLE& rhProvider) noexcept {
     HCRYPTPROV hProvider = 0;
-    if (!CryptAcquireContextW(&hProvider, nullptr, MS_ENH_RSA_AES_PROV_W, PROV_RSA_AES, CRYPT_VERIFYCONTEXT)) {
+    if (!CryptAcquireContextW(&hProvider, nullptr, PROVIDER, PROV_RSA_AES, CRYPT_VERIFYCONTEXT)) {
         return LastStatus();
     }
     rhProvider = Handle(hProvider);

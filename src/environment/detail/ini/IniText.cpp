@@ -3,6 +3,7 @@
 #include "environment/detail/ini/IniText.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace vlm::ini {
@@ -11,7 +12,7 @@ namespace {
 
 using std::string_view;
 
-constexpr string_view LINE_END = "\r\n", BYTE_ORDER_MARK = "\xEF\xBB\xBF", NO_PART_HAS("\r\n\0", 3);
+constexpr string_view LINE_END = "\r\n", BYTE_ORDER_MARK = "\xEF\xBB\xBF", PLACE = "%s", NO_PART_HAS("\r\n\0", 3);
 
 constexpr bool IsLineEnd(char ch) noexcept {
     return ch == '\r' || ch == '\n';
@@ -157,30 +158,44 @@ bool IsWritable(string_view svSection, string_view svKey, string_view svValue) n
            cLine <= MAX_LINE_BYTES;
 }
 
-bool Editor::Replace(std::size_t cAt, std::size_t cOld, std::initializer_list<string_view> lstNew) noexcept {
+bool Editor::Replace(std::size_t cAt, std::size_t cOld, std::span<const string_view> vNew) noexcept {
     std::size_t cNew = 0;
-    for (const string_view svPart : lstNew)
+    for (const string_view svPart : vNew)
         cNew += svPart.size();
     const std::size_t cLength = m_cLength - cOld + cNew;
     if (cNew > cOld && cLength > m_cRoom) return false;
     char* pchTarget = m_pchText + cAt;
     std::memmove(pchTarget + cNew, pchTarget + cOld, m_cLength - cAt - cOld);
-    for (const string_view svPart : lstNew)
+    for (const string_view svPart : vNew)
         pchTarget += svPart.copy(pchTarget, svPart.size());
     if (cLength < m_cLength) std::memset(m_pchText + cLength, 0, m_cLength - cLength);
     m_cLength = cLength;
     return true;
 }
 
+bool Editor::Insert(std::size_t cAt, string_view svFormat, std::span<const string_view> vParts) noexcept {
+    std::array<string_view, 8> asvPieces;
+    std::size_t cPieces = 0;
+    if (cAt != Start(Text()) && !IsLineEnd(m_pchText[cAt - 1])) asvPieces[cPieces++] = LINE_END;
+    for (const string_view svPart : vParts) {
+        const std::size_t cPlace = svFormat.find(PLACE);
+        asvPieces[cPieces++] = svFormat.substr(0, cPlace);
+        asvPieces[cPieces++] = svPart;
+        svFormat.remove_prefix(cPlace + PLACE.size());
+    }
+    asvPieces[cPieces++] = svFormat;
+    return Replace(cAt, 0, {asvPieces.data(), cPieces});
+}
+
 bool Editor::Write(string_view svSection, string_view svKey, string_view svValue) noexcept {
+    const string_view asvParts[] = {svSection, svKey, svValue};
     const Place oPlace = Find(Text(), svSection, svKey);
-    if (oPlace.cValue != ABSENT) return Replace(oPlace.cValue, ValueAt(Text(), oPlace.cValue).size(), {svValue});
-    const bool fNewSection = oPlace.cHeader == ABSENT;
-    const std::size_t cAt = fNewSection ? m_cLength : NextBracket(Text(), BehindHeader(oPlace.cHeader, svSection));
-    // A last line without an end gets one first.
-    const string_view svEnd = cAt == Start(Text()) || IsLineEnd(m_pchText[cAt - 1]) ? "" : LINE_END;
-    if (fNewSection) return Replace(cAt, 0, {svEnd, "[", svSection, "]\r\n", svKey, "=", svValue, LINE_END});
-    return Replace(cAt, 0, {svEnd, svKey, "=", svValue, LINE_END});
+    if (oPlace.cHeader == ABSENT) return Insert(m_cLength, "[%s]\r\n%s=%s\r\n", asvParts);
+    if (oPlace.cValue == ABSENT) {
+        const std::size_t cEnd = NextBracket(Text(), BehindHeader(oPlace.cHeader, svSection));
+        return Insert(cEnd, "%s=%s\r\n", std::span(asvParts).subspan(1));
+    }
+    return Replace(oPlace.cValue, ValueAt(Text(), oPlace.cValue).size(), std::span(asvParts).subspan(2));
 }
 
 bool Editor::DeleteSection(string_view svSection) noexcept {

@@ -3,8 +3,8 @@
 #pragma once
 
 #include <cstddef>
-#include <initializer_list>
 #include <optional>
+#include <span>
 #include <string_view>
 
 namespace vlm::ini {
@@ -75,7 +75,9 @@ public:
     bool DeleteKey(std::string_view svSection, std::string_view svKey) noexcept;
 
 private:
-    bool Replace(std::size_t cAt, std::size_t cOld, std::initializer_list<std::string_view> lstNew) noexcept;
+    /// Puts lines in where a line begins; ends the one before first when it has no end.
+    bool Insert(std::size_t cAt, std::string_view svFormat, std::span<const std::string_view> vParts) noexcept;
+    bool Replace(std::size_t cAt, std::size_t cOld, std::span<const std::string_view> vNew) noexcept;
 
     char* m_pchText;
     std::size_t m_cLength;
