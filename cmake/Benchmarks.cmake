@@ -12,7 +12,7 @@ find_package(spdlog REQUIRED)
 find_package(absl REQUIRED)
 find_package(Boost REQUIRED)
 find_package(Protobuf REQUIRED)
-pkg_check_modules(BENCH_PEERS REQUIRED IMPORTED_TARGET libdeflate libisal)
+pkg_check_modules(BENCH_PEERS REQUIRED IMPORTED_TARGET libdeflate libisal inih)
 
 add_library(q9_bench_peers INTERFACE)
 target_link_libraries(q9_bench_peers INTERFACE benchmark::benchmark benchmark::benchmark_main Qt5::Core ICU::uc ICU::i18n

@@ -12,7 +12,7 @@ declare -A sets=(
     [test]="python3 ccache googletest clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev llvm-14 openssl cabextract
         gcab git"
     [bench]="libbenchmark-dev libdeflate-dev libisal-dev qtbase5-dev libicu-dev libfmt-dev libabsl-dev libprotobuf-dev
-        protobuf-compiler libboost-dev libmsgpack-cxx-dev libspdlog-dev"
+        protobuf-compiler libboost-dev libmsgpack-cxx-dev libspdlog-dev libinih-dev"
     [docs]="doxygen help2man"
     [coverage]="gcovr"
     [abi]="abigail-tools"
