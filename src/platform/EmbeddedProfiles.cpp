@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <new>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "platform/FilePort.h"
@@ -162,7 +163,7 @@ Status EmbeddedProfiles::Load(HANDLE hFile, Profile& rProfile) {
     DWORD dwRead = 0;
     const Status eStatus = m_rFiles.Read(hFile, vchBytes.data(), static_cast<DWORD>(ullSize), dwRead);
     if (eStatus != Status::Success) return eStatus;
-    vchBytes.resize(dwRead);
+    if (dwRead != ullSize) return Status::HandleEof;
     rProfile.fUtf16 = dwRead >= 2 && std::equal(UTF16_MARK, UTF16_MARK + 2, vchBytes.begin(),
                                                 [](BYTE by, char ch) { return by == static_cast<BYTE>(ch); });
     if (rProfile.fUtf16) {
@@ -201,6 +202,9 @@ Status EmbeddedProfiles::Store(const XCHAR* pszFile, const Profile& rProfile) {
         DWORD dwWritten = 0;
         const auto dwBytes = static_cast<DWORD>(vchBytes.size());
         if (dwBytes != 0) eStatus = m_rFiles.Write(oFile.hFile, vchBytes.data(), dwBytes, dwWritten);
+        // Only a closed file is the system's.
+        const Status eClosed = m_rFiles.Close(std::exchange(oFile.hFile, nullptr));
+        if (eStatus == Status::Success) eStatus = eClosed;
     }
     if (eStatus == Status::Success) eStatus = m_rFiles.Move(beside.c_str(), pszFile, true);
     if (eStatus != Status::Success) m_rFiles.Delete(beside.c_str());

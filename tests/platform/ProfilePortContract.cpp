@@ -5,6 +5,8 @@
 #include <algorithm>
 
 #include "FileContract.h"
+#include "platform/EmbeddedProfiles.h"
+#include "support/FaultLoop.h"
 
 namespace vlm::test {
 
@@ -165,6 +167,34 @@ TEST_P(ProfilePortContract, FilesThatCannotBeUsedReadAsEmptyAndRefuseWrites) {
 }
 
 Q9_CONTRACT_SUITE(ProfilePortContract);
+
+TEST(EmbeddedProfiles, AWriteThatFailsOrIsKilledLeavesTheOldFileOrTheNewOne) {
+    static const XCHAR* const s_pszPath = VTEXT("C:\\test.ini");
+    const std::vector<BYTE> vbyOld = BytesOf("; c\r\n[S]\r\na=1\r\n"), vbyNew = BytesOf("; c\r\n[S]\r\na=2\r\n");
+    const auto isOneOfBoth = [&](FakePlatform& rFake) {
+        const auto ovby = rFake.files.Contents(s_pszPath);
+        return ovby == vbyOld || ovby == vbyNew;
+    };
+    FaultLoop oLoop;
+    oLoop.vModes = {FaultMode::FailOnce, FaultMode::ShortOnce, FaultMode::FailFrom, FaultMode::KillAt,
+                    FaultMode::KillTorn};
+    oLoop.fnPrepare = [&](FakePlatform& rFake) { rFake.files.AddFile(s_pszPath, vbyOld); };
+    oLoop.fnRun = [] {
+        EmbeddedProfiles oProfiles(*GetPlatform().pFiles, *GetPlatform().pText);
+        const bool fRead = oProfiles.GetInt(VTEXT("S"), VTEXT("a"), 0, s_pszPath) != 0;
+        const bool fWritten = oProfiles.WriteString(VTEXT("S"), VTEXT("a"), VTEXT("2"), s_pszPath) == Status::Success;
+        return fRead && fWritten ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+    };
+    oLoop.fnCheck = [&](FakePlatform& rFake, FaultOutcome eOutcome) {
+        EXPECT_TRUE(isOneOfBoth(rFake));
+        if (eOutcome == FaultOutcome::Succeeded) {
+            EXPECT_TRUE(rFake.files.Contents(s_pszPath) == vbyNew);
+            EXPECT_EQ(rFake.files.FileNames().size(), 1u);
+        }
+    };
+    oLoop.fnCheckAfterKill = [&](FakePlatform& rFake) { EXPECT_TRUE(isOneOfBoth(rFake)); };
+    EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 10u);
+}
 
 }  // namespace
 
