@@ -79,18 +79,6 @@ protected:
         DWORD dwAttributes = 0;
         return Files().GetAttributes(rPath.c_str(), dwAttributes) == Status::Success;
     }
-    /// Wine differs from Windows in places: as the superuser it opens read-only files for writing, and a file deleted
-    /// by handle goes by the name that it was opened with.
-    bool IsWine() const {
-        if (IsFake()) return false;
-        HKEY hKey = nullptr;
-        RegistryPort& rRegistry = *GetSystemPlatform().pRegistry;
-        const HKEY hRoot = rRegistry.RootKey(RegistryPort::Root::CurrentUser);
-        if (rRegistry.Open(hRoot, VTEXT("Software\\Wine"), RegistryPort::RIGHTS_READ, hKey) != Status::Success)
-            return false;
-        rRegistry.Close(hKey);
-        return true;
-    }
 
     XString m_folder;
     std::filesystem::path m_oFolder;

@@ -39,6 +39,18 @@ protected:
     }
 
     bool IsFake() const { return GetParam() == Adapter::Fake; }
+    /// Wine differs from Windows in places; each suite names its own.  Files: as the superuser it opens read-only ones
+    /// for writing, and a file deleted by handle goes by the name that it was opened with.
+    bool IsWine() const {
+        if (IsFake()) return false;
+        HKEY hKey = nullptr;
+        RegistryPort& rRegistry = *GetSystemPlatform().pRegistry;
+        const HKEY hRoot = rRegistry.RootKey(RegistryPort::Root::CurrentUser);
+        if (rRegistry.Open(hRoot, VTEXT("Software\\Wine"), RegistryPort::RIGHTS_READ, hKey) != Status::Success)
+            return false;
+        rRegistry.Close(hKey);
+        return true;
+    }
     const Platform& Ports() const { return IsFake() ? m_oFake.Get() : GetSystemPlatform(); }
 
     /// A number that no other run uses at the same time.
