@@ -26,6 +26,7 @@ void AddDebug(CommandLine& rLine);           ///< show, set, categories, reload
 void AddPortMon(CommandLine& rLine);         ///< status, install, upgrade, remove
 void AddPortMonRequest(CommandLine& rLine);  ///< request
 void AddDebugLog(CommandLine& rLine);        ///< log, clear
+void AddQueue(CommandLine& rLine);           ///< list, sample
 void AddQueueShow(CommandLine& rLine);       ///< show, data
 void AddQueueSettings(CommandLine& rLine);
 void AddDemo(CommandLine& rLine);

@@ -38,6 +38,7 @@ void DescribeCommands(CommandLine& rLine) {
     AddPortMon(rLine);
     AddPortMonRequest(rLine);
     rLine.Noun("queue", "Print queues, their data and stored settings");
+    AddQueue(rLine);
     AddQueueShow(rLine);
     AddQueueSettings(rLine);
     AddDemo(rLine);

@@ -1,0 +1,153 @@
+/// @file
+/// The sample queues' drivers: what they consist of, and how they are installed.
+#include "environment/SampleDriversImpl.h"
+
+#include <array>
+#include <vector>
+
+#include "platform/FilePort.h"
+#include "platform/Platform.h"
+#include "platform/PrinterDriverPort.h"
+#include "utilities/debuggingandexceptions/RaiseMacros.h"
+#include "utilities/utilitiesdll/CXString.h"
+#include "utilities/utilitiesdll/SystemText.h"
+
+namespace vlm {
+
+namespace {
+
+constexpr char FILE_TEXT[] = "A sample of a driver's file; it holds nothing.\r\n";
+
+constexpr const XCHAR* PCL_FILES[] = {VTEXT("q9rpcl073.dll"), VTEXT("q9core073.dll"), VTEXT("q9gui073.dll"),
+                                      VTEXT("q9up073.dll"),   VTEXT("q9coms073.dll"), VTEXT("q9spl073.exe"),
+                                      VTEXT("q9_q9a.dll"),    VTEXT("q9q9a073.cab"),  VTEXT("q9txt073.cab"),
+                                      VTEXT("q9sample.ini"),  VTEXT("q9sample.cfg"),  VTEXT("q9sample.bud"),
+                                      VTEXT("q8gmmp01.dll")};
+constexpr const XCHAR* PS_FILES[] = {VTEXT("q9rps073.dll"),  VTEXT("q9core073.dll"), VTEXT("q9gui073.dll"),
+                                     VTEXT("q9up073.dll"),   VTEXT("q9_q9b.dll"),    VTEXT("q9q9b073.cab"),
+                                     VTEXT("q9gtxt073.cab"), VTEXT("q9samplp.ini"),  VTEXT("q9samplp.cfg")};
+
+constexpr SampleValue PCL_VALUES[] = {
+    {VTEXT("xPDL"), VTEXT("pclxl")},
+    {VTEXT("xColor"), VTEXT("color")},
+    {VTEXT("xInstallCompleted"), VTEXT("Phase2BDone")},
+    {VTEXT("xPrintProc"), VTEXT("winprint")},
+    {VTEXT("xInbox"), VTEXT("0")},
+    {VTEXT("xResDll"), VTEXT("X")},
+    {VTEXT("xProdUID"), VTEXT("q9a")},
+    {VTEXT("xModelId"), VTEXT("Q9-100")},
+};
+constexpr SampleValue PS_VALUES[] = {
+    {VTEXT("xPDL"), VTEXT("postscript")},
+    {VTEXT("xColor"), VTEXT("monochrome")},
+    {VTEXT("xInstallCompleted"), VTEXT("Phase2BDone")},
+    {VTEXT("xPrintProc"), VTEXT("winprint")},
+    {VTEXT("xInbox"), VTEXT("0")},
+    {VTEXT("xResDll"), VTEXT("GV")},
+    {VTEXT("xProdUID"), VTEXT("q9b")},
+    {VTEXT("xModelId"), VTEXT("Q9-200")},
+};
+
+constexpr SampleDriver PCL_DRIVER{VTEXT("Q9 Sample PCL6 Driver"),
+                                  VTEXT("unidrv.dll"),
+                                  VTEXT("q9sample.gpd"),
+                                  VTEXT("unidrvui.dll"),
+                                  PCL_FILES,
+                                  PCL_VALUES,
+                                  1};
+constexpr SampleDriver PS_DRIVER{VTEXT("Q9 Sample PS Driver"),
+                                 VTEXT("pscript5.dll"),
+                                 VTEXT("q9samplp.ppd"),
+                                 VTEXT("ps5ui.dll"),
+                                 PS_FILES,
+                                 PS_VALUES,
+                                 2};
+
+[[noreturn]] void Refuse(const SampleDriver& rDriver, Status status) {
+    VLM_THROW(ExceptionPrintDriverFailure, VTEXT("The sample driver %s cannot be installed because %s"),
+              rDriver.pszName, TextOfStatus(status));
+}
+
+/// The driver directory, all folders of it made.
+Status PrepareDirectory(CXString& rcsDirectory) {
+    std::array<XCHAR, 1024> achDirectory{};
+    DWORD cbNeeded = 0;
+    const Status status = GetPlatform().pDrivers->GetDriverDirectory(
+        nullptr, SpoolerPort::ENVIRONMENT, 1, achDirectory.data(), sizeof(achDirectory), cbNeeded);
+    if (status != Status::Success) return status;
+    rcsDirectory = achDirectory.data();
+    const XStringView svDirectory = rcsDirectory.View();
+    for (std::size_t i = 0; i <= svDirectory.size(); ++i) {
+        const bool bEnd = i == svDirectory.size();
+        if (i == 0 || (!bEnd && svDirectory[i] != VTEXT('\\') && svDirectory[i] != VTEXT('/'))) continue;
+        // What is there answers that it is; what cannot be made shows at the first file.
+        GetPlatform().pFiles->CreateDirectoryAt(CXString(svDirectory.substr(0, i)).GetLpcwstr());
+    }
+    return Status::Success;
+}
+
+/// Writes a file to be installed from, unless one of its name is installed.
+Status PutFile(const CXString& kcsDirectory, const XCHAR* pszFile, std::vector<CXString>& rvcsPut) {
+    FilePort& rFiles = *GetPlatform().pFiles;
+    DWORD dwAttributes = 0, dwWritten = 0;
+    const CXString csInstalled = kcsDirectory + VTEXT("\\3\\") + pszFile;
+    if (rFiles.GetAttributes(csInstalled.GetLpcwstr(), dwAttributes) == Status::Success) return Status::Success;
+    const CXString csFile = kcsDirectory + VTEXT("\\") + pszFile;
+    HANDLE hFile = nullptr;
+    Status status =
+        rFiles.Open(csFile.GetLpcwstr(),
+                    {.eAccess = FilePort::Access::ReadWrite, .eDisposition = FilePort::Disposition::CreateNew}, hFile);
+    if (status == Status::FileExists) return Status::Success;
+    if (status != Status::Success) return status;
+    rvcsPut.push_back(csFile);
+    status = rFiles.Write(hFile, FILE_TEXT, sizeof(FILE_TEXT) - 1, dwWritten);
+    const Status statusClose = rFiles.Close(hFile);
+    return status == Status::Success ? statusClose : status;
+}
+
+Status Register(const SampleDriver& rDriver) {
+    CXString csName(rDriver.pszName), csEnvironment(SpoolerPort::ENVIRONMENT), csDriver(rDriver.pszDriverFile),
+        csData(rDriver.pszDataFile), csConfig(rDriver.pszConfigFile);
+    std::basic_string<XCHAR> dependent;
+    for (const XCHAR* pszFile : rDriver.apszDependent)
+        dependent.append(pszFile).append(1, 0);
+    const auto Writable = [](const CXString& kcs) { return const_cast<XCHAR*>(kcs.GetLpcwstr()); };
+    DriverInfo3 oInfo{.cVersion = PrinterDriverPort::DRIVER_VERSION,
+                      .pName = Writable(csName),
+                      .pEnvironment = Writable(csEnvironment),
+                      .pDriverPath = Writable(csDriver),
+                      .pDataFile = Writable(csData),
+                      .pConfigFile = Writable(csConfig),
+                      .pHelpFile = nullptr,
+                      .pDependentFiles = dependent.data(),
+                      .pMonitorName = nullptr,
+                      .pDefaultDataType = nullptr};
+    return GetPlatform().pDrivers->AddDriver(nullptr, 3, &oInfo, PrinterDriverPort::COPY_ALL);
+}
+
+}  // namespace
+
+constinit const SampleDriver SAMPLE_PCL_DRIVER = PCL_DRIVER;
+constinit const SampleDriver SAMPLE_PS_DRIVER = PS_DRIVER;
+
+void InstallSampleDriver(const SampleDriver& rDriver) {
+    CXString csDirectory;
+    std::vector<CXString> vcsPut;
+    Status status = PrepareDirectory(csDirectory);
+    std::vector<const XCHAR*> vpszFiles{rDriver.pszDriverFile, rDriver.pszDataFile, rDriver.pszConfigFile};
+    vpszFiles.insert(vpszFiles.end(), rDriver.apszDependent.begin(), rDriver.apszDependent.end());
+    for (const XCHAR* pszFile : vpszFiles) {
+        if (status == Status::Success) status = PutFile(csDirectory, pszFile, vcsPut);
+    }
+    if (status == Status::Success) status = Register(rDriver);
+    for (const CXString& kcsFile : vcsPut)  // the spooler has its own copies
+        GetPlatform().pFiles->Delete(kcsFile.GetLpcwstr());
+    if (status != Status::Success) Refuse(rDriver, status);
+}
+
+void RemoveSampleDriver(const SampleDriver& rDriver) {
+    GetPlatform().pDrivers->DeleteDriver(nullptr, SpoolerPort::ENVIRONMENT, rDriver.pszName,
+                                         PrinterDriverPort::DELETE_UNUSED_FILES, 0);
+}
+
+}  // namespace vlm

@@ -1,0 +1,36 @@
+/// @file
+/// The drivers of the sample queues.
+#pragma once
+
+#include <span>
+
+#include "platform/WinTypes.h"
+
+namespace vlm {
+
+/// A text of the printer data that the driver's installer would have written.
+struct SampleValue {
+    const XCHAR* pszName;
+    const XCHAR* pszText;
+};
+
+struct SampleDriver {
+    const XCHAR* pszName;
+    const XCHAR* pszDriverFile;
+    const XCHAR* pszDataFile;
+    const XCHAR* pszConfigFile;
+    std::span<const XCHAR* const> apszDependent;
+    std::span<const SampleValue> aoValues;  ///< of each queue's "PrinterDriverData"
+    DWORD dwCapabilities;                   ///< "xBaseDriverCaps"
+};
+
+extern const SampleDriver SAMPLE_PCL_DRIVER;
+extern const SampleDriver SAMPLE_PS_DRIVER;
+
+/// Puts the driver's files in place, where there are none yet, and registers it, anew when it is there.
+/// @throws ExceptionPrintDriverFailure
+void InstallSampleDriver(const SampleDriver& rDriver);
+/// Removes the driver and the files that no other driver uses; one that is not there, or in use, stays as it is.
+void RemoveSampleDriver(const SampleDriver& rDriver);
+
+}  // namespace vlm
