@@ -36,6 +36,7 @@ constexpr SampleValue PCL_VALUES[] = {
     {VTEXT("xResDll"), VTEXT("X")},
     {VTEXT("xProdUID"), VTEXT("q9a")},
     {VTEXT("xModelId"), VTEXT("Q9-100")},
+    {VTEXT("xModelVersion"), VTEXT("1.0")},
 };
 constexpr SampleValue PS_VALUES[] = {
     {VTEXT("xPDL"), VTEXT("postscript")},
@@ -46,6 +47,7 @@ constexpr SampleValue PS_VALUES[] = {
     {VTEXT("xResDll"), VTEXT("GV")},
     {VTEXT("xProdUID"), VTEXT("q9b")},
     {VTEXT("xModelId"), VTEXT("Q9-200")},
+    {VTEXT("xModelVersion"), VTEXT("2.0")},
 };
 
 constexpr SampleDriver PCL_DRIVER{VTEXT("Q9 Sample PCL6 Driver"),
