@@ -67,6 +67,17 @@ if(TARGET q9_monitor)
     endif()
 endif()
 
+# The real spooler under Wine has no TCP/IP monitor: the tests of ports bring one.
+if(WIN32 AND TARGET test_printing)
+    add_library(q9tcpmon MODULE "${PROJECT_SOURCE_DIR}/tests/monitors/q9tcpmon.cpp")
+    set_target_properties(q9tcpmon PROPERTIES PREFIX "" EXCLUDE_FROM_ALL ON)
+    target_include_directories(q9tcpmon PRIVATE "${PROJECT_SOURCE_DIR}/src")
+    target_link_libraries(q9tcpmon PRIVATE q9_options q9_link_options)
+    add_dependencies(test_printing q9tcpmon)
+    target_compile_definitions(test_printing PRIVATE
+        "Q9_TCPMON_DLL=VTEXT(\"${Q9_TEST_ROOT}$<TARGET_FILE:q9tcpmon>\")")
+endif()
+
 # Whole-program tests of q9diag: the test starts the program named by Q9_DIAG_PROGRAM.
 if(TARGET q9diag)
     q9_add_test_program(tool ${Q9_ALL_OBJECTS})

@@ -13,10 +13,10 @@ LocalPort::~LocalPort() = default;
 
 bool LocalPort::AddLocalPort(const CXString& kcsPortName) noexcept {
     const auto Add = [&] {
-        const CXString csChannel = CXString(VTEXT(",XcvMonitor ")) + MONITOR_NAME;
         ByteBuffer bbName;
         bbName.append(kcsPortName).appendNullChar();
-        return OpenChannel(csChannel, vlm::SpoolerPort::ACCESS_ADMINISTER) && SendCommand(VTEXT("AddPort"), bbName);
+        return OpenChannel(VTEXT(",XcvMonitor Local Port"), vlm::SpoolerPort::ACCESS_ADMINISTER) &&
+               SendCommand(VTEXT("AddPort"), bbName);
     };
     NoteStatus(vlm::ToDword(Status::NotEnoughMemory));  // where it goes no further
     const bool fAdded = vlm::NoThrow(Add, false);

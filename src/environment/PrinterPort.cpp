@@ -4,9 +4,11 @@
 
 #include <utility>
 
+#include "environment/SpoolerBlockRead.h"
 #include "platform/Platform.h"
 #include "platform/SpoolerPort.h"
 #include "platform/ThreadPort.h"
+#include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 #include "utilities/utilitiesdll/LoaderLock.h"
 #include "utilities/utilitiesdll/SystemText.h"
@@ -54,4 +56,20 @@ bool PrinterPort::NoteStatus(DWORD dwStatus) noexcept {
     m_dwLastStatus = dwStatus;
     vlm::GetPlatform().pThreads->LeaveLastError(dwStatus);
     return dwStatus == 0;
+}
+
+bool PrinterPort::EnumeratePrinterPorts(DWORD dwLevel, ByteBuffer& rbbPorts, DWORD* pdwNumPorts) noexcept {
+    ByteBuffer bbPorts;
+    DWORD cPorts = 0;
+    const auto Call = [&](BYTE* pbyInfo, DWORD cbInfo, DWORD& rcbNeeded, DWORD& rcReturned) {
+        return vlm::GetPlatform().pSpooler->EnumeratePortInfo(nullptr, dwLevel, pbyInfo, cbInfo, rcbNeeded, rcReturned);
+    };
+    const Status status =
+        vlm::NoThrow([&] { return vlm::ReadSpoolerList(vlm::BlockKind::Port, dwLevel, bbPorts, cPorts, Call); },
+                     Status::NotEnoughMemory);
+    if (status != Status::Success) bbPorts.clear();
+    rbbPorts.swap(bbPorts);
+    if (pdwNumPorts) *pdwNumPorts = status == Status::Success ? cPorts : 0;
+    vlm::GetPlatform().pThreads->LeaveLastError(vlm::ToDword(status));
+    return status == Status::Success;
 }

@@ -22,6 +22,12 @@ public:
     /// Status of the last operation: the spooler's, or when it carried the call, the monitor's.
     DWORD GetLastStatus() const noexcept { return m_dwLastStatus; }
 
+    /// Lists the ports of all monitors of this machine as an array of `PORT_INFO_<level>` (1, 2), checked: its texts
+    /// lie and end inside it.  SpoolerBlocks.h reads it on any system.
+    /// @param rbbPorts replaced; empty after a failure.  @param pdwNumPorts receives the count; may be null.
+    /// @return false when the spooler refuses; the thread's last error tells why.
+    static bool EnumeratePrinterPorts(DWORD dwLevel, ByteBuffer& rbbPorts, DWORD* pdwNumPorts) noexcept;
+
 protected:
     PrinterPort() noexcept = default;
 

@@ -15,6 +15,7 @@ namespace {
 using vlm::Status;
 using vlm::TCPPortData;
 
+constexpr const XCHAR* MONITOR_CHANNEL = VTEXT(",XcvMonitor Standard TCP/IP Port");
 constexpr DWORD FIRST_DEVICE = 1;
 constexpr const XCHAR* COMMUNITY = VTEXT("public");
 
@@ -62,13 +63,12 @@ void TCPMonPort::Hold(const TCPPortData& rData) noexcept {
 }
 
 bool TCPMonPort::AddDistinct(const TCPPortData& rData) {
-    const CXString csChannel = CXString(VTEXT(",XcvMonitor ")) + MONITOR_NAME;
     TCPPortData oData = rData;
     for (int i = 0; i <= MAX_DISTINCT_NUMBER; ++i) {
         if (i > 0) oData.m_csPortName.Format(VTEXT("%s_%d"), rData.m_csPortName, i);
         ByteBuffer bbRecord;
         if (!oData.AppendTo(bbRecord)) return NoteStatus(vlm::ToDword(Status::InvalidName));
-        if (i == 0 && !OpenChannel(csChannel, vlm::SpoolerPort::ACCESS_ADMINISTER)) return false;
+        if (i == 0 && !OpenChannel(MONITOR_CHANNEL, vlm::SpoolerPort::ACCESS_ADMINISTER)) return false;
         if (SendCommand(VTEXT("AddPort"), bbRecord)) {
             Hold(oData);
             return true;

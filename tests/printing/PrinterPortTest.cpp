@@ -195,6 +195,53 @@ TEST_F(PrinterPortTest, TheSpoolersErrorStaysBehind) {
     EXPECT_TRUE(oPort.GetPortName().IsEmpty());
 }
 
+TEST_F(PrinterPortTest, AConfigurationIsCheckedBeforeItIsHeld) {
+    m_oFake.spooler.AddScriptedPort(VTEXT("P"));
+    const struct {
+        const char* pszWhat;
+        std::vector<BYTE> vbyReply;
+        Status statusMonitor;
+        DWORD dwLastError;
+    } aoRows[] = {
+        {"raw", Record(VTEXT("P"), VTEXT("host"), VTEXT(""), 1), Status::Success, 0},
+        {"LPR", Record(VTEXT("P"), VTEXT("host"), VTEXT(""), 2), Status::Success, 0},
+        {"no protocol", Record(VTEXT("P"), VTEXT("host"), VTEXT(""), 0), Status::Success, 50},
+        {"other protocol", Record(VTEXT("P"), VTEXT("host"), VTEXT(""), 3), Status::Success, 50},
+        {"largest protocol", Record(VTEXT("P"), VTEXT("host"), VTEXT(""), 0xFFFFFFFF), Status::Success, 50},
+        {"short", std::vector<BYTE>(963), Status::Success, 13},
+        {"nothing", {}, Status::Success, 13},
+        {"refused", {}, Status::AccessDenied, 5},
+        {"larger than the room", std::vector<BYTE>(965), Status::InsufficientBuffer, 122},
+    };
+    for (const auto& rRow : aoRows) {
+        for (const XCHAR* pszServer : {VTEXT(""), VTEXT("\\\\SERVER")}) {
+            TCPMonPort oPort;
+            m_vInputs.clear();
+            m_oSink.Clear();
+            m_vbyReply = rRow.vbyReply;
+            m_vStatuses = {rRow.statusMonitor};
+            EXPECT_EQ(oPort.OpenPort(VTEXT("P"), pszServer), rRow.dwLastError == 0) << rRow.pszWhat;
+            EXPECT_EQ(LastError(), rRow.dwLastError) << rRow.pszWhat;
+            EXPECT_EQ(oPort.GetPortAddress(), rRow.dwLastError == 0 ? VTEXT("host") : VTEXT("")) << rRow.pszWhat;
+            EXPECT_EQ(m_oSink.Count("TCPMonPort::OpenPort"), rRow.dwLastError == 0 ? 0u : 1u);
+            EXPECT_EQ(m_oSink.Count("Unhandled Port Type in OpenPort for Port: P"), rRow.dwLastError == 50 ? 1u : 0u);
+            std::vector<BYTE> vbyQuestion(132);
+            vbyQuestion[128] = 1;
+            EXPECT_THAT(m_vInputs, testing::ElementsAre(vbyQuestion));
+        }
+    }
+    EXPECT_THAT(m_vCommands, testing::Each(XString(VTEXT("GetConfigInfo"))));
+    EXPECT_FALSE(TCPMonPort().OpenPort(VTEXT("Q")));
+    EXPECT_EQ(LastError(), SpoolerPort::UNKNOWN_PORT);
+    {
+        LocalPort oPort;
+        EXPECT_TRUE(oPort.OpenPort(VTEXT("P")));
+        EXPECT_TRUE(oPort.IsChannelOpen());
+        EXPECT_FALSE(oPort.OpenPort(VTEXT("Q")));
+        EXPECT_FALSE(oPort.IsChannelOpen());
+    }
+}
+
 TEST_F(PrinterPortTest, ALocalPortIsItsName) {
     EXPECT_TRUE(LocalPort().AddLocalPort(VTEXT("L€1")));
     EXPECT_THAT(m_vInputs, testing::ElementsAre(FromHex("4C00 AC20 3100 0000")));
