@@ -25,6 +25,8 @@ void AddCounters(CommandLine& rLine);
 void AddDebug(CommandLine& rLine);           ///< show, set, categories, reload
 void AddPortMon(CommandLine& rLine);         ///< status, install, upgrade, remove
 void AddPortMonRequest(CommandLine& rLine);  ///< request
+void AddDriver(CommandLine& rLine);          ///< show, files, state
+void AddPort(CommandLine& rLine);            ///< list, add, show
 void AddDebugLog(CommandLine& rLine);        ///< log, clear
 void AddQueue(CommandLine& rLine);           ///< list, sample
 void AddQueueShow(CommandLine& rLine);       ///< show, data

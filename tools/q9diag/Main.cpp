@@ -35,6 +35,8 @@ void DescribeCommands(CommandLine& rLine) {
     AddCounters(rLine);
     AddDebug(rLine);
     AddDebugLog(rLine);
+    AddDriver(rLine);
+    AddPort(rLine);
     AddPortMon(rLine);
     AddPortMonRequest(rLine);
     rLine.Noun("queue", "Print queues, their data and stored settings");
