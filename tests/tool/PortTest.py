@@ -20,17 +20,17 @@ class PortTest(harness.ToolTest):
         self.assertEqual(self.port("add", "printer.example", "--name", "Büro").text, "added Büro\n")
         shown = self.port("show", "Büro", "--json").document
         self.assertEqual(shown, {
-            "schemaVersion": 1, "name": "Büro", "monitor": "Standard TCP/IP Port", "address": "printer.example",
+            "schemaVersion": 1, "name": "Büro", "monitor": "TCPMON.DLL", "description": "Standard TCP/IP Port", "address": "printer.example",
             "protocol": "raw", "portNumber": 9100, "queue": "",
             "snmp": {"enabled": True, "community": "public", "deviceIndex": 1}})
         self.assertIn("SNMP         community public, device 1\n", self.port("show", "X_10.1.2.3").text)
-        names = {port["name"]: port["monitor"] for port in self.port("list", "--json").document["ports"]}
+        names = {port["name"]: port["description"] for port in self.port("list", "--json").document["ports"]}
         for name in ("X_10.1.2.3", "X_10.1.2.3_1", "Büro"):
             self.assertEqual(names.get(name), "Standard TCP/IP Port", name)
 
     def test_local_ports_are_added_once(self):
         self.port("add", "C:\\out.prn", "--local")
-        self.assertIn("Local Port", self.port("show", "C:\\out.prn").text)
+        self.assertIn("Local Monitor", self.port("show", "C:\\out.prn").text)
         error = self.port("add", "C:\\out.prn", "--local", "--json", expect=REFUSED).document["error"]
         self.assertEqual(error["class"], "ExceptionPrinterFailure")
         self.assertIn("(error 183)", error["message"])

@@ -43,6 +43,12 @@ std::vector<KnownPort> ListPorts() {
     return voPorts;
 }
 
+/// The system lists its TCP/IP ports under the monitor's file name, and describes them by its display name.
+bool IsTcp(const KnownPort& rPort) {
+    return rPort.csDescription.CompareNoCase(TCPMonPort::MONITOR_NAME) == 0 ||
+           rPort.csMonitor.CompareNoCase(TCPMonPort::MONITOR_NAME) == 0;
+}
+
 int RunList(Output& rOutput) {
     std::vector<std::vector<std::string>> vRows = {{"port", "monitor", "description"}};
     Json oPorts = Json::array();
@@ -126,8 +132,10 @@ int RunShow(const Options& rOptions, Output& rOutput) {
         }
         if (!pFound) RefusePrinter("there is no port '" + rOptions.strTarget + "'", Status::FileNotFound);
         vRows.push_back({"monitor", Printable(pFound->csMonitor.View())});
+        vRows.push_back({"description", Printable(pFound->csDescription.View())});
         oDocument["monitor"] = JsonString(pFound->csMonitor.View());
-        fTcp = pFound->csMonitor.CompareNoCase(TCPMonPort::MONITOR_NAME) == 0;
+        oDocument["description"] = JsonString(pFound->csDescription.View());
+        fTcp = IsTcp(*pFound);
     }
     if (fTcp) DescribeTcp(rOptions, csName, vRows, oDocument);
     rOutput.Table(vRows, 0, {Style::Name});
