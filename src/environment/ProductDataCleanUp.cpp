@@ -43,7 +43,7 @@ void Guarded(const XCHAR* pszOperation, Body&& body) {
         vlm::TranslateOutOfMemory(std::forward<Body>(body));
     } catch (const VelomException& rException) {
         VLM_REPORT_ERROR(DebugCategory::UtilDll, VTEXT("+++VelomException thrown during call to ProductData::%s():%s"),
-                         pszOperation, rException.GetMessageW());
+                         pszOperation, rException.GetExceptionMesage());
     }
 }
 
@@ -306,7 +306,7 @@ void ProductData::GarbageCollectSharedLowRightsStorageRegAndDeletePortMonitor() 
         VLM_REPORT_ERROR(DebugCategory::UtilDll,
                          VTEXT("+++VelomException thrown during call to "
                                "ProductData::GarbageCollectSharedLowRightsStorageRegAndDeletePortMonitor():%s"),
-                         rException.GetMessageW());
+                         rException.GetExceptionMesage());
     }
 }
 

@@ -40,11 +40,11 @@ bool TryToUnpack(CXString& rcsReason, Body&& body) {
         body();
         return true;
     } catch (const ExceptionCompression& rException) {
-        rcsReason = rException.GetMessageW();
+        rcsReason = rException.GetExceptionMesage();
     } catch (const ExceptionFileOperationCompression& rException) {
-        rcsReason = rException.GetMessageW();
+        rcsReason = rException.GetExceptionMesage();
     } catch (const ExceptionFile& rException) {
-        rcsReason = rException.GetMessageW();
+        rcsReason = rException.GetExceptionMesage();
     }
     return false;
 }

@@ -31,6 +31,8 @@ void AddDebugLog(CommandLine& rLine);        ///< log, clear
 void AddQueue(CommandLine& rLine);           ///< list, sample
 void AddQueueShow(CommandLine& rLine);       ///< show, data
 void AddQueueSettings(CommandLine& rLine);
+void AddModel(CommandLine& rLine);     ///< list, show, find, lookup, pdl
+void AddModelPdl(CommandLine& rLine);  ///< of AddModel
 void AddDemo(CommandLine& rLine);
 void AddHelp(CommandLine& rLine);  ///< help, completion
 

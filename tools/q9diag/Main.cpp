@@ -43,6 +43,7 @@ void DescribeCommands(CommandLine& rLine) {
     AddQueue(rLine);
     AddQueueShow(rLine);
     AddQueueSettings(rLine);
+    AddModel(rLine);
     AddDemo(rLine);
     AddHelp(rLine);
 }
