@@ -115,7 +115,7 @@ bool ProductData::GetInfo(InfoType eType, CXString& rcsInfo) {
     }
     const XCHAR* const pszKey = KeyOf(eType);
     VLM_ASSERT(pszKey, VTEXT("Invalid pameter eType (%d) in call to ProductData::GetInfo()"), static_cast<int>(eType));
-    if (!pszKey) return false;
+    if (!pszKey || !RequireValidated()) return false;
     rcsInfo = GetInfo(pszKey);
     return !rcsInfo.IsEmpty();
 }
