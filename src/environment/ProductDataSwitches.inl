@@ -1,6 +1,6 @@
 // The switches of a model: VLM_PRODUCT_SWITCH(question, what is on when true, key, rule).
-// Rules: Exact is "YES"; Lower is any letter case of "yes"; Either is "YES" or "yes".  Deliberate: the rules differ, and
-// map files rely on each.
+// Rules: Exact is "YES"; Lower is any letter case of "yes"; Either is "YES" or "yes".  Deliberate: the rules differ,
+// and map files rely on each.
 VLM_PRODUCT_SWITCH(IsSEFOnlyProduct, "takes media short edge first only", "SEFPRODUCT", Exact)
 VLM_PRODUCT_SWITCH(IsModelRequireDriverCollation, "needs the driver to collate", "MODELREQDRVCOLLATE", Exact)
 VLM_PRODUCT_SWITCH(IsJobTrackerTroubleshootingSupported, "can be helped by the job tracker",
