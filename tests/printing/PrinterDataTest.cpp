@@ -57,7 +57,9 @@ TEST_F(PrinterDataTest, AValueThatGrowsBetweenTheCallsIsReadInFiveAttemptsOrNotA
         EXPECT_EQ(bbValue.size(), rRow.dwStatus == 0 ? cbLast : 0u);
         EXPECT_EQ(Reported("Retrying GetPrinterData(Grows) due to ERROR_MORE_DATA."), std::min(rRow.cGrowths, 4u));
         EXPECT_EQ(Reported("fully recovered") + Reported("i<iMaxRetries"), rRow.pszReport ? 1u : 0u);
-        if (rRow.pszReport) EXPECT_EQ(Reported(rRow.pszReport), 1u);
+        if (rRow.pszReport) {
+            EXPECT_EQ(Reported(rRow.pszReport), 1u);
+        }
     }
 }
 
@@ -145,7 +147,9 @@ TEST_F(PrinterDataTest, OnlyAMirroredQueueKeepsInTheRegistryWhatTheSpoolerDoesNo
         EXPECT_EQ(Printer::DeletePrinterDataExMandatoryWrapper(Handle(), DATA, VTEXT("New")), fMirrored ? 0u : 2u);
         EXPECT_EQ(Printer::DeletePrinterDataExMandatoryWrapper(Handle(), DATA, VTEXT("New")), 2u);
         EXPECT_EQ(Set(DATA, VTEXT("Denied")), 5u);  // only "not found" leads to the mirror
-        if (!fMirrored) EXPECT_TRUE(Printer::SetFlagToEnablePrinterDriverDataMirroring(Handle(), true));
+        if (!fMirrored) {
+            EXPECT_TRUE(Printer::SetFlagToEnablePrinterDriverDataMirroring(Handle(), true));
+        }
     }
     EXPECT_EQ(read(VTEXT("Old"), 3, cbNeeded), 234u);
     EXPECT_EQ(cbNeeded, 4u);

@@ -80,7 +80,7 @@ TEST(TCPPortRecords, OnlyWholeRecordsWithTerminatedTextsAreRead) {
         Put(vby, rPlace[0] + rPlace[1] - 2, XStringView(VTEXT("\0"), 1));
         EXPECT_TRUE(Decodes(vby, oData)) << "a text that fills its room at " << rPlace[0];
     }
-    oData = TCPPortData{.m_csPortName = VTEXT("kept")};
+    oData.m_csPortName = VTEXT("kept");
     for (const auto& [strWhat, rvby] : vBad) {
         EXPECT_FALSE(Decodes(rvby, oData)) << strWhat;
         EXPECT_EQ(oData.m_csPortName, VTEXT("kept")) << strWhat;

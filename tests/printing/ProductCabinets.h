@@ -18,7 +18,8 @@ using CabMembers = std::vector<std::pair<std::string, std::string>>;
 inline std::vector<BYTE> StoredCab(const CabMembers& rMembers) {
     constexpr std::size_t BLOCK = 32768;
     ImageParts oParts;
-    ImageFolder oFolder{.uType = 0};
+    ImageFolder oFolder{};
+    oFolder.uType = 0;
     std::string strAll;
     for (const auto& [name, contents] : rMembers) {
         oParts.vFiles.push_back(
