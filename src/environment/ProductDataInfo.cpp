@@ -215,10 +215,10 @@ FinisherType ProductData::GetFinisherType() {
 }
 
 DWORD ProductData::DetermineFinishingCapabilities() {
-    return (GetFinisherType() == FINISHER_PRODUCTION ? FINISHING_PRODUCTION : 0u) |
-           (IsMediaLefOnly() ? FINISHING_LEF_ONLY_TWO_STAPLE : 0u) |
-           (IsDriverCollationSupported() ? FINISHING_DRIVER_COLLATION : 0u) |
-           (IsModelRequireDriverCollation() ? FINISHING_REQUIRES_COLLATION : 0u);
+    return (GetFinisherType() == FINISHER_PRODUCTION ? DWORD{FINISHING_PRODUCTION} : 0) |
+           (IsMediaLefOnly() ? DWORD{FINISHING_LEF_ONLY_TWO_STAPLE} : 0) |
+           (IsDriverCollationSupported() ? DWORD{FINISHING_DRIVER_COLLATION} : 0) |
+           (IsModelRequireDriverCollation() ? DWORD{FINISHING_REQUIRES_COLLATION} : 0);
 }
 
 bool ProductData::IsColorCapable() {
