@@ -148,8 +148,12 @@ void InstallSampleDriver(const SampleDriver& rDriver) {
 }
 
 void RemoveSampleDriver(const SampleDriver& rDriver) {
-    GetPlatform().pDrivers->DeleteDriver(nullptr, SpoolerPort::ENVIRONMENT, rDriver.pszName,
-                                         PrinterDriverPort::DELETE_UNUSED_FILES, 0);
+    PrinterDriverPort& rDrivers = *GetPlatform().pDrivers;
+    const auto Delete = [&](DWORD dwFlags) {
+        return rDrivers.DeleteDriver(nullptr, SpoolerPort::ENVIRONMENT, rDriver.pszName, dwFlags, 0);
+    };
+    // Not every spooler deletes files.
+    if (Delete(PrinterDriverPort::DELETE_UNUSED_FILES) == Status::InvalidParameter) Delete(0);
 }
 
 }  // namespace vlm

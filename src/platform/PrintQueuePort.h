@@ -47,7 +47,8 @@ public:
     /// @return UNKNOWN_LEVEL, INVALID_PRINTER_NAME (no such server), InsufficientBuffer.
     virtual Status EnumerateQueueInfo(DWORD dwFlags, const XCHAR* pszServer, DWORD dwLevel, void* pInfo, DWORD cbInfo,
                                       DWORD& rcbNeeded, DWORD& rcReturned) noexcept = 0;
-    /// Adds a queue and opens it with all rights.  Needs a name, a port, a driver and a print processor.
+    /// Adds a queue and opens it with all rights.  Needs a name, a port, a driver and a print processor; without a
+    /// datatype it is "RAW".
     /// @param pszServer null: this computer.  @param rInfo its pSecurityDescriptor must be null; attributes are kept as
     /// given (0: ATTRIBUTE_LOCAL).
     /// @return PRINTER_ALREADY_EXISTS and UNKNOWN_PORT (Wine accepts both), UNKNOWN_PRINTER_DRIVER,

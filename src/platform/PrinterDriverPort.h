@@ -45,8 +45,8 @@ public:
     /// mind). An installed name is installed anew (with COPY_STRICT_UPGRADE: PRINTER_DRIVER_ALREADY_INSTALLED; Wine:
     /// anew).
     virtual Status AddDriver(const XCHAR* pszServer, DWORD dwLevel, const void* pInfo, DWORD dwFlags) noexcept = 0;
-    /// @param dwFlags DELETE_...  @return UNKNOWN_PRINTER_DRIVER, PRINTER_DRIVER_IN_USE (a queue has it; Wine does not
-    /// ask), INVALID_ENVIRONMENT.
+    /// @param dwFlags DELETE_...; Wine takes none (InvalidParameter).  @return UNKNOWN_PRINTER_DRIVER,
+    /// PRINTER_DRIVER_IN_USE (a queue has it; Wine does not ask), INVALID_ENVIRONMENT.
     virtual Status DeleteDriver(const XCHAR* pszServer, const XCHAR* pszEnvironment, const XCHAR* pszDriver,
                                 DWORD dwFlags, DWORD dwVersion) noexcept = 0;
 

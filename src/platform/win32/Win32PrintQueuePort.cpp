@@ -81,6 +81,9 @@ Status Win32PrintQueuePort::EnumerateQueueInfo(DWORD dwFlags, const XCHAR* pszSe
 Status Win32PrintQueuePort::AddQueue(const XCHAR* pszServer, const PrinterInfo2& rInfo, HANDLE& rhPrinter) noexcept {
     if (IsEmpty(rInfo.pPrintProcessor)) return static_cast<Status>(SpoolerPort::UNKNOWN_PRINT_PROCESSOR);
     PrinterInfo2 oInfo = rInfo;
+    // Wine's spooler does not open a queue that has none.
+    XCHAR szDatatype[] = L"RAW";
+    if (IsEmpty(oInfo.pDatatype)) oInfo.pDatatype = szDatatype;
     const HANDLE hPrinter = AddPrinterW(Writable(pszServer), 2, reinterpret_cast<BYTE*>(&oInfo));
     if (hPrinter == nullptr) return StatusOrGeneral();
     rhPrinter = hPrinter;

@@ -67,8 +67,13 @@ Status Win32PrinterDriverPort::AddDriver(const XCHAR* pszServer, DWORD dwLevel, 
 Status Win32PrinterDriverPort::DeleteDriver(const XCHAR* pszServer, const XCHAR* pszEnvironment, const XCHAR* pszDriver,
                                             DWORD dwFlags, DWORD dwVersion) noexcept {
     if (IsEmpty(pszDriver)) return Status::InvalidParameter;
-    return StatusOf(
-        DeletePrinterDriverExW(Writable(pszServer), Writable(pszEnvironment), Writable(pszDriver), dwFlags, dwVersion));
+    SetLastError(0);
+    if (DeletePrinterDriverExW(Writable(pszServer), Writable(pszEnvironment), Writable(pszDriver), dwFlags,
+                               dwVersion)) {
+        return Status::Success;
+    }
+    const Status eStatus = LastStatus();  // Wine does not say what is wrong with a driver that is not there
+    return eStatus == Status::Success ? static_cast<Status>(SpoolerPort::UNKNOWN_PRINTER_DRIVER) : eStatus;
 }
 
 Status Win32PrinterDriverPort::OpenPrinterUi(const XCHAR* pszModule, HANDLE& rhUi) noexcept {
