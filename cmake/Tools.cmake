@@ -19,12 +19,16 @@ if(NOT Q9_BUILD_TOOLS OR NOT TARGET q9util073)
     return()
 endif()
 
-# The demo's stored settings are compiled in.
-set(demo_block "${PROJECT_SOURCE_DIR}/examples/data/queue-settings.bin")
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${demo_block}")
-file(READ "${demo_block}" demo_bytes HEX)
-string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," demo_bytes "${demo_bytes}")
-file(CONFIGURE OUTPUT "${Q9_GENERATED_DIR}/DemoBlock.inc" CONTENT "@demo_bytes@\n" @ONLY)
+# The demo's stored settings and the sample product's cabinet file are compiled in.
+function(q9_embed_bytes file include)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${file}")
+    file(READ "${file}" bytes HEX)
+    string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${bytes}")
+    file(CONFIGURE OUTPUT "${Q9_GENERATED_DIR}/${include}" CONTENT "@bytes@\n" @ONLY)
+endfunction()
+q9_embed_bytes("${PROJECT_SOURCE_DIR}/examples/data/queue-settings.bin" DemoBlock.inc)
+file(GLOB product_cab "${PROJECT_SOURCE_DIR}/examples/product/*.cab")
+q9_embed_bytes("${product_cab}" DemoCabinet.inc)
 
 # Arguments and standard streams belong to the program, not to the library.
 set(program_sources ${q9_sources_program})

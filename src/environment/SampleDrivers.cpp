@@ -35,7 +35,7 @@ constexpr SampleValue PCL_VALUES[] = {
     {VTEXT("xInbox"), VTEXT("0")},
     {VTEXT("xResDll"), VTEXT("X")},
     {VTEXT("xProdUID"), VTEXT("q9a")},
-    {VTEXT("xModelId"), VTEXT("Q9-100")},
+    {VTEXT("xModelId"), VTEXT("KX 1002C")},
     {VTEXT("xModelVersion"), VTEXT("1.0")},
 };
 constexpr SampleValue PS_VALUES[] = {
@@ -46,7 +46,7 @@ constexpr SampleValue PS_VALUES[] = {
     {VTEXT("xInbox"), VTEXT("0")},
     {VTEXT("xResDll"), VTEXT("GV")},
     {VTEXT("xProdUID"), VTEXT("q9b")},
-    {VTEXT("xModelId"), VTEXT("Q9-200")},
+    {VTEXT("xModelId"), VTEXT("KX 1004")},
     {VTEXT("xModelVersion"), VTEXT("2.0")},
 };
 
@@ -55,6 +55,7 @@ constexpr SampleDriver PCL_DRIVER{VTEXT("Q9 Sample PCL6 Driver"),
                                   VTEXT("q9sample.gpd"),
                                   VTEXT("unidrvui.dll"),
                                   PCL_FILES,
+                                  VTEXT("q9q9a073.cab"),
                                   PCL_VALUES,
                                   1};
 constexpr SampleDriver PS_DRIVER{VTEXT("Q9 Sample PS Driver"),
@@ -62,6 +63,7 @@ constexpr SampleDriver PS_DRIVER{VTEXT("Q9 Sample PS Driver"),
                                  VTEXT("q9samplp.ppd"),
                                  VTEXT("ps5ui.dll"),
                                  PS_FILES,
+                                 VTEXT("q9q9b073.cab"),
                                  PS_VALUES,
                                  2};
 
@@ -89,7 +91,8 @@ Status PrepareDirectory(CXString& rcsDirectory) {
 }
 
 /// Writes a file to be installed from, unless one of its name is installed.
-Status PutFile(const CXString& kcsDirectory, const XCHAR* pszFile, std::vector<CXString>& rvcsPut) {
+Status PutFile(const CXString& kcsDirectory, const XCHAR* pszFile, std::span<const BYTE> contents,
+               std::vector<CXString>& rvcsPut) {
     FilePort& rFiles = *GetPlatform().pFiles;
     DWORD dwAttributes = 0, dwWritten = 0;
     const CXString csInstalled = kcsDirectory + VTEXT("\\3\\") + pszFile;
@@ -102,7 +105,7 @@ Status PutFile(const CXString& kcsDirectory, const XCHAR* pszFile, std::vector<C
     if (status == Status::FileExists) return Status::Success;
     if (status != Status::Success) return status;
     rvcsPut.push_back(csFile);
-    status = rFiles.Write(hFile, FILE_TEXT, sizeof(FILE_TEXT) - 1, dwWritten);
+    status = rFiles.Write(hFile, contents.data(), static_cast<DWORD>(contents.size()), dwWritten);
     const Status statusClose = rFiles.Close(hFile);
     return status == Status::Success ? statusClose : status;
 }
@@ -132,14 +135,17 @@ Status Register(const SampleDriver& rDriver) {
 constinit const SampleDriver SAMPLE_PCL_DRIVER = PCL_DRIVER;
 constinit const SampleDriver SAMPLE_PS_DRIVER = PS_DRIVER;
 
-void InstallSampleDriver(const SampleDriver& rDriver) {
+void InstallSampleDriver(const SampleDriver& rDriver, const ByteBuffer& kbbProductCab) {
     CXString csDirectory;
     std::vector<CXString> vcsPut;
     Status status = PrepareDirectory(csDirectory);
     std::vector<const XCHAR*> vpszFiles{rDriver.pszDriverFile, rDriver.pszDataFile, rDriver.pszConfigFile};
     vpszFiles.insert(vpszFiles.end(), rDriver.apszDependent.begin(), rDriver.apszDependent.end());
     for (const XCHAR* pszFile : vpszFiles) {
-        if (status == Status::Success) status = PutFile(csDirectory, pszFile, vcsPut);
+        const bool bCab = XStringView(pszFile) == rDriver.pszProductCab && !kbbProductCab.empty();
+        const std::span<const BYTE> text(reinterpret_cast<const BYTE*>(FILE_TEXT), sizeof(FILE_TEXT) - 1);
+        const std::span<const BYTE> cab(kbbProductCab.data(), kbbProductCab.size());
+        if (status == Status::Success) status = PutFile(csDirectory, pszFile, bCab ? cab : text, vcsPut);
     }
     if (status == Status::Success) status = Register(rDriver);
     for (const CXString& kcsFile : vcsPut)  // the spooler has its own copies

@@ -185,9 +185,10 @@ void DeleteQueueNamed(const CXString& kcsName) {
 
 }  // namespace
 
-std::vector<SampleQueues::Queue> SampleQueues::Install(const ByteBuffer& kbbDeviceSettings) {
-    InstallSampleDriver(SAMPLE_PCL_DRIVER);
-    InstallSampleDriver(SAMPLE_PS_DRIVER);
+std::vector<SampleQueues::Queue> SampleQueues::Install(const ByteBuffer& kbbDeviceSettings,
+                                                       const ByteBuffer& kbbProductCab) {
+    InstallSampleDriver(SAMPLE_PCL_DRIVER, kbbProductCab);
+    InstallSampleDriver(SAMPLE_PS_DRIVER, kbbProductCab);
     std::vector<Queue> voQueues;
     for (const Sample& rSample : SAMPLES) {
         Queue oQueue{FullName(rSample), KIND_TEXTS[static_cast<std::size_t>(rSample.eKind)], rSample.pDriver->pszName,

@@ -38,7 +38,8 @@ public:
     };
 
     /// @param kbbDeviceSettings stored as "VlmDeviceSettings" of each queue that is added; empty: none.
-    static std::vector<Queue> Install(const ByteBuffer& kbbDeviceSettings);
+    /// @param kbbProductCab the drivers' product CAB; empty: a text like their other files.
+    static std::vector<Queue> Install(const ByteBuffer& kbbDeviceSettings, const ByteBuffer& kbbProductCab);
     /// Takes queues, ports, connections and drivers away again; what is not there is no failure.
     static void Remove();
 };

@@ -17,7 +17,8 @@ class DemoTest(harness.ToolTest):
         self.assertTrue(text.endswith("\nEvery check holds.\n"), text)
         self.assertNotIn("FAILED", text)
         document = self.run_tool("demo", "--json").document
-        self.assertEqual((document["ok"], len(document["steps"])), (True, 5))
+        self.assertEqual((document["ok"], len(document["steps"])), (True, 11))
+        self.assertTrue(all(step["checks"] for step in document["steps"]))
         changed = self.run_tool("settings", "diff", SAMPLE, kept, expect=ANSWER_NO).text
         self.assertEqual(changed, "~ 1/feature:258  option:value:3 -> option:value:7\n")
         # On its own result it changes the attribute once more.

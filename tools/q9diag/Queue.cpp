@@ -1,10 +1,10 @@
 // queue list and sample: the print queues there are, and a set to try things out on.
 #include <array>
-#include <iterator>
 #include <vector>
 
 #include "CommandLine.h"
 #include "Commands.h"
+#include "DemoBytes.h"
 #include "Failure.h"
 #include "Output.h"
 #include "Text.h"
@@ -16,11 +16,6 @@
 namespace vlm::tool {
 
 namespace {
-
-/// The settings that every sample queue gets, as a driver has stored them.
-constexpr BYTE SAMPLE_SETTINGS[] = {
-#include "DemoBlock.inc"
-};
 
 std::string Utf8(const XCHAR* pszText) {
     return Printable(pszText ? XStringView(pszText) : XStringView());
@@ -87,8 +82,7 @@ int Sample(bool fRemove, Output& rOutput) {
     }
     std::vector<std::vector<std::string>> vRows = {{"queue", "kind", "driver", "port", ""}};
     Json oQueues = Json::array();
-    for (const SampleQueues::Queue& rQueue :
-         SampleQueues::Install(ByteBuffer(SAMPLE_SETTINGS, std::size(SAMPLE_SETTINGS)))) {
+    for (const SampleQueues::Queue& rQueue : SampleQueues::Install(SampleSettings(), SampleProductCab())) {
         const auto Text = [](const CXString& kcsText) { return Printable(kcsText.View()); };
         vRows.push_back({Text(rQueue.m_csName), Text(rQueue.m_csKind), Text(rQueue.m_csDriver), Text(rQueue.m_csPort),
                          rQueue.m_bAdded ? "added" : "was there"});
