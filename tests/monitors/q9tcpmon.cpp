@@ -14,9 +14,9 @@ constexpr const wchar_t* PORTS_PATH =
 constexpr const wchar_t* DATA_VALUE = L"PortData";
 constexpr DWORD PORT_DATA_BYTES = 964, QUESTION_BYTES = 132, VERSION_AT = 128;
 
-/// A channel: to a port, or, without a name, to the monitor.
+/// A channel to a port, or to the monitor.
 struct Channel {
-    std::wstring port;
+    std::wstring port;  ///< or the monitor's name
     ACCESS_MASK uAccess;
 };
 
@@ -64,9 +64,8 @@ DWORD WINAPI XcvData(HANDLE hXcv, LPCWSTR pszCommand, PBYTE pbyInput, DWORD cbIn
     const Channel& rChannel = *static_cast<Channel*>(hXcv);
     const std::wstring command = pszCommand;
     *pcbNeeded = 0;
-    if (command == L"AddPort" && rChannel.port.empty()) return AddPortOf(rChannel, pbyInput, cbInput);
-    if (command == L"GetConfigInfo" && !rChannel.port.empty())
-        return GetConfigInfo(rChannel, pbyInput, cbInput, pbyOutput, cbOutput, *pcbNeeded);
+    if (command == L"AddPort") return AddPortOf(rChannel, pbyInput, cbInput);
+    if (command == L"GetConfigInfo") return GetConfigInfo(rChannel, pbyInput, cbInput, pbyOutput, cbOutput, *pcbNeeded);
     return ERROR_INVALID_PARAMETER;
 }
 
