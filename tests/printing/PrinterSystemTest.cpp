@@ -2,6 +2,7 @@
 /// Queues of the system's own spooler: Wine's, or the one embedded in the store.
 #include <gtest/gtest.h>
 
+#include "environment/PrintDriver.h"
 #include "environment/Printer.h"
 #include "platform/ClockPort.h"
 #include "platform/Platform.h"
@@ -113,6 +114,33 @@ TEST_F(PrinterSystemTest, AConnectionsDataIsNotWritten) {
     ByteBuffer bbValue;
     EXPECT_FALSE(Key(Queue(true) + VTEXT("\\PrinterDriverData"))->GetValue(VTEXT("V"), bbValue));
     EXPECT_FALSE(oPrinter.SetCachedDeviceSettingsInRegistry(true, bbValue));
+}
+
+TEST_F(PrinterSystemTest, ItsDriverIsToldAndItsStateStored) {
+    using Base = PrintDriver::BaseDriverType;
+    Put(Driver(), VTEXT("Driver"), VTEXT("unidrv.dll"));
+    Put(Driver(), VTEXT("Configuration File"), VTEXT("unidrvui.dll"));
+    PrintDriver oDriver;
+    EXPECT_EQ(oDriver.GetDriverName(m_csName), m_csName);
+    for (const DWORD dwLevel : {1u, 2u, 3u, 4u, 5u, 6u, 8u})
+        EXPECT_NE(oDriver.GetDriverInfo(m_csName, dwLevel), nullptr) << dwLevel;
+    EXPECT_THROW(oDriver.GetDriverInfo(m_csName, 7), ExceptionPrintDriverFailure);
+    EXPECT_THROW(oDriver.GetDriverName(m_csName + VTEXT(" none")), ExceptionPrintDriverFailure);
+    const CXString csFolder = oDriver.GetDriverPathFromName(m_csName);
+    EXPECT_EQ(csFolder, oDriver.GetPrinterDriverDirectoryRoot(CXString()) + VTEXT("\\3"));
+    EXPECT_EQ(oDriver.GetDriverFiles(m_csName, PrintDriver::FileType::FT_COMPILED_DATA_FILE),
+              csFolder + VTEXT("\\pmodel.bud"));
+    EXPECT_EQ(oDriver.GetBaseDriverTypeFromDriverInfo2(m_csName), Base::BASE_UNIDRV | Base::BASE_UNIDRVUI);
+    EXPECT_EQ(oDriver.GetDeviceFeatureValueString(m_csName, VTEXT("xModelId")), VTEXT("17"));
+    EXPECT_EQ(oDriver.GetInstallationStateFromName(m_csName), PrintDriver::InstallationState::NotStarted);
+    EXPECT_TRUE(PrintDriver::SetInstallationState(m_csName, PrintDriver::InstallationState::Phase2BDone));
+    EXPECT_EQ(oDriver.GetInstallationStateFromName(m_csName), PrintDriver::InstallationState::Phase2BDone);
+    ByteBuffer bbDrivers;
+    DWORD cDrivers = 0;
+    EXPECT_TRUE(PrintDriver::EnumeratePrinterDrivers(6, bbDrivers, &cDrivers, nullptr));
+    EXPECT_GE(cDrivers, 1u);
+    // No installer there does anything: none on the host, an idle one under Wine.
+    EXPECT_FALSE(PrintDriver::AddPrintDriver(m_csName + VTEXT(" none"), VTEXT("C:\\none"), VTEXT("none.inf")));
 }
 
 }  // namespace
