@@ -119,6 +119,11 @@ std::string BaseDriverOf(PrintDriver& rDriver, const CXString& kcsQueue) {
     }
 }
 
+std::string VersionOf(PrintDriver& rDriver, const CXString& kcsQueue) {
+    const CXString csVersion = rDriver.GetDisplayableDriverVersion(kcsQueue);
+    return csVersion == VTEXT("0.0.0.0") ? "unknown" : Printable(csVersion.View());
+}
+
 std::string StateOf(PrintDriver& rDriver, const CXString& kcsQueue) {
     const WORD wState = rDriver.GetInstallationStateFromName(kcsQueue);
     return wState == PrintDriver::InstallationState::NotStarted ? "not started" : STATES[wState - 1U];
@@ -149,7 +154,7 @@ int ShowOne(const Options& rOptions, Output& rOutput) {
          {Processor::PRINT_PROCESSOR_WINPRINT, "winprint"},
          {Processor::PRINT_PROCESSOR_XPS, "the system's for XPS"}}};
     const std::array<std::pair<const char*, std::string>, 9> aoFacts{{
-        {"version", Printable(oDriver.GetDisplayableDriverVersion(csQueue).View())},
+        {"version", VersionOf(oDriver, csQueue)},
         {"language", Printable(oDriver.GetDriverLanguageString(csQueue).View())},
         {"color", WordOf(oDriver.GetColorModeFromName(csQueue), COLORS)},
         {"edition", WordOf(oDriver.GetInboxModeFromName(csQueue), EDITIONS)},
