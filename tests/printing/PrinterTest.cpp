@@ -144,8 +144,7 @@ TEST_F(PrinterTest, IdentityIsReadWithinItsRules) {
         std::function<CXString()> read;
         const char* pszFailure;  // null: the value itself is the answer
     } aoRows[] = {
-        {VTEXT("xProdUID"), nullptr, uid,
-         "is <3 or >4 chars.  Value=\nContext = application\nWindows Error = The file "},
+        {VTEXT("xProdUID"), nullptr, uid, "is <3 or >4 chars.  Value=\nContext = application\nWindows Error = "},
         {VTEXT("xProdUID"), "AB", uid, "failed reading PrinterDriverData, or is <3 or >4 chars.  Value=AB\n"},
         {VTEXT("xProdUID"), "ABC", uid, nullptr},
         {VTEXT("xProdUID"), "ABCD", uid, nullptr},
@@ -168,10 +167,11 @@ TEST_F(PrinterTest, IdentityIsReadWithinItsRules) {
         if (rRow.pszValue) m_oFake.printing.AddData(QUEUE, rRow.pszName, Wide(rRow.pszValue));
         CXString csRead;
         const std::string strThrown = Thrown<VelomException>([&] { csRead = rRow.read(); });
-        if (rRow.pszFailure)
+        if (rRow.pszFailure) {
             EXPECT_NE(strThrown.find(rRow.pszFailure), strThrown.npos) << strThrown;
-        else
+        } else {
             EXPECT_EQ(Narrow(csRead.View()) + strThrown, rRow.pszValue);
+        }
     }
     m_oFake.printing.AddData(QUEUE, VTEXT("xModelId"), VTEXT("0"));
     EXPECT_THROW(model(), ExceptionPrinterModelIdQueriedBeforeInitialized);
