@@ -3,7 +3,7 @@
 
   make_product.py DIR [--models N] [--map-only]
 
-DIR receives velom.map, commands.pdl and q9kx10073.cab; with --map-only the map file alone.  The same N always gives the
+DIR receives velom.map, commands.pdl and q9q9a073.cab; with --map-only the map file alone.  The same N always gives the
 same bytes.  200 models by default; 100000 for measurements.
 """
 import argparse
@@ -56,6 +56,7 @@ def models(count):
         family = f"kx{i // PER_FAMILY % 1000:03}"
         color = i % 3 != 1
         model = f"{'Velom ' if i % 2 else ''}KX {1000 + i}{'C' if color else ''}"
+        model = {0: "Q9-100", 1: "Velom Q9-200"}.get(i, model)  # of the sample queues
         keys = {
             "FAMPATH": family, "PRODUCTNAME": f"KX {1000 + i} Series", "CONTROLLERFAMILY": CONTROLLERS[i % 4],
             "COMPANYNAME": COMPANIES[i % 4], "SEFPRODUCT": "YES" if i % 5 == 0 else "NO",
@@ -126,7 +127,7 @@ def main():
     (options.folder / "velom.map").write_bytes(map_file(options.models))
     if not options.map_only:
         (options.folder / "commands.pdl").write_bytes(command_file())
-        (options.folder / "q9kx10073.cab").write_bytes(product_cab(options.models))
+        (options.folder / "q9q9a073.cab").write_bytes(product_cab(options.models))
 
 
 if __name__ == "__main__":

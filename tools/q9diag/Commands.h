@@ -31,8 +31,9 @@ void AddDebugLog(CommandLine& rLine);        ///< log, clear
 void AddQueue(CommandLine& rLine);           ///< list, sample
 void AddQueueShow(CommandLine& rLine);       ///< show, data
 void AddQueueSettings(CommandLine& rLine);
-void AddModel(CommandLine& rLine);     ///< list, show, find, lookup, pdl
-void AddModelPdl(CommandLine& rLine);  ///< of AddModel
+void AddModel(CommandLine& rLine);  ///< list, show, find, lookup, pdl, unpack, tidy
+void AddModelPdl(CommandLine& rLine);
+void AddModelCare(CommandLine& rLine);  ///< unpack, tidy  ///< of AddModel
 void AddDemo(CommandLine& rLine);
 void AddHelp(CommandLine& rLine);  ///< help, completion
 

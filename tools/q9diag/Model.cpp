@@ -169,6 +169,7 @@ void AddModel(CommandLine& rLine) {
     shpoLookup->oSource.Describe(oLookup);
     oLookup.Run([shpoLookup](Output& rOutput) { return Lookup(*shpoLookup, rOutput); });
     AddModelPdl(rLine);
+    AddModelCare(rLine);
 }
 
 }  // namespace vlm::tool
