@@ -4,15 +4,23 @@
 add_custom_target(test-programs)
 
 # Registers each test of a program with CTest, under the prefix "<folder>.".  The host's store is kept in memory: no test
-# writes to the user's own.  The monitor's tests share one folder and one name in the spooler, so they run one at a time.
+# writes to the user's own.  Under Wine all tests share one spooler, with its monitors and queues: those that use it run
+# one at a time.  On the host the monitor's tests do, which share one folder.
 function(q9_register_tests target folder)
     set(lock "")
-    if(folder STREQUAL "portmonitor")
-        set(lock RESOURCE_LOCK monitor)
+    if(folder STREQUAL "portmonitor" OR (WIN32 AND folder STREQUAL "printing"))
+        set(lock RESOURCE_LOCK spooler)
     endif()
     add_dependencies(test-programs ${target})
-    gtest_discover_tests(${target} TEST_PREFIX "${folder}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-        PROPERTIES TIMEOUT ${Q9_TEST_TIMEOUT} LABELS ${folder} ENVIRONMENT "Q9_STORE=:memory:" ${lock})
+    set(common TEST_PREFIX "${folder}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+    set(properties TIMEOUT ${Q9_TEST_TIMEOUT} LABELS ${folder} ENVIRONMENT "Q9_STORE=:memory:")
+    if(WIN32 AND folder STREQUAL "platform")
+        set(of_spooler "*SpoolerPort*:*PrintingPorts*")
+        gtest_discover_tests(${target} ${common} TEST_LIST ${target}_spooler TEST_FILTER "${of_spooler}"
+            PROPERTIES ${properties} RESOURCE_LOCK spooler)
+        set(common ${common} TEST_FILTER "-${of_spooler}")
+    endif()
+    gtest_discover_tests(${target} ${common} PROPERTIES ${properties} ${lock})
 endfunction()
 
 # q9_add_test_program(<folder> <objects>...): test_<folder> from tests/<folder>/, if there are sources.
@@ -150,6 +158,9 @@ if(TARGET q9diag)
         cmake_path(GET source STEM name)
         add_test(NAME tool.${name} COMMAND "${Python3_EXECUTABLE}" "${source}" "$<TARGET_FILE:q9diag>")
         set_tests_properties(tool.${name} PROPERTIES TIMEOUT 180 LABELS tool)
+        if(WIN32 AND name MATCHES "^(Demo|Driver|Model|Port|PortMon|Queue|QueueSample)Test$")
+            set_tests_properties(tool.${name} PROPERTIES RESOURCE_LOCK spooler)
+        endif()
     endforeach()
 endif()
 
