@@ -56,7 +56,6 @@ def models(count):
         family = f"kx{i // PER_FAMILY % 1000:03}"
         color = i % 3 != 1
         model = f"{'Velom ' if i % 2 else ''}KX {1000 + i}{'C' if color else ''}"
-        model = {0: "Q9-100", 1: "Velom Q9-200"}.get(i, model)  # of the sample queues
         keys = {
             "FAMPATH": family, "PRODUCTNAME": f"KX {1000 + i} Series", "CONTROLLERFAMILY": CONTROLLERS[i % 4],
             "COMPANYNAME": COMPANIES[i % 4], "SEFPRODUCT": "YES" if i % 5 == 0 else "NO",

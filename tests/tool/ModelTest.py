@@ -61,7 +61,7 @@ class ModelTest(harness.ToolTest):
         (self.folder / "Product Data" / "velom.map").write_bytes(MAP.read_bytes())
         (family / "commands.pdl").write_bytes(COMMANDS.read_bytes())
         self.assertEqual(len(self.run_tool("model", "list", "--folder", self.folder, "--json").document["models"]), 200)
-        answer = self.run_tool("model", "pdl", "Page", "Begin", "--folder", self.folder, "--model", "Q9-100")
+        answer = self.run_tool("model", "pdl", "Page", "Begin", "--folder", self.folder, "--model", "KX 1000C")
         self.assertEqual(answer.text, "43\n")
         self.run_tool("model", "pdl", "Page", "Begin", "--folder", self.folder, "--model", "KX 1199", expect=ANSWER_NO)
         self.run_tool("model", "pdl", "Page", "Begin", "--folder", self.folder, "--model", "nobody", expect=BAD_INPUT)
@@ -116,7 +116,7 @@ class UnpackTest(harness.ToolTest):
         self.assertEqual(len(list(self.root.rglob("*.jcp"))), 200)
         self.assertEqual(len(list(self.root.rglob("*.cab"))), 0)
         shown = self.run_tool(*self.store, "model", "show", "--queue", self.QUEUE, "--json").document
-        self.assertEqual(shown["model"], "Q9-100")
+        self.assertEqual(shown["model"], "KX 1002C")
         answer = self.run_tool(*self.store, "model", "pdl", "Sides", "OneSided", "--queue", self.QUEUE)
         self.assertEqual(answer.text, "C000F834\n")
         self.cab.write_bytes(make_product.cabinet([("velom.map", b"X:A=1"), ("..\\evil", b"x")]))
