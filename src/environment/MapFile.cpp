@@ -2,9 +2,12 @@
 /// Reads map files line by line, without copying more than the records keep.
 #include "environment/MapFile.h"
 
+#include <algorithm>
+
 #include "utilities/Bounds.h"
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
+#include "utilities/utilitiesdll/detail/text/TextKernels.h"
 
 namespace {
 
@@ -18,9 +21,20 @@ constexpr XStringView COMMENT = VTEXT("comment;");
               pszWhat, static_cast<ULONGLONG>(uLine), static_cast<ULONGLONG>(uMost));
 }
 
+std::size_t Find(XStringView text, XCHAR ch) noexcept {
+    return vlm::text::FindUnit(text.data(), text.size(), ch);
+}
+static_assert(vlm::text::NOT_FOUND == XStringView::npos);
+
 /// Gathers the records of one file.
 class Reader {
 public:
+    /// About as many records as a text of that length has.
+    explicit Reader(std::size_t cUnits) {
+        constexpr std::size_t SHORT_LINE = 100;
+        m_voRecords.reserve(std::min(cUnits / SHORT_LINE + 1, bounds::MAX_MAP_RECORDS));
+    }
+
     void Line(XStringView line) {
         ++m_uLine;
         line = line.substr(0, line.find_last_not_of(WHITE_SPACE) + 1);
@@ -28,8 +42,8 @@ public:
         if (line.size() > bounds::MAX_MAP_LINE_UNITS) {
             Refuse(VTEXT("there are too many characters"), m_uLine, bounds::MAX_MAP_LINE_UNITS);
         }
-        const std::size_t uColon = line.find(VTEXT(':'));
-        if (uColon == XStringView::npos || line.find(XCHAR{0}) != XStringView::npos) return;
+        const std::size_t uColon = Find(line, VTEXT(':'));
+        if (uColon == XStringView::npos || Find(line, XCHAR{0}) != XStringView::npos) return;
         Record(line.substr(0, uColon), line.substr(uColon + 1));
     }
 
@@ -82,9 +96,9 @@ std::vector<MappingData> MapFile::Parse(const ByteBuffer& kbbContents) {
 
 std::vector<MappingData> MapFile::ParseText(XStringView text) {
     return vlm::TranslateOutOfMemory([&] {
-        Reader oReader;
+        Reader oReader(text.size());
         while (!text.empty()) {
-            const std::size_t uEnd = std::min(text.find(VTEXT('\n')), text.size());
+            const std::size_t uEnd = std::min(Find(text, VTEXT('\n')), text.size());
             oReader.Line(text.substr(0, uEnd));
             text.remove_prefix(std::min(uEnd + 1, text.size()));
         }

@@ -8,6 +8,7 @@
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 #include "utilities/registry/RegistryKey.h"
+#include "utilities/utilitiesdll/detail/text/TextKernels.h"
 
 namespace {
 
@@ -84,7 +85,8 @@ bool MappingData::MatchesOneSysObjectId(std::size_t uIndex, XStringView oid) con
 XStringView MappingData::FindValue(XStringView key) const noexcept {
     XStringView data = m_csMapData.View();
     data.remove_prefix(std::min(data.find_first_not_of(VTEXT(' ')), data.size()));
-    const std::size_t uKey = key.empty() ? XStringView::npos : data.find(key);
+    const std::size_t uKey =
+        key.empty() ? XStringView::npos : vlm::text::FindText(data.data(), data.size(), key.data(), key.size());
     if (uKey == XStringView::npos) return {};
     const std::size_t uEquals = data.find(VTEXT('='), uKey + key.size());
     if (uEquals == XStringView::npos) return {};
