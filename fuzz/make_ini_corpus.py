@@ -36,4 +36,6 @@ SEEDS = {
 
 CORPUS.mkdir(parents=True, exist_ok=True)
 for name, pieces in SEEDS.items():
-    (CORPUS / name).write_bytes(b"\1".join(pieces))
+    data = b"\1".join(pieces)
+    # Filled up to the sizes that are also tried on a file.
+    (CORPUS / name).write_bytes(data + b"\1" * (-len(data) % 64))
