@@ -7,17 +7,16 @@
 
 #include "environment/PrintDriver.h"
 #include "environment/TCPMonPort.h"
-#include "platform/FilePort.h"
 #include "platform/Platform.h"
 #include "platform/PrintQueuePort.h"
 #include "platform/PrinterDataPort.h"
 #include "platform/PrinterDriverPort.h"
 #include "platform/SpoolerPort.h"
 #include "platform/StoreChoice.h"
+#include "utilities/registry/RegistryKey.h"
 
 namespace {
 
-using vlm::DriverInfo3;
 using vlm::SpoolerPort;
 using vlm::Status;
 
@@ -38,29 +37,15 @@ XCHAR* Writable(const XCHAR* pszText) {
 }
 
 void InstallDriver() {
-    DWORD cbNeeded = 0;
-    std::vector<XCHAR> vFolder(260);
-    Require(Ports().pDrivers->GetDriverDirectory(nullptr, nullptr, 1, vFolder.data(), 520, cbNeeded) ==
-            Status::Success);
-    const CXString csFolder = vFolder.data();
-    for (const XCHAR* pszFile :
-         {VTEXT("unidrv.dll"), VTEXT("xmodel.gpd"), VTEXT("unidrvui.dll"), VTEXT("q9_ab1.dll")}) {
-        HANDLE hFile = nullptr;
-        Require(Ports().pFiles->Open(csFolder + VTEXT("\\") + pszFile,
-                                     {.eAccess = vlm::FilePort::Access::ReadWrite,
-                                      .eDisposition = vlm::FilePort::Disposition::OpenAlways},
-                                     hFile) == Status::Success);
-        Ports().pFiles->Close(hFile);
-    }
-    DriverInfo3 oInfo{};
-    oInfo.cVersion = vlm::PrinterDriverPort::DRIVER_VERSION;
-    oInfo.pName = Writable(DRIVER);
-    oInfo.pEnvironment = Writable(SpoolerPort::ENVIRONMENT);
-    oInfo.pDriverPath = Writable(VTEXT("unidrv.dll"));
-    oInfo.pDataFile = Writable(VTEXT("xmodel.gpd"));
-    oInfo.pConfigFile = Writable(VTEXT("unidrvui.dll"));
-    oInfo.pDependentFiles = Writable(VTEXT("q9_ab1.dll\0"));
-    Require(Ports().pDrivers->AddDriver(nullptr, 3, &oInfo, vlm::PrinterDriverPort::COPY_ALL) == Status::Success);
+    const auto apoKey = RegistryKey::CreateRegistryKey(
+        HKeyRegistry::Hkey_Local_Machine,
+        CXString(VTEXT("System\\CurrentControlSet\\Control\\Print\\Environments\\Windows x64\\Drivers\\Version-3\\")) +
+            DRIVER,
+        RegistryKey::FULL_ACCESS, RegistryKey::DIRECT);
+    apoKey->SetStringValue(VTEXT("Driver"), VTEXT("unidrv.dll"));
+    apoKey->SetStringValue(VTEXT("Data File"), VTEXT("xmodel.gpd"));
+    apoKey->SetStringValue(VTEXT("Configuration File"), VTEXT("unidrvui.dll"));
+    apoKey->SetLongValue(VTEXT("Version"), vlm::PrinterDriverPort::DRIVER_VERSION);
 }
 
 /// A queue with a driver and a TCP/IP port, open for all benchmarks.
