@@ -8,7 +8,6 @@
 namespace {
 
 using vlm::DriverBaseType;
-using vlm::DriverInboxMode;
 using vlm::DriverPDLType;
 using vlm::DriverPrintProcessor;
 using vlm::Status;
@@ -80,7 +79,7 @@ DriverPrintProcessor ProcessorOf(const DriverValue& rValue) {
 CXString ReadPersonality(HANDLE hPrinter, DWORD& rdwStatus) {
     const DriverValue oValue = vlm::driver::ReadValue(hPrinter, vlm::driver::PRINTER_DRIVER_DATA, VTEXT("xPDL"));
     rdwStatus = oValue.dwStatus;
-    const CXString csPersonality = oValue.Text();
+    CXString csPersonality = oValue.Text();
     if (!csPersonality.IsEmpty()) return csPersonality;
     return vlm::driver::ReadValue(hPrinter, VTEXT("DsDriver"), VTEXT("printLanguage")).Text();
 }

@@ -145,8 +145,8 @@ bool PrintDriver::SetInstallationState(const XCHAR* pszPrinter, WORD wState) noe
 
 WORD PrintDriver::GetInstallationStateFromHandle(HANDLE hPrinter) {
     const CXString csState = vlm::driver::ReadText(hPrinter, STATE_VALUE);
-    for (WORD wState = InstallationState::Phase1Started; wState < STATE_NAMES.size(); ++wState) {
-        if (vlm::driver::EqualNoCase(csState, STATE_NAMES[wState])) return wState;
+    for (std::size_t i = InstallationState::Phase1Started; i < STATE_NAMES.size(); ++i) {
+        if (vlm::driver::EqualNoCase(csState, STATE_NAMES[i])) return static_cast<WORD>(i);
     }
     return InstallationState::NotStarted;
 }

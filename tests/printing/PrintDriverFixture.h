@@ -41,7 +41,7 @@ public:
 };
 
 class PrintDriverTest : public testing::Test {
-protected:
+public:
     PrintDriverTest() {
         Install(m_oFake);
         m_oFake.spooler.OpenPrinterHandle(QUEUE, SpoolerPort::ALL_ACCESS, m_hPrinter);
@@ -51,6 +51,7 @@ protected:
         EXPECT_EQ(m_oFake.TakenResources(), 0u);
     }
 
+protected:
     /// The message of the failure that `ask` ends with; empty without one.
     template <class Ask>
     static std::string FailureOf(const Ask& rAsk) {

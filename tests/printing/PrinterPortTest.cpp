@@ -11,10 +11,10 @@
 #include "support/FaultLoop.h"
 #include "support/RecordingSink.h"
 
+namespace vlm::test {
+
 namespace {
 
-using namespace vlm;
-using namespace vlm::test;
 using PortType = TCPMonPort::PortType;
 
 constexpr std::size_t TEXT_PLACES[][2] = {{0, 128}, {144, 98}, {242, 66}, {312, 66}, {378, 32}};
@@ -89,7 +89,7 @@ TEST(TCPPortRecords, OnlyWholeRecordsWithTerminatedTextsAreRead) {
 
 /// A spooler with both monitors, which answer what the test tells and keep what they were sent.
 class PrinterPortTest : public testing::Test {
-protected:
+public:
     PrinterPortTest() {
         for (const XCHAR* pszMonitor : {TCPMonPort::MONITOR_NAME, LocalPort::MONITOR_NAME})
             m_oFake.spooler.AddMonitor(pszMonitor, VTEXT("monitor.dll"));
@@ -104,6 +104,8 @@ protected:
             });
     }
     ~PrinterPortTest() override { EXPECT_EQ(m_oFake.spooler.OpenHandles(), 0u); }
+
+protected:
     DWORD LastError() { return m_oFake.threads.LastError(); }
 
     FakePlatform m_oFake;
@@ -252,3 +254,5 @@ TEST_F(PrinterPortTest, ALocalPortIsItsName) {
 }
 
 }  // namespace
+
+}  // namespace vlm::test

@@ -23,7 +23,7 @@ struct Options {
 };
 
 /// The states that can be set, by their numbers from 1 on; the last one can only be read.
-const std::vector<std::string> STATES = {"phase1started", "phase1done", "phase2adone", "phase2bdone", "phase2cdone"};
+constexpr std::array<const char*, 5> STATES{"phase1started", "phase1done", "phase2adone", "phase2bdone", "phase2cdone"};
 
 /// What each type of file is called here.
 constexpr std::array<std::pair<FileType, const char*>, 26> FILE_TYPES{{
@@ -214,7 +214,7 @@ int ShowState(const Options& rOptions, Output& rOutput) {
     PrintDriver oDriver;
     std::string strState = StateOf(oDriver, csQueue);  // tells a queue that is not there from a refusal
     for (std::size_t i = 0; i < STATES.size() && !rOptions.strState.empty(); ++i) {
-        if (STATES[i] != rOptions.strState) continue;
+        if (rOptions.strState != STATES[i]) continue;
         if (!PrintDriver::SetInstallationState(csQueue, static_cast<WORD>(i + 1)))
             RefusePrinter("the state is not stored", Status::AccessDenied);
         strState = StateOf(oDriver, csQueue);
