@@ -28,7 +28,7 @@ using vlm::test::RecordingSink;
 using Storage = UtilitiesDllPerThreadStorage;
 
 /// The system's port, with calls that can be made to fail.
-class FailingThreadPort final : public vlm::ThreadPort {
+class FailingThreadPort : public vlm::ThreadPort {
 public:
     bool fAllocFails = false;
     bool fGetFails = false;
@@ -52,6 +52,8 @@ public:
     }
     void LocalRelease(void* pMemory) noexcept override { m_rSystem.LocalRelease(pMemory); }
     DWORD CurrentThreadId() noexcept override { return m_rSystem.CurrentThreadId(); }
+    DWORD LastError() noexcept override { return m_rSystem.LastError(); }
+    void LeaveLastError(DWORD dwError) noexcept override { m_rSystem.LeaveLastError(dwError); }
 
 private:
     vlm::ThreadPort& m_rSystem = *vlm::GetSystemPlatform().pThreads;
@@ -238,7 +240,7 @@ TEST_F(PerThreadStorage, ReportsThatTheSystemHasNoSlotLeft) {
 TEST_F(PerThreadStorage, AnObjectThatIsNotListedIsReportedAndLeftAlone) {
     // The thread's object is taken by unloading between the moment it is found and the moment it is looked up.
     static void* spStale = nullptr;
-    class StalePort final : public vlm::ThreadPort {
+    class StalePort final : public FailingThreadPort {
     public:
         DWORD AllocSlot(void (*)(void*)) noexcept override { return 7; }
         Status FreeSlot(DWORD) noexcept override { return Status::Success; }
