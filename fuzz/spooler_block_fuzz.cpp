@@ -8,9 +8,9 @@
 
 #include "platform/InformationBlocks.h"
 
-namespace {
+namespace vlm {
 
-using namespace vlm;
+namespace {
 
 std::size_t guUnits;  // keeps the walks from being left out
 
@@ -91,7 +91,7 @@ void Try(BlockKind eKind, DWORD dwLevel, DWORD cRecords, std::vector<std::uint64
 }  // namespace
 
 /// One byte says which block, one how many records, eight which words of the block are pointers; the block follows.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cBytes) {
+static int ReadInput(const std::uint8_t* pby, std::size_t cBytes) {
     constexpr std::size_t HEAD = 10, LONGEST = 4096;
     if (cBytes < HEAD || cBytes > LONGEST) return 0;
     std::uint64_t ullMask = 0;
@@ -125,4 +125,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cByte
     if (cbBlock != 0) std::memcpy(vchList.data(), pby + HEAD, vchList.size() * sizeof(XCHAR));
     if (IsSoundTextList(vchList.data(), vchList.size() * sizeof(XCHAR))) WalkList(vchList.data());
     return 0;
+}
+
+}  // namespace vlm
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cBytes) {
+    return vlm::ReadInput(pby, cBytes);
 }

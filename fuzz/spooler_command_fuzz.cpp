@@ -12,10 +12,9 @@
 
 #include "support/FakeSpoolerGround.h"
 
-namespace {
+namespace vlm::test {
 
-using namespace vlm;
-using namespace vlm::test;
+namespace {
 
 constexpr BYTE GUARD = 0xA5;
 constexpr const XCHAR* COMMANDS[] = {
@@ -115,7 +114,7 @@ void StoreData(Spooler& rSpooler, std::span<const BYTE> input) {
 }  // namespace
 
 /// Steps of three bytes of head (what, room or command, length in units of 4 bytes) and their input.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cBytes) {
+static int RunSteps(const std::uint8_t* pby, std::size_t cBytes) {
     constexpr std::size_t HEAD = 3, LONGEST = 8192;
     if (cBytes > LONGEST) return 0;
     Spooler oSpooler;
@@ -133,4 +132,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cByte
         rest = rest.subspan(HEAD + cb);
     }
     return 0;
+}
+
+}  // namespace vlm::test
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cBytes) {
+    return vlm::test::RunSteps(pby, cBytes);
 }

@@ -54,16 +54,16 @@ XString FakePrintingPorts::QueueKey(XStringView svQueue) {
     return key.append(VTEXT("\\Printers\\")).append(svQueue.substr(iQueue + 1));
 }
 
-void FakePrintingPorts::AddDriverNamed(XStringView svName, std::vector<XString> vDependent, XStringView svDriverFile,
-                                       XStringView svDataFile, XStringView svConfigFile) {
+void FakePrintingPorts::AddDriverNamed(XStringView svName, const std::vector<XString>& rvDependent,
+                                       XStringView svDriverFile, XStringView svDataFile, XStringView svConfigFile) {
     const AllocationExempt oExempt;
     FakeSpoolerGround& rGround = m_rSpooler.Ground();
     XString name(svName), driverFile(svDriverFile), dataFile(svDataFile), configFile(svConfigFile), dependent;
-    std::vector<XString> vFiles = vDependent;
+    std::vector<XString> vFiles = rvDependent;
     vFiles.insert(vFiles.end(), {driverFile, dataFile, configFile});
     for (const XString& rFile : vFiles)
         rGround.FakeFiles().AddFile(rGround.SpoolFolder() + VTEXT("\\drivers\\x64\\3\\") + rFile, {1, 2, 3});
-    for (const XString& rFile : vDependent)
+    for (const XString& rFile : rvDependent)
         dependent.append(rFile).append(1, 0);
     XString environment = SpoolerPort::ENVIRONMENT;
     DriverInfo3 oInfo{.cVersion = DRIVER_VERSION,
@@ -73,7 +73,7 @@ void FakePrintingPorts::AddDriverNamed(XStringView svName, std::vector<XString> 
                       .pDataFile = TextOf(dataFile),
                       .pConfigFile = TextOf(configFile),
                       .pHelpFile = nullptr,
-                      .pDependentFiles = vDependent.empty() ? nullptr : TextOf(dependent),
+                      .pDependentFiles = rvDependent.empty() ? nullptr : TextOf(dependent),
                       .pMonitorName = nullptr,
                       .pDefaultDataType = nullptr};
     EXPECT_EQ(m_rSpooler.Embedded().drivers.AddDriver(nullptr, 3, &oInfo, COPY_ALL), Status::Success);

@@ -52,8 +52,8 @@ public:
     std::size_t CallsOf(std::string_view svName) const;
     void ForgetCalls();
     /// A driver with its four files and the dependent ones, in the driver directory.  Files are names without path.
-    /// @param vDependent of level 3.
-    void AddDriverNamed(XStringView svName, std::vector<XString> vDependent = {},
+    /// @param rvDependent of level 3.
+    void AddDriverNamed(XStringView svName, const std::vector<XString>& rvDependent = {},
                         XStringView svDriverFile = VTEXT("unidrv.dll"), XStringView svDataFile = VTEXT("model.gpd"),
                         XStringView svConfigFile = VTEXT("unidrvui.dll"));
     /// A queue, closed again; its driver is added when it is missing, its port as a local one.

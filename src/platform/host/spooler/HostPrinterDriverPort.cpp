@@ -135,7 +135,7 @@ Status HostPrinterDriverPort::GetDriverDirectory(const XCHAR* pszServer, const X
 XText HostPrinterDriverPort::TakeFile(const XCHAR* pszPath, bool fFromDirectory) {
     const XStringView svPath = ViewOf(pszPath);
     const std::size_t iSeparator = svPath.find_last_of(VTEXT("\\/"));
-    const XText name(iSeparator == XStringView::npos ? svPath : svPath.substr(iSeparator + 1));
+    XText name(iSeparator == XStringView::npos ? svPath : svPath.substr(iSeparator + 1));
     if (name.empty() || name == VTEXT(".") || name == VTEXT("..")) throw SpoolerFailure{Status::InvalidParameter};
     const bool bPlain = iSeparator == XStringView::npos;
     if (bPlain && fFromDirectory) throw SpoolerFailure{Status::InvalidParameter};

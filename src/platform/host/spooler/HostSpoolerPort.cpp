@@ -59,7 +59,7 @@ Status HostSpoolerPort::OpenPrinterHandle(const XCHAR* pszName, DWORD dwAccess, 
         } else if (!svRest.empty()) {
             QueuePlace oPlace;
             QueueRecord oRecord;
-            if (!PlaceOfQueue(m_rGround, pszName, oPlace) || !LoadQueue(m_rGround, oPlace, oRecord)) {
+            if (!PlaceOfQueue(m_rGround, ViewOf(pszName), oPlace) || !LoadQueue(m_rGround, oPlace, oRecord)) {
                 return SpoolerStatus(INVALID_PRINTER_NAME);
             }
             oPrinter.eKind = OpenedPrinter::Kind::Queue;

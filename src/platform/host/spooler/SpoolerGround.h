@@ -96,9 +96,10 @@ public:
     /// Null for a handle that is not open.
     std::shared_ptr<const OpenedPrinter> Remove(HANDLE hPrinter) noexcept;
 
+    virtual ~SpoolerGround() = default;
+
 protected:
     SpoolerGround() noexcept = default;
-    ~SpoolerGround() = default;
 
 private:
     HandleTable<std::shared_ptr<const OpenedPrinter>> m_oHandles;
