@@ -82,7 +82,7 @@ std::optional<Status> Answer(Input& rInput, SpoolerCall& rCall) {
     if (rCall.pcbNeeded) *rCall.pcbNeeded = cbNeeded;
     if (rCall.pcReturned) *rCall.pcReturned = rInput.Byte() == 0xFF ? 0xFFFFFFFF : rInput.Byte();
     if (rCall.pdwType) *rCall.pdwType = rInput.Byte();
-    if (rCall.plAnswer) *rCall.plAnswer = static_cast<std::int8_t>(rInput.Byte());
+    if (rCall.plAnswer) *rCall.plAnswer = LONG{rInput.Byte()} - 128;
     if (rCall.pTarget) Fill(rInput, rCall);
     return STATUSES[byAction % std::size(STATUSES)];
 }

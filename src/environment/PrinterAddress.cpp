@@ -34,9 +34,11 @@ bool ReadAddress(RegistryKey& rKey, CXString& rcsAddress) {
 
 bool FromMonitorsKey(const PortPlace& rPlace, const XCHAR* pszSubKey, CXString& rcsAddress) {
     const CXString csPath = rPlace.rPrinter.GetMonitorsSubKeyPath(pszSubKey, rPlace.csPort);
+    if (csPath.IsEmpty()) return false;
     Status eStatus = Status::Success;
-    const auto apoKey = csPath.IsEmpty() ? nullptr : vlm::OpenMachineKey(rPlace.csServer, csPath, eStatus);
-    return apoKey && ReadAddress(*apoKey, rcsAddress);
+    const auto apoKey = vlm::OpenMachineKey(rPlace.csServer, csPath, eStatus);
+    if (!apoKey) return false;
+    return ReadAddress(*apoKey, rcsAddress);
 }
 
 bool FromTcpIp(const PortPlace& rPlace, CXString& rcsAddress) {
@@ -211,8 +213,8 @@ bool Printer::GetPortInfo(HANDLE hPrinter, CXString& rcsMonitor) noexcept {
 }
 
 CXString Printer::GetMonitorsSubKeyPath(const XCHAR* pszSubKey, const XCHAR* pszPort) {
-    const CXString csPath = CXString::FormatString(VTEXT("System\\CurrentControlSet\\Control\\Print\\Monitors\\%s\\%s"),
-                                                   pszSubKey, pszPort);
+    CXString csPath = CXString::FormatString(VTEXT("System\\CurrentControlSet\\Control\\Print\\Monitors\\%s\\%s"),
+                                             pszSubKey, pszPort);
     Status eStatus = Status::Success;
     if (vlm::OpenMachineKey(IsValidHandle() ? ServerOf(m_hPrinter) : CXString(), csPath, eStatus)) return csPath;
     VLM_REPORT(vlm::PRINTER_CATEGORIES, VTEXT("Printer::GetMonitorsSubKeyPath: Unable to open registry path %s"),

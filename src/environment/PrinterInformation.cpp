@@ -150,10 +150,20 @@ bool Printer::GetRawUserDefaultDevmode(ByteBuffer& rbbDevmode) {
 
 Status vlm::FindRemote(HANDLE hPrinter, bool& rfRemote) {
     rfRemote = false;
-    ByteBuffer bbInfo;
-    const Status eStatus = ReadQueueInfo(hPrinter, 4, bbInfo);
+    // Asked before every write, so that one call suffices for all but the longest names.
+    alignas(PrinterInfo4) BYTE abyInfo[1024] = {};
+    DWORD cbNeeded = 0;
+    Status eStatus = Queues().GetQueueInfo(hPrinter, 4, abyInfo, sizeof abyInfo, cbNeeded);
+    DWORD dwAttributes = 0;
+    if (eStatus == Status::Success) {
+        if (!IsSoundBlock(BlockKind::Printer, 4, 1, abyInfo, sizeof abyInfo)) return Status::InvalidData;
+        dwAttributes = reinterpret_cast<const PrinterInfo4*>(abyInfo)->Attributes;
+    } else if (eStatus == Status::InsufficientBuffer) {
+        ByteBuffer bbInfo;
+        eStatus = ReadQueueInfo(hPrinter, 4, bbInfo);
+        if (eStatus == Status::Success) dwAttributes = FirstRecord<PrinterInfo4>(bbInfo).Attributes;
+    }
     if (eStatus != Status::Success) return eStatus;
-    const DWORD dwAttributes = FirstRecord<PrinterInfo4>(bbInfo).Attributes;
     const bool fNetwork = (dwAttributes & PrintQueuePort::ATTRIBUTE_NETWORK) != 0;
     const bool fLocal = (dwAttributes & PrintQueuePort::ATTRIBUTE_LOCAL) != 0;
     VLM_REPORT(PRINTER_CATEGORIES, VTEXT("PRINTER_ATTRIBUTE_NETWORK = %s and PRINTER_ATTRIBUTE_LOCAL = %s"),

@@ -1,5 +1,6 @@
 /// @file
 /// Mirrored printer data: the flag, the path, and the data itself.
+#include <algorithm>
 #include <cstring>
 
 #include "environment/PrinterMirrorImpl.h"
@@ -80,7 +81,7 @@ Status vlm::PrinterMirror::Read(const XCHAR* pszValueName, DWORD& rdwType, BYTE*
     if (!oKey.GetValue(pszValueName, bbData, &rdwType)) return LastStatusOf(oKey);
     rcbNeeded = bbData.GetLength();
     if (bbData.size() > cbData || (!pbyData && !bbData.empty())) return Status::MoreData;
-    if (!bbData.empty()) std::memcpy(pbyData, bbData.data(), bbData.size());
+    std::copy(bbData.begin(), bbData.end(), pbyData);
     return Status::Success;
 }
 
@@ -108,6 +109,7 @@ Status vlm::PrinterMirror::Enumerate(BYTE* pbyValues, DWORD cbValues, DWORD& rcb
     rcbNeeded = static_cast<DWORD>(cbNeeded);
     rcValues = static_cast<DWORD>(voValues.size());
     if (cbNeeded > cbValues || (!pbyValues && cbNeeded != 0)) return Status::MoreData;
+    if (!pbyValues) return Status::Success;  // no values
     BYTE* pbyRecord = pbyValues;
     BYTE* pbyText = pbyValues + voValues.size() * sizeof(PrinterEnumValues);
     for (const MirroredValue& rValue : voValues) {

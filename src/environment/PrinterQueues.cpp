@@ -6,7 +6,6 @@
 #include "environment/PrinterPortsImpl.h"
 
 using vlm::PrinterInfo2;
-using vlm::PrinterInfo4;
 using vlm::PrinterInfo5;
 using vlm::PrinterInfo7;
 using vlm::PrintQueuePort;
