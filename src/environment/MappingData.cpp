@@ -123,7 +123,7 @@ CXString MappingData::GetConstraintFileName() const {
         }
     }
     const CXString csName = CXString(FindValue(VTEXT("PRODUCTNAME"))) + VTEXT(".xcf");
-    if (!fFamily) return csName;
+    if (!fFamily || !vlm::folders::IsLeafName(csName)) return csName;  // nothing that others would have to distrust
     if (const auto apoKey = RegistryKey::CreateRegistryKey(std::nothrow, HKeyRegistry::Hkey_Machine_Version, csKey,
                                                            RegistryKey::READ_WRITE_ACCESS)) {
         vlm::NoThrow([&] { apoKey->SetStringValue(pszValueName, csName); });

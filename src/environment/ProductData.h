@@ -276,6 +276,8 @@ private:
     bool WriteMappings(const std::vector<MappingData>& rproductMappings);
     bool RequireValidated();
     static CXString GetDCPContentVersionFromPath(const CXString& kcsFolder);
+    /// Adds the families, in lower case, that the records of an installed queue name.
+    static void AddFamiliesOfQueue(const CXString& kcsQueue, std::set<CXString>& rsetFamilies);
 
     /// DATA; empty when it cannot be had.
     CXString GetDataFolder();

@@ -1,10 +1,10 @@
 /// @file
 /// Deletes what no installed queue or driver uses.
 ///
-/// A family's folder below "Product Data" belongs to a driver whose data file begins with "x" and the folder's name,
-/// five letters or digits in any case ("xkx100.gpd": "kx100"); folders of other names are left alone.  What belongs to
-/// a printer is named in PrinterKeys.h.  Queues are those of this machine, the calling user's connections, and the
-/// connections that the hives of other users name.
+/// A family's folder below "Product Data" is named by five letters or digits in any case; folders of other names are
+/// left alone.  It is used by a driver whose data file begins with "x" and that name ("xkx100.gpd": "kx100"), and by a
+/// queue whose records name it.  What belongs to a printer is named in PrinterKeys.h.  Queues are those of this
+/// machine, the calling user's connections, and the connections that the hives of other users name.
 #include <algorithm>
 #include <utility>
 
@@ -163,16 +163,30 @@ bool ProductData::EnumeratePerPrinterRegKeysForInstalledPrinters(std::set<CXStri
 
 // ---- orphans ----
 
+void ProductData::AddFamiliesOfQueue(const CXString& kcsQueue, std::set<CXString>& rsetFamilies) {
+    Printer oPrinter(kcsQueue, Printer::NO_THROW);
+    if (!oPrinter.IsValidHandle()) return;  // a server that does not answer; its driver is installed here
+    ProductData oProduct;
+    oProduct.m_oPrinter.SetPrinterHandle(oPrinter.GetPrinterHandle());
+    oProduct.m_bTransient = false;
+    for (const MappingData& rRecord : oProduct.GetMappings())
+        rsetFamilies.insert(rRecord.GetData(VTEXT("FAMPATH")).MakeLower());
+}
+
 void ProductData::DeleteOrphanedProductDataFolders() {
     Guarded(VTEXT("DeleteOrphanedProductDataFolders"), [] {
         std::set<CXString> setUsed;
+        std::vector<CXString> vcsQueues;
         const CXString csDrivers = PrintDriver().GetPrinterDriverDirectoryRoot(CXString());
-        if (csDrivers.IsEmpty() || !EnumerateProductDataFoldersUsedByInstalledDrivers(setUsed)) {
+        if (csDrivers.IsEmpty() || !EnumerateProductDataFoldersUsedByInstalledDrivers(setUsed) ||
+            !EnumerateInstalledQueueNames(vcsQueues)) {
             VLM_REPORT_ERROR(
                 DebugCategory::UtilDll,
                 VTEXT("Cannot delete orphaned product data folders because enumeration of print drivers failed!"));
             return;
         }
+        for (const CXString& rcsQueue : vcsQueues)
+            AddFamiliesOfQueue(rcsQueue, setUsed);
         const RevertToPrinterSelfWrapper oSelf;
         const CXString csRoot = csDrivers + VTEXT("\\3\\Velom\\Product Data");
         for (const CXString& rcsParent : {csRoot, csRoot + VTEXT("\\Public\\DCPs")}) {

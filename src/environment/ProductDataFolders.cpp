@@ -56,12 +56,12 @@ CXString ProductData::GetDataFolder() {
 }
 
 CXString ProductData::GetProductDataRoot() {
-    const CXString csData = GetDataFolder();
+    CXString csData = GetDataFolder();
     return csData.IsEmpty() ? csData : CXString::FormatString(VTEXT("%s\\%s"), csData, PRODUCT_DATA);
 }
 
 CXString ProductData::GetProductDataFolderWithoutVersion(bool fFamilyOptional) {
-    const CXString csData = GetDataFolder();
+    CXString csData = GetDataFolder();
     if (csData.IsEmpty()) return csData;
     if (m_ProductFamily.IsEmpty()) {
         if (fFamilyOptional) return CXString::FormatString(VTEXT("%s\\%s"), csData, PRODUCT_DATA);
@@ -81,9 +81,9 @@ CXString ProductData::GetPrinterModelProductDataFolder() {
 }
 
 CXString ProductData::GetPublicDCPFolderPath(bool fWithVersion) {
-    const CXString csRoot = GetProductDataRoot();
+    CXString csRoot = GetProductDataRoot();
     if (csRoot.IsEmpty()) return csRoot;
-    const CXString csPublic = csRoot + VTEXT("\\") + PUBLIC_DCPS;
+    CXString csPublic = csRoot + VTEXT("\\") + PUBLIC_DCPS;
     if (m_ProductFamily.IsEmpty()) return csPublic;
     if (!fWithVersion) return CXString::FormatString(VTEXT("%s\\%s"), csPublic, m_ProductFamily);
     return CXString::FormatString(VTEXT("%s\\%s\\%s"), csPublic, m_ProductFamily, vlm::VERSION_LEVEL);
@@ -95,10 +95,10 @@ CXString ProductData::ResolveDataFile(const CXString& kcsName) {
         VLM_REPORT_ERROR(DebugCategory::UtilDll, VTEXT("The data file '%s' is no path below a folder!"), kcsName);
         return CXString();
     }
-    const CXString csFolder = GetPrinterModelProductDataFolder();
+    CXString csFolder = GetPrinterModelProductDataFolder();
     if (csFolder.IsEmpty()) return csFolder;
     const CXString csPublic = GetPublicDCPFolderPath(WITH_VERSION);
-    const CXString csPublicFile = folders::Join(csPublic, kcsName);
+    CXString csPublicFile = folders::Join(csPublic, kcsName);
     DWORD dwAttributes = 0;
     if (vlm::GetPlatform().pFiles->GetAttributes(csPublicFile, dwAttributes) == vlm::Status::Success &&
         IsGreater(GetDCPContentVersionFromPath(csPublic), GetDCPContentVersionFromPath(csFolder))) {
@@ -120,7 +120,7 @@ CXString ProductData::GetDCPContentVersionFromPath(const CXString& kcsFolder) {
 }
 
 CXString ProductData::GetDCPContentVersion() {
-    const CXString csFolder = GetPrinterModelProductDataFolder();
+    CXString csFolder = GetPrinterModelProductDataFolder();
     if (csFolder.IsEmpty()) return csFolder;
     const CXString csOwn = GetDCPContentVersionFromPath(csFolder);
     const CXString csPublic = GetDCPContentVersionFromPath(GetPublicDCPFolderPath(WITH_VERSION));

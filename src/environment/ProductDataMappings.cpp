@@ -152,7 +152,7 @@ bool ProductData::ParseMapFile(const CXString& kcsFile, std::vector<MappingData>
     }
     try {
         const std::vector<MappingData> productNames = MapFile::Parse(bbContents);
-        VLM_ASSERT(productNames.size());
+        VLM_ASSERT(productNames.size());  // NOLINT(readability-container-size-empty): the text is fixed
         const std::size_t cRoom =
             vlm::bounds::MAX_MAP_RECORDS - std::min(vlm::bounds::MAX_MAP_RECORDS, rvoMappings.size());
         if (productNames.size() > cRoom) {
@@ -209,6 +209,7 @@ bool ProductData::UpdateRegistryMappings(CXString csFolder, bool fOutermost) {
 }
 
 bool ProductData::WriteMappings(const std::vector<MappingData>& rproductMappings) {
+    // NOLINTNEXTLINE(readability-container-size-empty): the text is fixed
     VLM_ASSERT(rproductMappings.size() != 0,
                VTEXT("Must never write out an empty set of product data mappings!  Most likely, this indicates some "
                      "other severe failure, and we should investigate immediately.  One known cause is a product CAB "

@@ -126,6 +126,19 @@ TEST_F(ProductCleanUpTest, FoldersAndFilesGoByTheirNamesAlone) {
     EXPECT_FALSE(HasFile(csUser + VTEXT("Low\\Q.cache")));
 }
 
+TEST_F(ProductCleanUpTest, FamiliesThatAQueuesRecordsNameStay) {
+    {
+        const OpenQueue oQueue;
+        ProductData oProduct(oQueue, CXString(), MT_MODEL_NAME, CXString());
+        oFake.files.AddFile((CXString(ROOT) + VTEXT("\\m.map")).View(), BytesOf("X:FAMPATH=OLD01\n"));
+        ASSERT_TRUE(oProduct.UpdateRegistryMappings(CXString(), ProductData::OUTERMOST));
+    }
+    ProductData::ClearCachedMapData();
+    ProductData::DeleteOrphanedProductDataFolders();
+    EXPECT_TRUE(HasFile(CXString(ROOT) + VTEXT("\\old01\\V5.0\\a")));
+    EXPECT_FALSE(HasFile(CXString(ROOT) + VTEXT("\\Public\\DCPs\\old02\\a")));
+}
+
 TEST_F(ProductCleanUpTest, FoldersThatUsersNameAreTheirOwnAndOfTheRightName) {
     const CXString csOwn = User::GetCurrentUserSID();
     const struct {
@@ -219,8 +232,11 @@ TEST(ProductCleanUpFaultTest, EveryFaultLeavesWhatIsInstalled) {
         {"storage", [] { return ProductData::CleanUPLowRightsData(), FaultOutcome::Succeeded; }}};
     FaultLoop oLoop;
     oLoop.fRunAgain = false;
-    oLoop.vModes = {FaultMode::FailOnce, FaultMode::FailFrom};
-    oLoop.fnPrepare = AddEverything;
+    oLoop.vModes = {FaultMode::FailOnce};
+    oLoop.fnPrepare = [](FakePlatform& rFake) {
+        ProductData::ClearCachedMapData();
+        AddEverything(rFake);
+    };
     oLoop.fAllocations = false;  // thousands, each with all these keys made before it
     oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {
         EXPECT_TRUE(HasKey(CXString(VERSION) + VTEXT("\\Q")) && HasKey(CXString(VERSION) + VTEXT("\\Families\\Gone")));
