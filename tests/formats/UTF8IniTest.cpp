@@ -4,13 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <filesystem>
+#include <algorithm>
 #include <random>
-#include <thread>
 
-#include "platform/ClockPort.h"
-#include "platform/ProcessPort.h"
 #include "support/Bytes.h"
 #include "support/FakePlatform.h"
 #include "support/FaultLoop.h"
@@ -348,37 +344,6 @@ TEST_F(UTF8IniOnAFake, OrdinaryFilesAreReachedOnlyWithAllArguments) {
     EXPECT_FALSE(UTF8Ini::GetPrivateProfileStructW(S, K, nullptr, 4, PATH));
     EXPECT_EQ(oFaults.Script().Calls(), 0u) << "the system saw none of them";
     EXPECT_EQ(Contents(), contents);
-}
-
-TEST(UTF8IniOnDisk, OfTwoEditorsOneHasToWait) {
-    const Platform& rSystem = GetSystemPlatform();
-    const auto oPath =
-        std::filesystem::temp_directory_path() / ("q9-ini-" + std::to_string(rSystem.pProcess->CurrentProcessId()) +
-                                                  "-" + std::to_string(rSystem.pClock->PerformanceCounter()));
-    const XString path = oPath.string<XCHAR>() + VTEXT(" Gr\u00FCn \u20AC.ini");
-    constexpr int EDITS = 150;
-    std::array<std::array<bool, EDITS>, 2> aafDone{};
-    const auto edit = [&](std::size_t iEditor) {
-        UTF8Ini oIni;
-        for (int i = 0; i < EDITS; ++i) {
-            const std::string key = std::to_string(iEditor) + "-" + std::to_string(i);
-            aafDone[iEditor][static_cast<std::size_t>(i)] =
-                oIni.CustomWritePrivateProfileStringA("S", key.c_str(), "value", path.c_str()) == 1;
-        }
-    };
-    std::thread oOther(edit, 1);
-    edit(0);
-    oOther.join();
-    UTF8Ini oIni;
-    char szValue[10];
-    for (std::size_t i = 0; i < 2 * EDITS; ++i) {
-        const std::string key = std::to_string(i / EDITS) + "-" + std::to_string(i % EDITS);
-        const DWORD dwCopied =
-            oIni.CustomGetPrivateProfileStringA("S", key.c_str(), "", szValue, sizeof(szValue), path.c_str());
-        EXPECT_EQ(dwCopied, aafDone[i / EDITS][i % EDITS] ? 5u : 0u) << key;
-    }
-    EXPECT_LT(std::filesystem::file_size(path), 2 * EDITS * 20u);
-    std::filesystem::remove(path);
 }
 
 TEST(UTF8IniFault, FilesHaveTheOldTextOrTheNewOneWhateverFails) {
