@@ -52,7 +52,7 @@ constexpr SampleValue PS_VALUES[] = {
 
 constexpr SampleDriver PCL_DRIVER{VTEXT("Q9 Sample PCL6 Driver"),
                                   VTEXT("unidrv.dll"),
-                                  VTEXT("q9sample.gpd"),
+                                  VTEXT("xkx000.gpd"),
                                   VTEXT("unidrvui.dll"),
                                   PCL_FILES,
                                   VTEXT("q9q9a073.cab"),
@@ -60,7 +60,7 @@ constexpr SampleDriver PCL_DRIVER{VTEXT("Q9 Sample PCL6 Driver"),
                                   1};
 constexpr SampleDriver PS_DRIVER{VTEXT("Q9 Sample PS Driver"),
                                  VTEXT("pscript5.dll"),
-                                 VTEXT("q9samplp.ppd"),
+                                 VTEXT("xkx000.ppd"),
                                  VTEXT("ps5ui.dll"),
                                  PS_FILES,
                                  VTEXT("q9q9b073.cab"),

@@ -1,6 +1,7 @@
 /// @file
 /// The contract of the thread port, the pool pointer and the lock.
 #include <algorithm>
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -92,9 +93,24 @@ TEST_P(ThreadPortContract, ThreadsHaveNumbersOfTheirOwn) {
 }
 
 TEST_P(ThreadPortContract, EachThreadHasItsOwnLastError) {
+    // Nothing but turns between the two: whatever else is called may leave an error of its own.
+    std::atomic<int> iStep{0};
+    DWORD dwThere = 0;
+    std::thread oOther([&] {
+        Threads().LeaveLastError(1);
+        iStep = 1;
+        while (iStep != 2)
+            std::this_thread::yield();
+        dwThere = Threads().LastError();
+    });
+    while (iStep != 1)
+        std::this_thread::yield();
     Threads().LeaveLastError(4711);
-    std::thread([&] { Threads().LeaveLastError(1); }).join();
-    EXPECT_EQ(Threads().LastError(), 4711u);
+    const DWORD dwHere = Threads().LastError();
+    iStep = 2;
+    oOther.join();
+    EXPECT_EQ(dwHere, 4711u);
+    EXPECT_EQ(dwThere, 1u);
 }
 
 Q9_CONTRACT_SUITE(ThreadPortContract);

@@ -97,8 +97,13 @@ void FindModel(Printer& rPrinter, ProductData& rProduct, Story& rStory) {
     rStory.Step("Find the model in the map, after unpacking the driver's product data");
     const HANDLE hPrinter = rPrinter.GetPrinterHandle();
     bool fFound = rProduct.Initialize(hPrinter, CXString(), MT_PRINTER_INI_DATA, CXString());
-    if (!rProduct.HasProductCabBeenExtracted()) {
-        rStory.Check(rProduct.UnpackProductCabFile(), "the product data is unpacked");
+    if (!fFound) {
+        // A new queue has no records yet; its driver's data may be there from another queue.
+        if (rProduct.HasProductCabBeenExtracted()) {
+            rStory.Check(rProduct.UpdateRegistryMappings(CXString(), ProductData::OUTERMOST), "the map files are read");
+        } else {
+            rStory.Check(rProduct.UnpackProductCabFile(), "the product data is unpacked");
+        }
         fFound = rProduct.Initialize(hPrinter, CXString(), MT_PRINTER_INI_DATA, CXString());
     }
     rStory.Check(fFound, "one of " + std::to_string(rProduct.GetMappings().size()) + " models is the queue's");
