@@ -118,11 +118,11 @@ CXString MappingData::GetConstraintFileName() const {
     if (fFamily) {
         RegistryKey oKey(HKeyRegistry::Hkey_Machine_Version, csKey, RegistryKey::AS_NEEDED, RegistryKey::OWN_TREE);
         if (oKey.OpenRegistryKey(RegistryKey::READ_ACCESS, RegistryKey::NO_THROW)) {
-            const CXString csStored = oKey.GetStringValue(pszValueName, CXString());
+            CXString csStored = oKey.GetStringValue(pszValueName, CXString());
             if (!csStored.IsEmpty() && vlm::folders::IsLeafName(csStored)) return csStored;
         }
     }
-    const CXString csName = CXString(FindValue(VTEXT("PRODUCTNAME"))) + VTEXT(".xcf");
+    CXString csName = CXString(FindValue(VTEXT("PRODUCTNAME"))) + VTEXT(".xcf");
     if (!fFamily || !vlm::folders::IsLeafName(csName)) return csName;  // nothing that others would have to distrust
     if (const auto apoKey = RegistryKey::CreateRegistryKey(std::nothrow, HKeyRegistry::Hkey_Machine_Version, csKey,
                                                            RegistryKey::READ_WRITE_ACCESS)) {

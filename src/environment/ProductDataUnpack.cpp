@@ -199,7 +199,7 @@ bool ProductData::HasProductCabBeenExtracted() noexcept {
 }
 
 CXString ProductData::GetCabFile(const XCHAR* pszName, int iNumber) {
-    const CXString csFolder = PrintDriver().GetDriverPathFromHandle(GetAssociatedPrinterHandle());
+    CXString csFolder = PrintDriver().GetDriverPathFromHandle(GetAssociatedPrinterHandle());
     if (csFolder.IsEmpty()) return csFolder;
     return folders::Join(csFolder, iNumber > 0 ? CXString::FormatString(VTEXT("%s_%d.cab"), pszName, iNumber)
                                                : CXString::FormatString(VTEXT("%s.cab"), pszName));
