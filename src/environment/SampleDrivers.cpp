@@ -21,11 +21,11 @@ constexpr char FILE_TEXT[] = "A sample of a driver's file; it holds nothing.\r\n
 constexpr const XCHAR* PCL_FILES[] = {VTEXT("q9rpcl073.dll"), VTEXT("q9core073.dll"), VTEXT("q9gui073.dll"),
                                       VTEXT("q9up073.dll"),   VTEXT("q9coms073.dll"), VTEXT("q9spl073.exe"),
                                       VTEXT("q9_q9a.dll"),    VTEXT("q9q9a073.cab"),  VTEXT("q9txt073.cab"),
-                                      VTEXT("q9sample.ini"),  VTEXT("q9sample.cfg"),  VTEXT("q9sample.bud"),
+                                      VTEXT("xkx000.ini"),    VTEXT("xkx000.cfg"),    VTEXT("xkx000.bud"),
                                       VTEXT("q8gmmp01.dll")};
 constexpr const XCHAR* PS_FILES[] = {VTEXT("q9rps073.dll"),  VTEXT("q9core073.dll"), VTEXT("q9gui073.dll"),
                                      VTEXT("q9up073.dll"),   VTEXT("q9_q9b.dll"),    VTEXT("q9q9b073.cab"),
-                                     VTEXT("q9gtxt073.cab"), VTEXT("q9samplp.ini"),  VTEXT("q9samplp.cfg")};
+                                     VTEXT("q9gtxt073.cab"), VTEXT("xkx000p.ini"),   VTEXT("xkx000p.cfg")};
 
 constexpr SampleValue PCL_VALUES[] = {
     {VTEXT("xPDL"), VTEXT("pclxl")},
@@ -60,7 +60,7 @@ constexpr SampleDriver PCL_DRIVER{VTEXT("Q9 Sample PCL6 Driver"),
                                   1};
 constexpr SampleDriver PS_DRIVER{VTEXT("Q9 Sample PS Driver"),
                                  VTEXT("pscript5.dll"),
-                                 VTEXT("xkx000.ppd"),
+                                 VTEXT("xkx000p.ppd"),
                                  VTEXT("ps5ui.dll"),
                                  PS_FILES,
                                  VTEXT("q9q9b073.cab"),

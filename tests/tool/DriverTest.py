@@ -41,7 +41,7 @@ class DriverTest(harness.ToolTest):
         document = self.driver("files", QUEUE, "--json").document
         files = {file["type"]: file for file in document["files"]}
         self.assertEqual({kind for kind in range(33) if kind not in files}, {4, 8, 11, 13, 21, 22, 29, 30})
-        for kind, name, there in ((0, "xkx000.gpd", True), (25, "q9sample.bud", True), (26, "q9_q9a.dll", True),
+        for kind, name, there in ((0, "xkx000.gpd", True), (25, "xkx000.bud", True), (26, "q9_q9a.dll", True),
                                   (27, "q9q9a073.cab", True), (28, "q9txt073.cab", True), (15, "q9jobt073.exe", False)):
             self.assertEqual((files[kind]["path"], files[kind]["there"]), (folder + "\\" + name, there))
         self.assertEqual(len(document["dependentFiles"]), 13)

@@ -39,7 +39,7 @@ class QueueSampleTest(harness.ToolTest):
         values = self.run_tool("reg", "list", "machine", "System\\CurrentControlSet\\Control\\Print\\Printers\\Q9 Sample TCP", *self.store)
         self.assertIn("X_192.0.2.10", values.text)
         files = {path.name for path in (self.folder / "store.db.spool" / "drivers" / "x64" / "3").iterdir()}
-        self.assertLessEqual({"unidrv.dll", "q9_q9a.dll", "q9sample.ini", "q9_q9b.dll"}, files)
+        self.assertLessEqual({"unidrv.dll", "q9_q9a.dll", "xkx000.ini", "q9_q9b.dll"}, files)
         self.assertEqual([path for path in (self.folder / "store.db.spool" / "drivers" / "x64").iterdir() if path.is_file()], [])
         self.queue("sample", "--remove")
         self.assertEqual(list((self.folder / "store.db.spool" / "drivers" / "x64" / "3").iterdir()), [])

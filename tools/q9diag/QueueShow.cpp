@@ -128,7 +128,7 @@ int ListValues(HANDLE hPrinter, const CXString& kcsKey, Output& rOutput) {
     for (const CXString& rcsName : vcsNames) {
         RegValue oValue;
         if (!Read(hPrinter, kcsKey, rcsName, oValue)) continue;  // gone meanwhile
-        vRows.push_back({Printable(rcsName.View()), RegTypeName(oValue.dwType), RegValueText(oValue)});
+        vRows.push_back({Printable(rcsName.View()), RegTypeName(oValue.dwType), RegValueInList(oValue)});
         oValues.push_back(ValueDocument(rcsName.View(), oValue));
     }
     rOutput.Table(vRows, 0, {Style::Name});

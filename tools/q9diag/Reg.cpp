@@ -143,7 +143,7 @@ int List(const Options& rOptions, Output& rOutput) {
     for (const CXString& rcsValue : vcsValues) {
         RegValue oValue;
         if (!Read(oKey, rcsValue, oValue)) continue;  // gone meanwhile
-        vRows.push_back({PrintableName(rcsValue.View()), RegTypeName(oValue.dwType), RegValueText(oValue)});
+        vRows.push_back({PrintableName(rcsValue.View()), RegTypeName(oValue.dwType), RegValueInList(oValue)});
         oValues.push_back(ValueDocument(rcsValue.View(), oValue));
     }
     oDocument["forwarded"] = oKey.IsForwarded();

@@ -130,6 +130,16 @@ std::string RegValueText(const RegValue& rValue) {
     return "type:hex(" + std::to_string(rValue.dwType) + "):" + HexBytes(kbbData);
 }
 
+std::string RegValueInList(const RegValue& rValue) {
+    constexpr std::size_t MOST = 96;
+    std::string strText = RegValueText(rValue);
+    if (strText.size() <= MOST) return strText;
+    std::size_t uCut = MOST;
+    while ((static_cast<unsigned char>(strText[uCut]) & 0xC0) == 0x80)
+        --uCut;  // not within a character
+    return strText.substr(0, uCut) + "... (" + std::to_string(rValue.bbData.size()) + " bytes)";
+}
+
 Json RegValueJson(const RegValue& rValue) {
     const ByteBuffer& kbbData = rValue.bbData;
     if (rValue.dwType == REG_NUMBER && kbbData.size() == sizeof(DWORD)) return kbbData.getDword();

@@ -22,6 +22,9 @@ std::string RegTypeName(DWORD dwType);
 /// not fit its type, and types without a form of their own, appear as "type:hex(7):0041".
 std::string RegValueText(const RegValue& rValue);
 
+/// The same for a list of values: what is long is cut, and its size told.
+std::string RegValueInList(const RegValue& rValue);
+
 /// The value as a JSON member: a string, a number, a list of strings, or null where the bytes alone tell it.
 Json RegValueJson(const RegValue& rValue);
 
