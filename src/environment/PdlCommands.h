@@ -43,10 +43,10 @@ enum class PdlType : DWORD {
 /// **Ownership**: a value.  **Threads**: a plain value.
 class VLM_API PdlCommands {
 public:
-    /// One <Instruction>.
+    /// One "Instruction" element.
     struct Instruction {
-        CXString csFeature;  ///< of <Description>
-        CXString csOption;   ///< of <Qualifier>; empty without one
+        CXString csFeature;  ///< of its "Description"
+        CXString csOption;   ///< of its "Qualifier"; empty without one
         DWORD dwPdls = 0;    ///< one bit for each PdlType
         CXString csText;     ///< with its entities
     };

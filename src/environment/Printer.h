@@ -18,8 +18,8 @@
 /// object lets it go.  Functions without a handle argument use the object's.
 /// **Printer data** is read and written through the four mandatory wrappers only.  They add to the spooler's calls:
 /// - a queue whose data is *mirrored* (IsPrinterDataMirrored) keeps what the spooler does not know in
-///   HKEY_LOCAL_MACHINE\PATH\Mirrored\KEY, PATH being GetRegPathForMirroredPrinterData; the flag "Mirroring" at PATH
-///   says so, in the hive that the context selects, or else in the machine's;
+///   "PATH\Mirrored\KEY" of HKEY_LOCAL_MACHINE, PATH being GetRegPathForMirroredPrinterData; the flag "Mirroring" at
+///   PATH says so, in the hive that the context selects, or else in the machine's;
 /// - a client of a print server never changes "PrinterDriverData", which is the server's: the wrapper refuses with 5
 ///   and nothing is written.
 /// **Blocks and values** that the spooler returns may come from another machine, so none is trusted past its size:
@@ -101,9 +101,10 @@ public:
     /// The block last fetched; null and 0 before the first and after a failure.  Borrowed until the next fetch.
     const BYTE* GetPrinterInfoPtr() const noexcept { return m_bbPrinterInfo.getLpbyte(); }
     DWORD GetPrinterInfoSize() const noexcept { return m_bbPrinterInfo.GetLength(); }
-    /// Hands a PRINTER_INFO_n block to the spooler.  @param dwCommand as SetPrinter takes it; 0: set the information.
+    /// Hands a PRINTER_INFO_n block to the spooler.
     void SetPrinterInfo(DWORD dwLevel, const BYTE* pbyInfo);
     void SetPrinterInfo(HANDLE hPrinter, DWORD dwLevel, const BYTE* pbyInfo);
+    /// @param dwCommand as SetPrinter takes it; 0: set the information.
     static bool SetPrinterInfo(HANDLE hPrinter, DWORD dwLevel, const BYTE* pbyInfo, DWORD dwCommand) noexcept;
     /// Fetches level 2 and makes the block of the other level from it, which becomes the object's block.
     const BYTE* GetPrinterInfo2AndConvertToPrinterInfo5();
