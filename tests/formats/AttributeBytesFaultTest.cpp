@@ -173,6 +173,9 @@ const Scenario SCENARIOS[] = {
              ByteBuffer bb;
              PersistentAttributes::GetComponentsFromStateDataBuffer(r.bbBlock, oHeader, bb);
              PersistentAttributes::CreateStateDataFromComponents(oHeader, bb, bb);
+             PersistentAttributes::UpgradeOldStateDataVersionIfNecessary(r.bbBlock);
+             PersistentAttributes::DumpStateData(r.bbBlock);
+             oTarget.GetAttributeBytesListForNameSpace(1);
              oTarget = PersistentAttributes(oTarget.GetAttributeBytesNameSpaces());
          });
      }},
