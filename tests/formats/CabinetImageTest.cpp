@@ -71,6 +71,17 @@ TEST(CabinetImage, MatchesReachBackIntoEarlierBlocksOfTheFolder) {
     EXPECT_EQ(CabinetDefect::BlockStream, Check(parts.Build(), CABINET_ARCHIVE).eDefect);
 }
 
+TEST(CabinetImage, NothingIsReadBehindAnImageThatAnnouncesLessThanItsHeader) {
+    for (const std::uint32_t uAnnounced : {0u, 2u, 35u}) {
+        ImageBytes image = SingleParts(100).Build();
+        test::PutNumber(image, 8, uAnnounced, 4);
+        test::PutNumber(image, 30, 4, 2);  // sizes of reserved areas follow the header
+        image.resize(36);
+        image.shrink_to_fit();
+        EXPECT_EQ(CabinetDefect::ImageSize, Check(image, CABINET_ARCHIVE).eDefect) << uAnnounced;
+    }
+}
+
 struct Refusal {
     const char* pszWhat;
     CabinetDefect eDefect;

@@ -103,7 +103,7 @@ bool ImageCheck::CheckHeader() noexcept {
     if (m_cImage < HEADER_SIZE) return Refuse(CabinetDefect::TooShort, m_cImage);
     if (std::memcmp(m_pImage, "MSCF", 4) != 0) return Refuse(CabinetDefect::Signature, 0);
     const std::size_t cAnnounced = Get32(m_pImage + 8);
-    if (cAnnounced > m_cImage || (m_rProfile.fStrict && cAnnounced != m_cImage)) {
+    if (cAnnounced < HEADER_SIZE || cAnnounced > m_cImage || (m_rProfile.fStrict && cAnnounced != m_cImage)) {
         return Refuse(CabinetDefect::ImageSize, 8);
     }
     if (m_pImage[24] != 3 || m_pImage[25] != 1) return Refuse(CabinetDefect::Version, 24);
