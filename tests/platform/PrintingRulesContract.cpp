@@ -5,6 +5,7 @@
 
 #include "PrintingContract.h"
 #include "platform/ProcessPort.h"
+#include "platform/host/spooler/SpoolerKey.h"
 
 namespace vlm::test {
 
@@ -130,6 +131,26 @@ TEST_P(PrintingRulesContract, DriversBringTheirFilesAndTakeThemAlong) {
     EXPECT_TRUE(HasFile(VTEXT(".drv"))) << "the first driver's";
     EXPECT_EQ(Ports().pFiles->Delete(config.c_str()), Status::Success);
     EXPECT_EQ(Ports().pFolders->RemoveFolder(folder.c_str()), Status::Success);
+}
+
+TEST_P(PrintingRulesContract, AStoreThatSomebodyElseWroteDoesNotLeadOutOfTheFolder) {
+    const XString path = XString(host::DRIVERS_PATH) + VTEXT("\\") + m_driver;
+    const XString outside = VTEXT("..\\") + m_name + VTEXT(".drv");
+    RegistryPort& rRegistry = *Ports().pRegistry;
+    const HKEY hRoot = rRegistry.RootKey(RegistryPort::Root::LocalMachine);
+    HKEY hKey = nullptr;
+    ASSERT_EQ(rRegistry.Open(hRoot, path.c_str(), RegistryPort::RIGHTS_ALL, hKey), Status::Success);
+    EXPECT_EQ(rRegistry.SetValue(hKey, VTEXT("Help File"), RegistryPort::TYPE_SZ, outside.c_str(),
+                                 static_cast<DWORD>((outside.size() + 1) * sizeof(XCHAR))),
+              Status::Success);
+    EXPECT_EQ(rRegistry.Close(hKey), Status::Success);
+    EXPECT_EQ(Drivers().DeleteDriver(nullptr, nullptr, m_driver.c_str(), PrinterDriverPort::DELETE_UNUSED_FILES, 0),
+              Status::Success);
+    DWORD dwAttributes = 0;
+    EXPECT_EQ(Ports().pFiles->GetAttributes((m_directory + m_name + VTEXT(".drv")).c_str(), dwAttributes),
+              Status::Success);
+    EXPECT_FALSE(HasFile(VTEXT(".drv"))) << "its own files went";
+    ASSERT_EQ(AddDriver(), Status::Success) << "for the end of the test to delete";
 }
 
 Q9_CONTRACT_SUITE(PrintingRulesContract);

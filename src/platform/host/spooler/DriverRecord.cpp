@@ -83,7 +83,9 @@ std::vector<XText> DriverRecord::Files() const {
     for (XText& rFile : vFiles) {
         const bool bKnown =
             std::any_of(vOnce.begin(), vOnce.end(), [&](const XText& r) { return IsSameName(r, rFile); });
-        if (!rFile.empty() && !bKnown) vOnce.push_back(std::move(rFile));
+        if (!rFile.empty() && !bKnown && rFile.find_first_of(VTEXT("\\/")) == XText::npos) {
+            vOnce.push_back(std::move(rFile));
+        }
     }
     return vOnce;
 }

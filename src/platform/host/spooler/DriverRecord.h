@@ -19,7 +19,8 @@ struct DriverRecord {
     ULONGLONG ullDate = 0, ullVersion = 0, ullInboxDate = 0, ullInboxVersion = 0;
     DWORD dwAttributes = 0;
 
-    /// The names of all files, each once.
+    /// The names of all files, each once.  What is more than a name is left out: a store that somebody else wrote does
+    /// not lead out of the folder when a driver's files are deleted.
     std::vector<XText> Files() const;
 };
 
