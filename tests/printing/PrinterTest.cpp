@@ -1,5 +1,6 @@
 /// @file
 /// A queue's handle, information, identity, device and cache.
+#include "environment/LocalPort.h"
 #include "environment/TCPMonPort.h"
 #include "printing/PrinterFixture.h"
 #include "utilities/utilitiesdll/Hash32.h"
@@ -361,6 +362,11 @@ TEST_F(PrinterTest, QueuesAreListedAddedSharedAndChanged) {
     EXPECT_FALSE(oPrinter.IsUsingVelomKestrixPrintProcessor());
     EXPECT_FALSE(oPrinter.RepublishInformation());  // not published
     EXPECT_FALSE(oPrinter.AddUSBPrinter(VTEXT("Usb"), VTEXT("Test Driver")));
+    LocalPort oUsbPort;
+    ASSERT_TRUE(oUsbPort.AddLocalPort(VTEXT("USB001")));
+    EXPECT_TRUE(oPrinter.AddUSBPrinter(VTEXT("Usb"), VTEXT("Test Driver")));
+    EXPECT_EQ(Printer(VTEXT("Usb"), Printer::THROW).GetPrinterPort(), VTEXT("USB001"));
+    EXPECT_FALSE(oPrinter.AddUSBPrinter(VTEXT("Usb 2"), VTEXT("Test Driver"))) << "the port has its printer";
     EXPECT_TRUE(oPrinter.SetPrinterInfo(oPrinter.GetPrinterHandle(), 0, nullptr, PrintQueuePort::COMMAND_PAUSE));
     m_oFake.printing.SetCallScript([](SpoolerCall& rCall) -> std::optional<Status> {
         if (std::string_view(rCall.pszName) != "EnumerateQueueInfo") return std::nullopt;
@@ -368,6 +374,52 @@ TEST_F(PrinterTest, QueuesAreListedAddedSharedAndChanged) {
         return Status::Success;
     });
     EXPECT_EQ(Printer::EnumLocalAndNetworkPrinters(bbPrinters), 0);
+}
+
+TEST_F(PrinterTest, APublishedQueueIsPublishedAnew) {
+    m_oFake.printing.AddQueueNamed(VTEXT("Published"), VTEXT("Test Driver"), VTEXT("LPT1:"),
+                                   PrintQueuePort::ATTRIBUTE_LOCAL | PrintQueuePort::ATTRIBUTE_PUBLISHED);
+    std::vector<DWORD> vdwActions;
+    m_oFake.printing.SetCallScript([&](SpoolerCall& rCall) -> std::optional<Status> {
+        if (std::string_view(rCall.pszName) == "SetQueueInfo" && rCall.dwLevel == 7) {
+            vdwActions.push_back(static_cast<const PrinterInfo7*>(rCall.pSource)->dwAction);
+        }
+        return std::nullopt;
+    });
+    EXPECT_TRUE(Printer::RepublishInformation(VTEXT("Published")));
+    EXPECT_FALSE(Printer::RepublishInformation(QUEUE));
+    EXPECT_FALSE(Printer::RepublishInformation(VTEXT("None")));
+    EXPECT_EQ(vdwActions, std::vector<DWORD>{PrintQueuePort::ACTION_REPUBLISH});
+}
+
+TEST_F(PrinterTest, TraysAreTheDriversOrThoseOfTheDirectory) {
+    Printer oPrinter(QUEUE, Printer::THROW);
+    std::vector<CXString> vcsTrays{VTEXT("former")};
+    EXPECT_FALSE(oPrinter.GetSupportedTrays(vcsTrays));
+    EXPECT_TRUE(vcsTrays.empty());
+    m_oFake.printing.AddData(QUEUE, VTEXT("printBinNames"), VTEXT("Published tray"), VTEXT("DsDriver"));
+    EXPECT_TRUE(oPrinter.GetSupportedTrays(vcsTrays));
+    EXPECT_EQ(vcsTrays, std::vector<CXString>{VTEXT("Published tray")});
+    // A name may fill its field to the last unit, without an end; a negative or wild count is no answer.
+    const XString full = VTEXT("A tray of twenty-four un");
+    LONG lCount = 3;
+    m_oFake.printing.SetCallScript([&](SpoolerCall& rCall) -> std::optional<Status> {
+        if (std::string_view(rCall.pszName) != "GetDeviceCapability") return std::nullopt;
+        *rCall.plAnswer = lCount;
+        if (rCall.pTarget == nullptr) return Status::Success;
+        XString fields = full + VTEXT("Tray 1");
+        fields.resize(3 * full.size(), 0);
+        EXPECT_EQ(rCall.cbTarget, fields.size() * sizeof(XCHAR));
+        std::memcpy(rCall.pTarget, fields.data(), rCall.cbTarget);
+        return Status::Success;
+    });
+    EXPECT_TRUE(oPrinter.GetSupportedTrays(vcsTrays));
+    EXPECT_EQ(vcsTrays, (std::vector<CXString>{CXString(full), VTEXT("Tray 1")}));
+    for (const LONG lWild : {-1, 0x7FFFFFFF}) {
+        lCount = lWild;
+        EXPECT_TRUE(oPrinter.GetSupportedTrays(vcsTrays));
+        EXPECT_EQ(vcsTrays, std::vector<CXString>{VTEXT("Published tray")}) << lWild;
+    }
 }
 
 }  // namespace
