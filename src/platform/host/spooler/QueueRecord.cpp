@@ -119,7 +119,7 @@ std::vector<BYTE> PlainDeviceMode(XStringView svQueue) {
     std::vector<BYTE> vbyMode(SIZE, 0);
     const auto Put = [&](std::size_t ofs, auto value) { std::memcpy(&vbyMode[ofs], &value, sizeof(value)); };
     std::memcpy(vbyMode.data(), svQueue.data(), std::min(svQueue.size(), NAME_UNITS) * sizeof(XCHAR));
-    Put(64, WORD{0x401});  // specification
+    Put(64, WORD{0x401});  // the version of the structure: 4.1
     Put(68, SIZE);
     Put(72, DWORD{0x103});  // what is set: orientation, paper, copies
     Put(76, WORD{1});       // portrait
