@@ -10,7 +10,7 @@ declare -A sets=(
     [windows]="g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64 cmake ninja-build nlohmann-json3-dev
         libcli11-dev util-linux"
     [test]="python3 ccache googletest clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev llvm-14 openssl cabextract
-        gcab git"
+        gcab gdb git"
     [bench]="libbenchmark-dev libdeflate-dev libisal-dev qtbase5-dev libicu-dev libfmt-dev libabsl-dev libprotobuf-dev
         protobuf-compiler libboost-dev libmsgpack-cxx-dev libspdlog-dev libinih-dev"
     [docs]="doxygen help2man"
