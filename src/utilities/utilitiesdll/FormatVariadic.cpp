@@ -21,7 +21,7 @@ FormatResult FormatVCore(CXString& rcsTarget, const XCHAR* pszFormat, va_list ar
     std::size_t cArgs = 0;
     const auto add = [&](FormatArg oArg) { aoArgs[cArgs++] = oArg; };
     const XCHAR* pch = pszFormat ? pszFormat : VTEXT("");
-    while (cArgs + 3 <= FORMAT_MAX_VARIADIC) {  // a conversion takes at most three: width, precision, value
+    while (true) {
         while (*pch && *pch != XCHAR('%'))
             ++pch;
         if (!*pch) break;
@@ -29,6 +29,8 @@ FormatResult FormatVCore(CXString& rcsTarget, const XCHAR* pszFormat, va_list ar
         pch = oSpec.m_pchEnd;
         const XCHAR ch = oSpec.m_chConversion;
         if (!ch || XStringView(VTEXT("diuxXocCsSpeEfFgGaAn")).find(ch) == XStringView::npos) continue;
+        const std::size_t cStars = (oSpec.m_iWidth == FormatSpec::STAR) + (oSpec.m_iPrecision == FormatSpec::STAR);
+        if (cArgs + cStars + 1 > FORMAT_MAX_VARIADIC) break;
         if (oSpec.m_iWidth == FormatSpec::STAR) add(va_arg(args, int));
         if (oSpec.m_iPrecision == FormatSpec::STAR) add(va_arg(args, int));
         switch (ch) {
