@@ -67,13 +67,13 @@ bool TakeField(XStringView& rText, XCHAR chBefore, WORD& rwValue) noexcept {
     return true;
 }
 
-/// Four digits, or a sign and 6 to 12 digits (64-bit seconds reach no year of more).
+/// Four digits, or a sign and at most 12 digits (64-bit seconds reach no year of more).
 bool TakeYear(XStringView& rText, LONGLONG& rllYear) noexcept {
     const bool fSign = !rText.empty() && (rText.front() == VTEXT('+') || rText.front() == VTEXT('-'));
     const bool fNegative = fSign && rText.front() == VTEXT('-');
     if (fSign) rText.remove_prefix(1);
     const std::size_t cDigits = fSign ? rText.find(VTEXT('-')) : 4;
-    if (fSign && (cDigits < 6 || cDigits > 12)) return false;
+    if (cDigits > 12) return false;
     ULONGLONG ullYear = 0;
     if (!TakeDigits(rText, cDigits, ullYear)) return false;
     rllYear = fNegative ? -static_cast<LONGLONG>(ullYear) : static_cast<LONGLONG>(ullYear);
@@ -145,10 +145,15 @@ bool UtcTime::TrySetStringValue(const CXString& kcsText) {
     WORD wHour = 0;
     WORD wMinute = 0;
     WORD wSecond = 0;
-    return TakeYear(text, llYear) && TakeField(text, VTEXT('-'), wMonth) && TakeField(text, VTEXT('-'), wDay) &&
-           TakeField(text, VTEXT('T'), wHour) && TakeField(text, VTEXT(':'), wMinute) &&
-           TakeField(text, VTEXT(':'), wSecond) && text.compare(VTEXT("Z")) == 0 &&
-           TrySet(llYear, wMonth, wDay, wHour, wMinute, wSecond);
+    UtcTime oRead;
+    const bool fRead = TakeYear(text, llYear) && TakeField(text, VTEXT('-'), wMonth) &&
+                       TakeField(text, VTEXT('-'), wDay) && TakeField(text, VTEXT('T'), wHour) &&
+                       TakeField(text, VTEXT(':'), wMinute) && TakeField(text, VTEXT(':'), wSecond) &&
+                       text.compare(VTEXT("Z")) == 0 && oRead.TrySet(llYear, wMonth, wDay, wHour, wMinute, wSecond);
+    // A year written otherwise, or one that had to be clamped, is another text.
+    if (!fRead || oRead.GetStringValue() != kcsText) return false;
+    *this = oRead;
+    return true;
 }
 
 UtcTime UtcTime::Now() noexcept {
