@@ -58,6 +58,14 @@ void CheckSize(std::size_t cBytes) {
     if (cBytes > ByteBuffer::MAX_BYTES) vlm::ThrowOutOfMemory();
 }
 
+/// Makes room for `cMore` bytes more, so that what is appended next comes together or not at all.  Where the buffer
+/// must grow it doubles at least: repeated appending stays linear.
+void ReserveMore(ByteBuffer& rbb, std::size_t cMore) {
+    if (cMore > ByteBuffer::MAX_BYTES - rbb.size()) vlm::ThrowOutOfMemory();
+    const std::size_t cAll = rbb.size() + cMore;
+    if (rbb.capacity() < cAll) rbb.reserve(std::max(cAll, std::min(2 * rbb.capacity(), ByteBuffer::MAX_BYTES)));
+}
+
 }  // namespace
 
 void ByteBuffer::ThrowNotEnoughBytes(DWORD dwRemaining, ULONGLONG ullNeeded) {
@@ -157,22 +165,14 @@ ByteBuffer& ByteBuffer::appendCountedStringForRecord(const CXString& kcsText) {
                VTEXT("A text of %d characters does not fit a counted string. The first %d are written."),
                kcsText.GetLength(), MAX_COUNTED_UNITS);
     const int iUnits = std::min(kcsText.GetLength(), MAX_COUNTED_UNITS);
-    // Room first, so that count and units come together or not at all.
-    const std::size_t cBytes = COUNT16_BYTES + static_cast<std::size_t>(iUnits) * UNIT_BYTES;
-    if (m_vbyData.capacity() - m_vbyData.size() < cBytes) {
-        reserve(std::max(m_vbyData.size() + cBytes, std::min(2 * m_vbyData.capacity(), MAX_BYTES)));
-    }
+    ReserveMore(*this, COUNT16_BYTES + static_cast<std::size_t>(iUnits) * UNIT_BYTES);
     AppendValue(static_cast<WORD>(iUnits));
     return AppendUnits(kcsText.GetLpcwstr(), static_cast<std::size_t>(iUnits));
 }
 
 ByteBuffer& ByteBuffer::appendCountedBytes(const ByteBuffer& kbbData) {
     const std::size_t cData = kbbData.size();
-    if (cData > MAX_BYTES - COUNT32_BYTES || m_vbyData.size() > MAX_BYTES - COUNT32_BYTES - cData) {
-        vlm::ThrowOutOfMemory();
-    }
-    const std::size_t cAll = m_vbyData.size() + COUNT32_BYTES + cData;
-    if (m_vbyData.capacity() < cAll) reserve(std::max(cAll, std::min(2 * m_vbyData.capacity(), MAX_BYTES)));
+    ReserveMore(*this, COUNT32_BYTES + cData);
     AppendValue(static_cast<DWORD>(cData));
     return AppendBytes(kbbData.data(), cData);
 }
@@ -308,10 +308,7 @@ bool ByteBuffer::persistToByteStream(BYTE*& rpbyCursor, DWORD& rdwRemaining) con
 
 bool ByteBuffer::persistToByteStream(ByteBuffer& rbbTarget) const {
     const std::size_t cData = m_vbyData.size();
-    if (cData > MAX_BYTES - COUNT16_BYTES || rbbTarget.size() > MAX_BYTES - COUNT16_BYTES - cData) {
-        vlm::ThrowOutOfMemory();
-    }
-    rbbTarget.reserve(rbbTarget.size() + COUNT16_BYTES + cData);
+    ReserveMore(rbbTarget, COUNT16_BYTES + cData);
     rbbTarget.AppendValue(static_cast<WORD>(cData));
     rbbTarget.AppendBytes(m_vbyData.data(), cData);
     return true;
