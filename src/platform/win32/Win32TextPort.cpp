@@ -52,10 +52,16 @@ std::size_t Win32TextPort::ToWide(DWORD dwCodePage, const char* pSource, std::si
 std::size_t Win32TextPort::ToNarrow(DWORD dwCodePage, const XCHAR* pSource, std::size_t cUnits, char* pTarget,
                                     std::size_t cCapacity) noexcept {
     if (cUnits > INT_MAX || (pTarget && cCapacity == 0)) return 0;
-    const bool fUtf8 = dwCodePage == CP_UTF8;  // takes neither the flag nor a default of ours
-    return static_cast<std::size_t>(WideCharToMultiByte(dwCodePage, fUtf8 ? 0 : WC_NO_BEST_FIT_CHARS, pSource,
-                                                        static_cast<int>(cUnits), pTarget, Room(pTarget, cCapacity),
-                                                        fUtf8 ? nullptr : "?", nullptr));
+    const auto convert = [&](DWORD dwFlags, const char* pszDefault) {
+        return static_cast<std::size_t>(WideCharToMultiByte(dwCodePage, dwFlags, pSource, static_cast<int>(cUnits),
+                                                            pTarget, Room(pTarget, cCapacity), pszDefault, nullptr));
+    };
+    // UTF-8, and the few code pages that hold every character or change their state, take neither flag nor default.
+    if (dwCodePage != CP_UTF8) {
+        const std::size_t cBytes = convert(WC_NO_BEST_FIT_CHARS, "?");
+        if (cBytes > 0 || GetLastError() == ERROR_INSUFFICIENT_BUFFER) return cBytes;
+    }
+    return convert(0, nullptr);
 }
 
 std::size_t Win32TextPort::SystemErrorText(DWORD dwError, XCHAR* pTarget, std::size_t cCapacity) noexcept {

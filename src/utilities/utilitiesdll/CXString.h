@@ -26,7 +26,8 @@
 /// **Ownership**: blocks belong to all strings that share them.  **Threads**: different strings may be used by
 /// different threads even while they share a block; one string object is not shared without a lock.  **Failure**: no
 /// memory, or a length above MemoryPoolAllocatorServices::MAX_UNITS, raises out-of-memory
-/// (`MemoryPool::RaiseOutOfMemory`); the string is then as it was.
+/// (`MemoryPool::RaiseOutOfMemory`; `std::bad_alloc` where it is a standard vector that finds none); the string is then
+/// as it was.
 class VLM_API CXString {
 public:
     using value_type = XCHAR;
@@ -268,7 +269,8 @@ public:
     /// Makes the string a message text with its inserts "%1" to "%99" filled in by the system's message formatter.
     /// Inserts are texts; numbers are given in decimal, so a format between exclamation marks behind an insert may only
     /// be "!s!".
-    /// @return false with a malformed text or a missing insert; the string is then unchanged.
+    /// @return false with a malformed text, a missing insert, or an empty result, which the system does not tell from
+    ///         a failure; the string is then unchanged.
     template <class... Args>
     bool FormatMessageW(const XCHAR* pszFormat, const Args&... args) {
         const std::array<vlm::FormatArg, sizeof...(Args)> aoArgs{vlm::FormatArg(args)...};
@@ -283,7 +285,7 @@ public:
     // ---- conversions ----
 
     /// The text in a code page (0: ANSI, 65001: UTF-8), with a terminating zero; characters without a counterpart
-    /// become "?".
+    /// become "?".  Of a code page that the system does not know, the terminating zero alone.
     std::vector<char> GetAsMultiByte(UINT uCodePage) const;
     /// The text in the ANSI code page into the caller's buffer, always terminated, cut between characters.
     /// @return bytes written, without the terminator; 0 without room.

@@ -2,6 +2,7 @@
 /// Conversions of the string: narrow text, resources, windows, message texts, Base64.
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 
 #include "platform/Platform.h"
@@ -21,6 +22,8 @@ namespace {
 constexpr std::size_t MAX_CAPTION = 64 * 1024;
 constexpr std::size_t MAX_MESSAGE = vlm::FORMAT_MAX_UNITS;
 constexpr std::size_t MAX_INSERTS = 99;
+constexpr UINT CODE_PAGE_ANSI = 0;
+constexpr UINT CODE_PAGE_UTF8 = 65001;
 
 CXString FromNarrow(const char* pchText, std::size_t cBytes) {
     CXString csResult;
@@ -62,7 +65,9 @@ CXString& CXString::operator=(const char* pszText) {
 std::vector<char> CXString::GetAsMultiByte(UINT uCodePage) const {
     std::vector<char> vchResult(1, '\0');
     const std::size_t cUnits = View().size();
-    if (vlm::text::CountAscii(m_pchData, cUnits) == cUnits) {
+    // In other code pages ASCII may stand for something else, or not be there at all.
+    const bool bHasAscii = uCodePage == CODE_PAGE_ANSI || uCodePage == CODE_PAGE_UTF8;
+    if (bHasAscii && vlm::text::CountAscii(m_pchData, cUnits) == cUnits) {
         vchResult.resize(cUnits + 1);
         vlm::text::NarrowAscii(m_pchData, cUnits, vchResult.data());
         return vchResult;
@@ -90,7 +95,7 @@ int CXString::GetAsMultiByte(char* pchBuffer, int iBufferBytes) const {
         for (cUnits = std::min(cUnits, cRoom); cUnits > 0; --cUnits) {
             if (vlm::text::IsHighSurrogate(m_pchData[cUnits - 1]) && vlm::text::IsLowSurrogate(m_pchData[cUnits]))
                 continue;
-            cBytes = roText.ToNarrow(0, m_pchData, cUnits, pchBuffer, cRoom);
+            cBytes = roText.ToNarrow(CODE_PAGE_ANSI, m_pchData, cUnits, pchBuffer, cRoom);
             if (cBytes > 0) break;
         }
     }
@@ -163,15 +168,8 @@ void CXString::Base64EncodeBinaryData(std::span<const BYTE> data) {
 }
 
 CXString CXString::Base64EncodeUnicodeString() const {
-    const XStringView text = View();
-    if (text.empty()) return CXString();
-    std::vector<BYTE> vBytes;
-    vBytes.reserve(text.size() * 2);
-    for (const XCHAR ch : text) {
-        vBytes.push_back(static_cast<BYTE>(ch));
-        vBytes.push_back(static_cast<BYTE>(ch >> 8));
-    }
-    return Base64::Encode(vBytes);
+    static_assert(std::endian::native == std::endian::little, "the units are taken as they stand");
+    return Base64::Encode({reinterpret_cast<const BYTE*>(m_pchData), View().size() * sizeof(XCHAR)});
 }
 
 bool CXString::Base64DecodeAsBinaryData(std::vector<BYTE>& rvResult) const {
