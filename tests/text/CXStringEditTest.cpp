@@ -147,7 +147,7 @@ TEST(CXStringEdit, NarrowTextComesOutWholeOrCutBetweenCharacters) {
     EXPECT_EQ(vchUtf8.size(), 15u);
     EXPECT_STREQ(CXString(VTEXT("caf\u00E9\u20AC")).GetAsMultiByte(0).data(), "caf\xE9\x80");
     EXPECT_EQ(CXString().GetAsMultiByte(0).size(), 1u);
-    EXPECT_EQ(CXString(VTEXT("plain")).GetAsMultiByte(12345).size(), 1u);  // no such code page
+    EXPECT_EQ(CXString(VTEXT("plain")).GetAsMultiByte(12345).size(), 1u);     // no such code page
     EXPECT_STREQ(CXString(VTEXT("\uFF3Cx")).GetAsMultiByte(0).data(), "?x");  // no look-alike of the backslash
     char achBuffer[6];
     EXPECT_EQ(CXString(VTEXT("plain text")).GetAsMultiByte(achBuffer, 6), 5);
