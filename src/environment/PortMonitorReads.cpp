@@ -2,7 +2,6 @@
 /// The registry operations that read a value, done by the port monitor.
 #include "environment/PortMonitorImpl.h"
 
-using vlm::NoText;
 using vlm::PortMonitorReply;
 using Function = _XPMRegistryFunction;
 

@@ -39,7 +39,8 @@ bool VelomPortMonitor::MakeVALENTArraySpoolerCompatible(const value_entW* pEntri
             for (DWORD i = 0; i < cEntries; ++i) {
                 const XCHAR* const pszName = EntryAt(pEntries, i).ve_valuename;
                 if (!IS_VALID_STRING(pszName)) return false;
-                bbCompatible.appendLong64Value(static_cast<LONGLONG>(cEntries * sizeof(ValueEnt) + bbNames.size()));
+                const std::size_t cbBefore = cEntries * sizeof(ValueEnt) + bbNames.size();
+                bbCompatible.appendLong64Value(static_cast<LONGLONG>(cbBefore));
                 for (std::size_t cb = sizeof(LONGLONG); cb < sizeof(ValueEnt); cb += sizeof(LONGLONG))
                     bbCompatible.appendLong64Value(0);
                 bbNames.append(CXString(pszName)).appendNullChar();
