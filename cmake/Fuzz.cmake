@@ -1,5 +1,6 @@
 # Fuzz targets: fuzz/<name>_fuzz.cpp with fuzz/corpus/<name>/ and fuzz/dict/<name>.dict.
-# With Q9_FUZZ each becomes <name>_fuzz under libFuzzer; in every other build its corpus is replayed as a test.
+# With Q9_FUZZ each becomes <name>_fuzz under libFuzzer, else a program that replays; its corpus is a test in every build.
+add_custom_target(fuzz-targets)
 file(GLOB fuzz_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/fuzz/*_fuzz.cpp")
 if(NOT DEFINED Q9_STAGED_INCLUDE_DIR)
     list(FILTER fuzz_sources EXCLUDE REGEX "settings_json_fuzz")
@@ -10,12 +11,14 @@ foreach(source IN LISTS fuzz_sources)
     if(Q9_FUZZ)
         add_executable(${target} "${source}")
         target_link_options(${target} PRIVATE -fsanitize=fuzzer)
+        add_test(NAME fuzz.${name} COMMAND ${target} -runs=0 "${PROJECT_SOURCE_DIR}/fuzz/corpus/${name}")
     else()
         set(target replay_${name})
         add_executable(${target} "${source}" "${PROJECT_SOURCE_DIR}/fuzz/ReplayMain.cpp")
         add_test(NAME fuzz.${name} COMMAND ${target} "${Q9_TEST_ROOT}${PROJECT_SOURCE_DIR}/fuzz/corpus/${name}")
-        set_tests_properties(fuzz.${name} PROPERTIES TIMEOUT ${Q9_TEST_TIMEOUT} LABELS fuzz)
     endif()
+    set_tests_properties(fuzz.${name} PROPERTIES TIMEOUT ${Q9_TEST_TIMEOUT} LABELS fuzz)
+    add_dependencies(fuzz-targets ${target})
     target_include_directories(${target} PRIVATE
         "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}/tests" "${PROJECT_SOURCE_DIR}/fuzz" "${Q9_GENERATED_DIR}")
     target_compile_definitions(${target} PRIVATE VLM_BUILDING)

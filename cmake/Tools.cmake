@@ -2,7 +2,7 @@
 # own, because the system's include folder must never be on the path of the cross build.
 add_custom_target(all-tools)
 file(GLOB q9diag_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tools/q9diag/*.cpp")
-if(NOT q9diag_sources OR NOT (Q9_BUILD_TOOLS OR Q9_FUZZ))
+if(NOT q9diag_sources OR NOT Q9_BUILD_TOOLS)
     return()
 endif()
 
@@ -15,7 +15,7 @@ foreach(library nlohmann CLI)
     file(CREATE_LINK "/usr/include/${library}" "${Q9_STAGED_INCLUDE_DIR}/${library}" SYMBOLIC)
 endforeach()
 
-if(NOT Q9_BUILD_TOOLS OR NOT TARGET q9util073)
+if(NOT TARGET q9util073)
     return()
 endif()
 
