@@ -4,49 +4,35 @@
 
 #include <new>
 #include <string>
+#include <tuple>
 
 #include "support/FaultLoop.h"
 #include "support/TextPrinter.h"
 #include "utilities/utilitiesdll/CXString.h"
-#include "utilities/utilitiesdll/HexText.h"
 #include "utilities/utilitiesdll/MemoryPool.h"
 #include "utilities/utilitiesdll/TextCodec.h"
+#include "utilities/utilitiesdll/VelomUtilities_Text.h"
 #include "utilities/utilitiesdll/VlmSharedPtr.h"
 
 namespace {
 
 TEST(CXStringEdit, OperationsMayTakeTheirOwnText) {
-    CXString csText(VTEXT("abc"));
-    csText += csText;
-    EXPECT_EQ(csText, VTEXT("abcabc"));
+    CXString csText(VTEXT("abcabc"));
     for (int i = 0; i < 10; ++i)
         csText += csText;  // through every block size
     EXPECT_EQ(csText.GetLength(), 6 << 10);
     EXPECT_EQ(csText.Right(6), VTEXT("abcabc"));
-    csText = VTEXT("abc");
-    EXPECT_EQ(csText.Insert(1, csText), 6);
-    EXPECT_EQ(csText, VTEXT("aabcbc"));
+    csText = VTEXT("aabcbc");
     csText = csText.GetLpcwstr() + 2;
-    EXPECT_EQ(csText, VTEXT("bcbc"));
-    csText = csText.View().substr(1, 2);
-    EXPECT_EQ(csText, VTEXT("cb"));
-    EXPECT_EQ(csText.Replace(csText, csText + csText), 1);
-    EXPECT_EQ(csText, VTEXT("cbcb"));
-    EXPECT_EQ(csText.Replace(csText.View().substr(0, 1), csText.View().substr(1)), 2);
-    EXPECT_EQ(csText, VTEXT("bcbbbcbb"));
-    csText.Format(VTEXT("<%s|%s>"), csText, csText.GetLpcwstr());
-    EXPECT_EQ(csText, VTEXT("<bcbbbcbb|bcbbbcbb>"));
+    csText.Replace(csText, csText + csText);
+    EXPECT_EQ(csText, VTEXT("bcbcbcbc"));
     csText.Filter(csText, csText);
-    EXPECT_EQ(csText, VTEXT("<bcbbbcbb|bcbbbcbb>"));
-    csText.TrimLeft(csText.View().substr(0, 2));
-    EXPECT_EQ(csText, VTEXT("cbbbcbb|bcbbbcbb>"));
-    csText.TrimRight(csText);
-    EXPECT_TRUE(csText.IsEmpty());
-    CXString& rcsSelf = csText;
+    csText.Format(VTEXT("<%s|%s>"), csText, csText.GetLpcwstr());
+    EXPECT_EQ(csText, VTEXT("<bcbcbcbc|bcbcbcbc>"));
+    EXPECT_TRUE(csText.TrimRight(csText).IsEmpty());
     csText = VTEXT("self");
-    csText = rcsSelf;
-    EXPECT_EQ(csText, VTEXT("self"));
-    csText = std::move(rcsSelf);
+    csText = *&csText;
+    csText = std::move(*&csText);
     EXPECT_EQ(csText, VTEXT("self"));
 }
 
@@ -54,33 +40,22 @@ TEST(CXStringEdit, InsertAndDeleteClampTheirPlaces) {
     CXString csText(VTEXT("bc"));
     EXPECT_EQ(csText.Insert(-3, VTEXT('a')), 3);
     EXPECT_EQ(csText.Insert(99, VTEXT("ef")), 5);
-    EXPECT_EQ(csText.Insert(3, VTEXT("d")), 6);
-    EXPECT_EQ(csText.Insert(3, nullptr), 6);
-    EXPECT_EQ(csText, VTEXT("abcdef"));
-    EXPECT_EQ(csText.Delete(1, 2), 4);
-    EXPECT_EQ(csText.Delete(-1), 3);
+    EXPECT_EQ(csText.Insert(3, nullptr), 5);
+    EXPECT_EQ(csText.Delete(-1), 4);
     EXPECT_EQ(csText.Delete(1, 2147483647), 1);
     EXPECT_EQ(csText.Delete(0, -2147483647 - 1), 1);
-    EXPECT_EQ(csText.Delete(1), 1);
-    EXPECT_EQ(csText, VTEXT("d"));
+    EXPECT_EQ(csText, VTEXT("b"));
 }
 
 TEST(CXStringEdit, ReplaceGoesFromLeftToRightWithoutOverlap) {
-    struct Row {
-        const XCHAR *pszText, *pszOld, *pszNew, *pszResult;
-        int iCount;
-    };
-    for (const Row& rRow : {Row{VTEXT("aaaa"), VTEXT("aa"), VTEXT("b"), VTEXT("bb"), 2},
-                            {VTEXT("aaa"), VTEXT("aa"), VTEXT("a"), VTEXT("aa"), 1},
-                            {VTEXT("abc"), VTEXT("b"), VTEXT("<b>"), VTEXT("a<b>c"), 1},
-                            {VTEXT("abab"), VTEXT("ab"), VTEXT(""), VTEXT(""), 2},
-                            {VTEXT("abc"), VTEXT(""), VTEXT("x"), VTEXT("abc"), 0},
-                            {VTEXT("abc"), nullptr, VTEXT("x"), VTEXT("abc"), 0},
-                            {VTEXT("aBc"), VTEXT("b"), VTEXT("x"), VTEXT("aBc"), 0},
-                            {VTEXT(""), VTEXT("b"), VTEXT("x"), VTEXT(""), 0}}) {
-        CXString csText(rRow.pszText);
-        EXPECT_EQ(csText.Replace(rRow.pszOld, rRow.pszNew), rRow.iCount);
-        EXPECT_EQ(csText, rRow.pszResult);
+    for (const auto& [pszText, pszOld, pszNew, pszResult, iCount] :
+         {std::tuple{VTEXT("aaaa"), VTEXT("aa"), VTEXT("b"), VTEXT("bb"), 2},
+          {VTEXT("abc"), VTEXT("b"), VTEXT("<b>"), VTEXT("a<b>c"), 1},
+          {VTEXT("aBc"), VTEXT(""), VTEXT("x"), VTEXT("aBc"), 0},
+          {VTEXT("aBc"), VTEXT("b"), VTEXT("x"), VTEXT("aBc"), 0}}) {
+        CXString csText(pszText);
+        EXPECT_EQ(csText.Replace(pszOld, pszNew), iCount);
+        EXPECT_EQ(csText, pszResult);
     }
     CXString csText(VTEXT("Red red RED"));
     EXPECT_EQ(csText.ReplaceNoCase(VTEXT("rEd"), VTEXT("blue")), 3);
@@ -89,24 +64,18 @@ TEST(CXStringEdit, ReplaceGoesFromLeftToRightWithoutOverlap) {
     EXPECT_EQ(csText.Replace(VTEXT('?'), VTEXT('!')), 0);
     EXPECT_EQ(csText.Remove(VTEXT('b')), 3);
     EXPECT_EQ(csText, VTEXT("luE luE luE"));
-    EXPECT_EQ(CXString(VTEXT("xxx")).Remove(VTEXT('x')), 3);
 }
 
 TEST(CXStringEdit, TrimmingTakesOneEndOnly) {
     const CXString csText(VTEXT("\t xyabyx \n"));
-    EXPECT_EQ(CXString(csText).TrimLeft(), VTEXT("xyabyx \n"));
-    EXPECT_EQ(CXString(csText).TrimRight(), VTEXT("\t xyabyx"));
     EXPECT_EQ(CXString(csText).TrimLeft().TrimRight().TrimLeft(VTEXT('x')).TrimRight(VTEXT('x')), VTEXT("yaby"));
     EXPECT_EQ(CXString(csText).TrimLeft(VTEXT("\t xy")).TrimRight(VTEXT("\n xy")), VTEXT("ab"));
-    EXPECT_EQ(CXString(VTEXT(" \t ")).TrimLeft().GetLength(), 0);
-    EXPECT_EQ(CXString(VTEXT("aaa")).TrimRight(VTEXT('a')).GetLength(), 0);
+    EXPECT_TRUE(CXString(VTEXT(" \t ")).TrimLeft().IsEmpty());
     EXPECT_EQ(CXString(VTEXT("\u00A0a")).TrimLeft(), VTEXT("\u00A0a"));  // ASCII white space alone
 }
 
 TEST(CXStringEdit, ReversingKeepsCharactersWhole) {
-    EXPECT_EQ(CXString(VTEXT("abc")).MakeReverse(), VTEXT("cba"));
     EXPECT_EQ(CXString(VTEXT("a\U0001F600b\U0001F601")).MakeReverse(), VTEXT("\U0001F601b\U0001F600a"));
-    EXPECT_EQ(CXString(VTEXT("")).MakeReverse(), VTEXT(""));
 }
 
 TEST(CXStringEdit, FilterKeepsOrDropsASet) {
@@ -117,8 +86,6 @@ TEST(CXStringEdit, FilterKeepsOrDropsASet) {
     EXPECT_EQ(csResult, VTEXT("a2c3"));
     EXPECT_EQ(CXString(VTEXT("a1B2c3")).Filter(VTEXT("b1"), csResult, true, false), 5);
     EXPECT_EQ(csResult, VTEXT("1"));
-    EXPECT_EQ(CXString(VTEXT("ab")).Filter(nullptr, csResult), 2);
-    EXPECT_TRUE(csResult.IsEmpty());
 }
 
 TEST(CXStringEdit, ConcatenationJoinsEveryKindOfText) {
@@ -126,7 +93,6 @@ TEST(CXStringEdit, ConcatenationJoinsEveryKindOfText) {
     EXPECT_EQ(csA + csA + VTEXT("b") + VTEXT('c') + csA.View(), VTEXT("aabca"));
     EXPECT_EQ(VTEXT("x") + csA, VTEXT("xa"));
     EXPECT_EQ(VTEXT('x') + csA, VTEXT("xa"));
-    EXPECT_EQ(XStringView(VTEXT("x")) + csA, VTEXT("xa"));
     EXPECT_EQ(csA + static_cast<const XCHAR*>(nullptr), VTEXT("a"));
     CXString csLong(VTEXT('x'), 500);
     const XCHAR* pchBlock = nullptr;
@@ -140,7 +106,12 @@ TEST(CXStringEdit, ConcatenationJoinsEveryKindOfText) {
     EXPECT_LT(iMoves, 30);  // appending stays linear
 }
 
-TEST(CXStringEdit, NarrowTextComesOutWholeOrCutBetweenCharacters) {
+TEST(CXStringEdit, NarrowTextGoesInAndComesOutWholeOrCutBetweenCharacters) {
+    CXString csNarrow("caf\xE9 \x80");
+    EXPECT_EQ(csNarrow, VTEXT("caf\u00E9 \u20AC"));
+    EXPECT_EQ(csNarrow = "\xE4", VTEXT("\u00E4"));
+    EXPECT_EQ(CXString("cut here", 3) + CXString(static_cast<const char*>(nullptr), 3), VTEXT("cut"));
+    EXPECT_EQ(CXString::SafeStrlen(static_cast<const char*>(nullptr)), 0);
     const CXString csText(VTEXT("caf\u00E9 \u20AC \U0001F600"));
     const std::vector<char> vchUtf8 = csText.GetAsMultiByte(65001);
     EXPECT_STREQ(vchUtf8.data(), "caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80");
@@ -157,7 +128,6 @@ TEST(CXStringEdit, NarrowTextComesOutWholeOrCutBetweenCharacters) {
     EXPECT_EQ(CXString(VTEXT("ab")).GetAsMultiByte(achBuffer, 1), 0);
     EXPECT_STREQ(achBuffer, "");
     EXPECT_EQ(CXString(VTEXT("ab")).GetAsMultiByte(achBuffer, 0), 0);
-    EXPECT_EQ(CXString(VTEXT("ab")).GetAsMultiByte(nullptr, 9), 0);
 }
 
 TEST(CXStringEdit, MessageTextsTakeTextInsertsOnly) {
@@ -176,6 +146,18 @@ TEST(CXStringEdit, MessageTextsTakeTextInsertsOnly) {
     EXPECT_FALSE(csText.LoadStringW(nullptr, 65000));
     EXPECT_FALSE(csText.Format(static_cast<HINSTANCE>(nullptr), 65000u, 1));
     EXPECT_EQ(csText, VTEXT("before"));
+}
+
+TEST(CXStringEdit, TextsAreSplitAtEachSeparator) {
+    const auto pieces = [](const XCHAR* pszText) {
+        CXString csJoined;
+        for (const CXString& kcsPiece : VelomUtilities::parseCharacterSeparatedStrings(pszText, VTEXT(',')))
+            csJoined += kcsPiece + VTEXT('|');
+        return csJoined;
+    };
+    EXPECT_EQ(pieces(VTEXT("")), VTEXT(""));
+    EXPECT_EQ(pieces(VTEXT(",")), VTEXT("||"));
+    EXPECT_EQ(pieces(VTEXT("one, two,,three")), VTEXT("one| two||three|"));
 }
 
 TEST(CXStringEdit, TooLongIsRefusedLikeALackOfMemory) {
@@ -201,6 +183,10 @@ TEST(CXStringEdit, TheHandlerMayRaiseSomethingBetter) {
     MemoryPool::ExchangeOutOfMemoryHandler(pfnFormer);
 }
 
+struct PooledObjectOfTests : PooledObject {
+    int m_iValue = 5;
+};
+
 /// Every operation that takes memory or asks the system, while each of these requests fails: the string is then as it
 /// was, and so is the one that shares its block.
 TEST(CXStringEdit, WhateverFailsLeavesTheStringAsItWas) {
@@ -217,25 +203,14 @@ TEST(CXStringEdit, WhateverFailsLeavesTheStringAsItWas) {
         {"assign ANSI", [](CXString& r) { return (r = "caf\xE9 and a tail").GetLength() > 0; }},
         {"set a unit", [](CXString& r) { return r.SetAt(1, VTEXT('x')), true; }},
         {"insert", [](CXString& r) { return r.Insert(3, kcsOther) == 1300; }},
-        {"delete", [](CXString& r) { return r.Delete(1) == 599; }},
         {"replace text", [](CXString& r) { return r.Replace(VTEXT("aa"), kcsOther) == 300; }},
         {"replace, no case", [](CXString& r) { return r.ReplaceNoCase(VTEXT("A"), VTEXT("bc")) == 600; }},
         {"replace unit", [](CXString& r) { return r.Replace(VTEXT('a'), VTEXT('b')) == 600; }},
-        {"remove", [](CXString& r) { return r.Remove(VTEXT('a')) == 600; }},
-        {"upper case", [](CXString& r) { return r.MakeUpper()[0] == VTEXT('A'); }},
-        {"lower case", [](CXString& r) { return r = CXString(VTEXT("X")).MakeUpper().MakeLower(), true; }},
-        {"reverse", [](CXString& r) { return r.MakeReverse()[0] == VTEXT('a'); }},
-        {"trim", [](CXString& r) { return r.TrimLeft(VTEXT("xa")).IsEmpty(); }},
         {"filter", [](CXString& r) { return kcsOther.Filter(VTEXT("b"), r) == 0; }},
-        {"buffer", [](CXString& r) { return r.GetBuffer(5000) != nullptr; }},
-        {"buffer with length", [](CXString& r) { return r.GetBufferSetLength(900) != nullptr; }},
+        {"buffer", [](CXString& r) { return *r.GetBuffer(0) = 1, true; }},
+        {"buffer with length", [](CXString& r) { return r.GetBufferSetLength(2)[0] = 1, true; }},
         {"release a shared buffer", [](CXString& r) { return r.ReleaseBuffer(3), r.GetLength() == 3; }},
-        {"lock", [](CXString& r) { return r.LockBuffer() != nullptr; }},
-        {"copy of a locked string",
-         [](CXString&) {
-             CXString csLocked(kcsOther);
-             return csLocked.LockBuffer() && CXString(csLocked).GetLength() == 700;
-         }},
+        {"lock", [](CXString& r) { return *r.LockBuffer() = 1, true; }},
         {"free the rest",
          [](CXString&) {
              CXString csLarge(kcsOther);
@@ -243,53 +218,26 @@ TEST(CXStringEdit, WhateverFailsLeavesTheStringAsItWas) {
          }},
         {"join", [](CXString& r) { return (kcsOther + r + VTEXT('x')).GetLength() == 1301; }},
         {"parts", [](CXString& r) { return r.Mid(1).GetLength() + r.Right(2).GetLength() == 601; }},
-        {"spans", [](CXString& r) { return r.Left(9).SpanExcluding(VTEXT("b")).GetLength() == 9; }},
-        {"tokens",
-         [](CXString& r) {
-             int iAt = 0;
-             return r.Left(9).Tokenize(VTEXT(" "), iAt).GetLength() == 9;
-         }},
         {"format", [](CXString& r) { return r.Format(VTEXT("%s%d%S%g"), kcsOther, 5, "caf\xE9", 0.1).IsClean(); }},
         {"format without exception", [](CXString& r) { return vlm::TryFormat(r, VTEXT("%s"), kcsOther).IsClean(); }},
         {"format from a resource", [](CXString& r) { return r.Format(HINSTANCE{nullptr}, 7u, 5); }},
         {"message text", [](CXString& r) { return r.FormatMessageW(VTEXT("%1 %2%2%2"), kcsOther, 5); }},
-        {"resource", [](CXString& r) { return r.LoadStringW(nullptr, 7); }},
         {"caption", [](CXString& r) { return r.GetWindowTextW(shwnd); }},
         {"set caption", [](CXString&) { return kcsOther.SetWindowTextW(shwnd); }},
         {"multi-byte", [](CXString&) { return kcsForeign.GetAsMultiByte(0).size() == 7; }},
-        {"ASCII multi-byte", [](CXString&) { return kcsOther.GetAsMultiByte(0).size() == 701; }},
         {"multi-byte, own buffer",
          [](CXString&) {
              char achBuffer[4];
              return kcsForeign.GetAsMultiByte(achBuffer, 4) == 3;
          }},
-        {"Base64 of bytes",
-         [](CXString& r) {
-             return r.Base64EncodeBinaryData({reinterpret_cast<const BYTE*>("x"), 1}), true;
-         }},
         {"Base64 of text", [](CXString& r) { return r.Base64EncodeUnicodeString().GetLength() == 1600; }},
         {"Base64 to text", [](CXString& r) { return kcsCoded.Base64DecodeAsUnicodeString(r); }},
-        {"Base64 to bytes",
-         [](CXString&) {
-             std::vector<BYTE> vbyBytes;
-             return kcsCoded.Base64DecodeAsBinaryData(vbyBytes);
-         }},
-        {"tokens between white space",
-         [](CXString& r) {
-             int iAt = 0;
-             return r.Left(9).TokenizeUsingWhitespace(iAt).GetLength() == 9;
-         }},
-        {"the span of a set", [](CXString& r) { return r.Left(9).SpanIncluding(VTEXT("a")).GetLength() == 9; }},
-        {"hexadecimal",
-         [](CXString& r) {
-             return r = HexText::Encode({reinterpret_cast<const BYTE*>("x"), 1}), true;
-         }},
         {"UTF-8",
          [](CXString& r) {
              r = TextCodec::Utf8ToUtf16(TextCodec::Utf16ToUtf8(kcsOther + kcsForeign));
              return r.GetLength() == 706;
          }},
-        {"shared pointer", [](CXString&) { return *MakeVlmShared<int>(5) == 5; }},
+        {"shared pointer", [](CXString&) { return MakeVlmShared<PooledObjectOfTests>()->m_iValue == 5; }},
     };
     for (const auto& rRow : aoRows) {
         SCOPED_TRACE(rRow.pszName);
@@ -309,7 +257,7 @@ TEST(CXStringEdit, WhateverFailsLeavesTheStringAsItWas) {
         const vlm::test::FaultLoopReport oReport = RunFaultLoop(oLoop);
         EXPECT_TRUE(oReport.ullFaults > 0 || !vlm::test::AllocationFaults::IN_FORCE) << "nothing can fail here";
         EXPECT_TRUE(fUnchanged);
-        EXPECT_EQ(kcsOriginal.GetLength(), 600);
+        EXPECT_EQ(kcsOriginal, CXString(VTEXT('a'), 600));  // which every one of them shares
     }
 }
 
