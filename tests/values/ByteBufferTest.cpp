@@ -1,13 +1,14 @@
 /// @file
-/// Byte buffers: primitives, cursors, counted forms, writers and the byte stream form.
+/// Byte buffers: primitives, cursors, counted forms, writers, the byte stream form, hexadecimal text and dumps.
 #include "utilities/utilitiesdll/ByteBuffer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <random>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "support/Bytes.h"
 #include "support/FaultLoop.h"
@@ -21,6 +22,7 @@
 
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using vlm::test::FromHex;
 using vlm::test::Narrow;
@@ -69,55 +71,34 @@ TEST(ByteBuffer, DecodersReadFromTheStart) {
     EXPECT_EQ(kbb.getDword(), 0x9180FFFEu);
     EXPECT_EQ(kbb.getAsLong64Value(), static_cast<LONGLONG>(0xD5C4B3A29180FFFE));
     EXPECT_EQ(kbb.getAsTime64Value(), kbb.getAsLong64Value());
-    EXPECT_THROW(Bytes("010203").getAsIntValue(), NotEnoughBytes);
     EXPECT_THROW(ByteBuffer().getAsByteValue(), NotEnoughBytes);
 }
 
-/// Every reader with its width.
+/// How readers stay where they are on short data is what the fuzz target of the cursor watches.
 template <class TByte>
-void CheckReadersAtEveryLength() {
-    using Reader = std::function<void(TByte*&, DWORD&)>;
-    const struct {
-        const char* pszName;
-        DWORD dwWidth;
-        Reader read;
-    } aoRows[] = {
-        {"byte", 1, [](TByte*& p, DWORD& r) { EXPECT_EQ(ByteBuffer::WalkBufferToGetByte(p, r), 0x00); }},
-        {"bool", 1, [](TByte*& p, DWORD& r) { EXPECT_FALSE(ByteBuffer::WalkBufferToGetBool(p, r)); }},
-        {"short", 2, [](TByte*& p, DWORD& r) { EXPECT_EQ(ByteBuffer::WalkBufferToGetShort(p, r), 0x1100); }},
-        {"word", 2, [](TByte*& p, DWORD& r) { EXPECT_EQ(ByteBuffer::WalkBufferToGetWord(p, r), 0x1100); }},
-        {"int", 4, [](TByte*& p, DWORD& r) { EXPECT_EQ(ByteBuffer::WalkBufferToGetInt(p, r), 0x33221100); }},
-        {"long", 4, [](TByte*& p, DWORD& r) { EXPECT_EQ(ByteBuffer::WalkBufferToGetLong(p, r), 0x33221100); }},
-        {"long64", 8,
-         [](TByte*& p, DWORD& r) { EXPECT_EQ(ByteBuffer::WalkBufferToGetLong64(p, r), 0x7766554433221100); }},
-        {"time64", 8,
-         [](TByte*& p, DWORD& r) { EXPECT_EQ(ByteBuffer::WalkBufferToGetTime64(p, r), 0x7766554433221100); }},
-    };
-    for (const auto& rRow : aoRows) {
-        for (DWORD dwLength = 0; dwLength <= 9; ++dwLength) {
-            SCOPED_TRACE(std::string(rRow.pszName) + " in " + std::to_string(dwLength));
-            std::vector<BYTE> vbyData(dwLength);  // exactly as long, so that a sanitizer sees any read beyond
-            for (DWORD i = 0; i < dwLength; ++i)
-                vbyData[i] = static_cast<BYTE>(0x11 * i);
-            TByte* const pbyStart = dwLength > 0 ? vbyData.data() : nullptr;
-            TByte* pbyCursor = pbyStart;
-            DWORD dwRemaining = dwLength;
-            if (dwLength < rRow.dwWidth) {
-                EXPECT_THROW(rRow.read(pbyCursor, dwRemaining), NotEnoughBytes);
-                EXPECT_EQ(pbyCursor, pbyStart);
-                EXPECT_EQ(dwRemaining, dwLength);
-            } else {
-                rRow.read(pbyCursor, dwRemaining);
-                EXPECT_EQ(pbyCursor, pbyStart + rRow.dwWidth);
-                EXPECT_EQ(dwRemaining, dwLength - rRow.dwWidth);
-            }
-        }
-    }
+void CheckReadersInARow() {
+    std::vector<BYTE> vbyData(31);  // one byte more than is read
+    for (std::size_t i = 0; i < vbyData.size(); ++i)
+        vbyData[i] = static_cast<BYTE>(0x11 * (i % 15));
+    TByte* p = vbyData.data();
+    DWORD dw = 31;
+    EXPECT_EQ(ByteBuffer::WalkBufferToGetByte(p, dw), 0x00);
+    EXPECT_TRUE(ByteBuffer::WalkBufferToGetBool(p, dw));
+    EXPECT_EQ(ByteBuffer::WalkBufferToGetShort(p, dw), 0x3322);
+    EXPECT_EQ(ByteBuffer::WalkBufferToGetWord(p, dw), 0x5544);
+    EXPECT_EQ(ByteBuffer::WalkBufferToGetInt(p, dw), static_cast<int>(0x99887766));
+    EXPECT_EQ(ByteBuffer::WalkBufferToGetLong(p, dw), static_cast<LONG>(0xDDCCBBAA));
+    EXPECT_EQ(ByteBuffer::WalkBufferToGetLong64(p, dw), 0x66554433221100EE);
+    EXPECT_EQ(ByteBuffer::WalkBufferToGetTime64(p, dw), static_cast<LONGLONG>(0xEEDDCCBBAA998877));
+    EXPECT_EQ(p, vbyData.data() + 30);
+    EXPECT_EQ(dw, 1u);
+    EXPECT_THROW(ByteBuffer::WalkBufferToGetTime64(p, dw), NotEnoughBytes);
+    EXPECT_EQ(p, vbyData.data() + 30);
 }
 
-TEST(ByteBuffer, ReadersMoveExactlyOrNotAtAll) {
-    CheckReadersAtEveryLength<const BYTE>();
-    CheckReadersAtEveryLength<BYTE>();
+TEST(ByteBuffer, ReadersTakeLittleEndianValues) {
+    CheckReadersInARow<const BYTE>();
+    CheckReadersInARow<BYTE>();
 }
 
 TEST(ByteBuffer, AShortReadNamesBothSizes) {
@@ -132,61 +113,38 @@ TEST(ByteBuffer, AShortReadNamesBothSizes) {
 TEST(ByteBuffer, CountedFormsFailBeforeTheCount) {
     std::vector<BYTE> vbyString(131071, 0x41);
     vbyString[0] = vbyString[1] = 0xFF;  // 65,535 units need 131,072 bytes with their count
-    const struct {
-        std::vector<BYTE> vbyData;
-        bool fString;
-        const char* pszSizes;
-    } aoRows[] = {
-        {{}, true, "(0 bytes)! It needs to be at least 2 bytes."},
-        {{0x00}, true, "(1 bytes)! It needs to be at least 2 bytes."},
-        {FromHex("0200 4100 42"), true, "(5 bytes)! It needs to be at least 6 bytes."},
-        {vbyString, true, "(131071 bytes)! It needs to be at least 131072 bytes."},
-        {FromHex("000000"), false, "(3 bytes)! It needs to be at least 4 bytes."},
-        {FromHex("02000000 0A"), false, "(5 bytes)! It needs to be at least 6 bytes."},
-        {FromHex("FFFFFFFF 0A0B0C0D"), false, "(8 bytes)! It needs to be at least 2147483647 bytes."},
-    };
-    for (const auto& rRow : aoRows) {
-        SCOPED_TRACE(rRow.pszSizes);
-        const BYTE* const pbyStart = rRow.vbyData.data();
+    for (const auto& [vbyData, fString, pszSizes] :
+         {std::tuple{FromHex("00"), true, "(1 bytes)! It needs to be at least 2 bytes."},
+          {FromHex("0200 4100 42"), true, "(5 bytes)! It needs to be at least 6 bytes."},
+          {vbyString, true, "(131071 bytes)! It needs to be at least 131072 bytes."},
+          {FromHex("000000"), false, "(3 bytes)! It needs to be at least 4 bytes."},
+          {FromHex("FFFFFFFF 0A0B0C0D"), false, "(8 bytes)! It needs to be at least 2147483647 bytes."}}) {
+        SCOPED_TRACE(pszSizes);
+        const BYTE* const pbyStart = vbyData.data();
         const BYTE* pbyCursor = pbyStart;
-        DWORD dwRemaining = static_cast<DWORD>(rRow.vbyData.size());
+        DWORD dwRemaining = static_cast<DWORD>(vbyData.size());
         ByteBuffer bbTarget = Bytes("77");
-        const auto read = [&] {
-            if (rRow.fString)
+        const auto read = [&, fOfString = fString] {
+            if (fOfString)
                 ByteBuffer::WalkBufferToGetCountedString(pbyCursor, dwRemaining);
             else
                 ByteBuffer::WalkBufferToGetCountedBytes(pbyCursor, dwRemaining, bbTarget);
         };
-        EXPECT_THAT(MessageOf(read), HasSubstr(rRow.pszSizes));
+        EXPECT_THAT(MessageOf(read), HasSubstr(pszSizes));
         EXPECT_EQ(pbyCursor, pbyStart);
-        EXPECT_EQ(dwRemaining, rRow.vbyData.size());
+        EXPECT_EQ(dwRemaining, vbyData.size());
         EXPECT_EQ(Hex(bbTarget), "77");
     }
 }
 
-TEST(ByteBuffer, CountedFormsReadBackAtAnyAlignment) {
-    ByteBuffer bbAll = Bytes("EE");  // the units stand at odd addresses
-    const CXString csText(XStringView(VTEXT("a\0\xD834\xDD1E"), 4));
-    bbAll.append(ByteBuffer::createCountedStringFormatFromString(csText)).appendCountedBytes(Bytes("0AFF"));
-    bbAll.appendCountedStringForRecord(VTEXT("")).appendCountedBytes(ByteBuffer());
-    BYTE* pbyCursor = bbAll.getLpbyte() + 1;
-    DWORD dwRemaining = bbAll.GetLength() - 1;
-    EXPECT_EQ(ByteBuffer::WalkBufferToGetCountedString(pbyCursor, dwRemaining).View(), csText.View());
-    ByteBuffer bbRead;
-    ByteBuffer::WalkBufferToGetCountedBytes(pbyCursor, dwRemaining, bbRead);
-    EXPECT_EQ(Hex(bbRead), "0AFF");
-    EXPECT_TRUE(ByteBuffer::WalkBufferToGetCountedString(pbyCursor, dwRemaining).IsEmpty());
-    ByteBuffer::WalkBufferToGetCountedBytes(pbyCursor, dwRemaining, bbRead);
-    EXPECT_TRUE(bbRead.empty());
-    EXPECT_EQ(dwRemaining, 0u);
-    EXPECT_EQ(pbyCursor, bbAll.data() + bbAll.size());
-
-    // The target may be the very buffer that is read.
-    ByteBuffer bbSelf = Bytes("02000000 0AFF 33");
-    const BYTE* pbySelf = bbSelf.data();
-    DWORD dwSelf = bbSelf.GetLength();
-    ByteBuffer::WalkBufferToGetCountedBytes(pbySelf, dwSelf, bbSelf);
-    EXPECT_EQ(Hex(bbSelf), "0AFF");
+TEST(ByteBuffer, TheTargetOfAReaderMayBeTheBufferThatIsRead) {
+    ByteBuffer bb = Bytes("0100 4100 02000000 0AFF 33");
+    BYTE* pbyCursor = bb.getLpbyte();
+    DWORD dwRemaining = bb.GetLength();
+    EXPECT_EQ(ByteBuffer::WalkBufferToGetCountedString(pbyCursor, dwRemaining), VTEXT("A"));
+    ByteBuffer::WalkBufferToGetCountedBytes(pbyCursor, dwRemaining, bb);
+    EXPECT_EQ(Hex(bb), "0AFF");
+    EXPECT_EQ(dwRemaining, 1u);
 }
 
 TEST(ByteBuffer, OverlongTextsAgreeWithTheirCountInRecordsOnly) {
@@ -206,21 +164,15 @@ TEST(ByteBuffer, OverlongTextsAgreeWithTheirCountInRecordsOnly) {
 }
 
 TEST(ByteBuffer, StringValueDropsOneZeroUnitAndAnOddByte) {
-    const struct {
-        const char* pszHex;
-        XStringView expected;
-    } aoRows[] = {
-        {"", VTEXT("")},           {"41", VTEXT("")},
-        {"4100", VTEXT("A")},      {"4100 42", VTEXT("A")},
-        {"4100 0000", VTEXT("A")}, {"4100 0000 00", VTEXT("A")},
-        {"0000", VTEXT("")},       {"4100 0000 0000", XStringView(VTEXT("A\0"), 2)},
-        {"0041", VTEXT("\x4100")}, {"4100 0042", VTEXT("A\x4200")},
-    };
-    for (const auto& rRow : aoRows) {
-        EXPECT_EQ(Bytes(rRow.pszHex).getAsStringValue().View(), rRow.expected) << rRow.pszHex;
+    for (const auto& [pszHex, expected] : {std::pair{"41", XStringView()},
+                                           {"4100 42", VTEXT("A")},
+                                           {"4100 0000 00", VTEXT("A")},
+                                           {"4100 0000 0000", XStringView(VTEXT("A\0"), 2)},
+                                           {"0041", VTEXT("\x4100")},
+                                           {"4100 0042", VTEXT("A\x4200")}}) {
+        EXPECT_EQ(Bytes(pszHex).getAsStringValue().View(), expected) << pszHex;
     }
     EXPECT_EQ(Bytes("41E400 42").getAsStringValueFromAnsiBuffer().View(), XStringView(VTEXT("A\x00E4\0B"), 4));
-    EXPECT_TRUE(ByteBuffer().getAsStringValueFromAnsiBuffer().IsEmpty());
 }
 
 TEST(ByteBuffer, WritersAppendInOrder) {
@@ -243,8 +195,6 @@ TEST(ByteBuffer, WritersTakeBytesOfTheBufferItself) {
         EXPECT_EQ(Hex(bb), "010203010203020308000102030102030203");
         bb.setWithLpbyte(bb.data() + 8, 3);
         EXPECT_EQ(Hex(bb), "080001");
-        bb = *&bb;
-        EXPECT_EQ(bb.size(), 3u);
     }
 }
 
@@ -271,26 +221,22 @@ TEST(ByteBuffer, GrowthBeyondTheCursorsReachIsRefused) {
 TEST(ByteBuffer, CopyAsLpbyteHandsOverACopy) {
     RecordingSink oSink;
     DWORD dwLength = 99;
-    const ByteBuffer kbb = Bytes("0AFF");
-    const std::unique_ptr<BYTE[]> apbyCopy = kbb.copyAsLpbyte(dwLength);
+    const std::unique_ptr<BYTE[]> apbyCopy = Bytes("0AFF").copyAsLpbyte(dwLength);
     EXPECT_EQ(vlm::test::ToHex(apbyCopy.get(), dwLength), "0AFF");
-    EXPECT_NE(apbyCopy.get(), kbb.data());
-    EXPECT_TRUE(oSink.Reports().empty());
     const std::unique_ptr<BYTE[]> apbyEmpty = ByteBuffer().copyAsLpbyte(dwLength);
     EXPECT_EQ(vlm::test::ToHex(apbyEmpty.get(), dwLength), "00");
     EXPECT_EQ(oSink.Count("Buffer empty. Setting single byte to NULL."), 1u);
 }
 
 TEST(ByteBuffer, ByteStreamKeepsTheLowHalfOfTheCount) {
-    std::vector<BYTE> vbyLong(70000, 0x5A);
-    const ByteBuffer kbbLong{std::vector<BYTE>(vbyLong)};
+    const ByteBuffer kbbLong{std::vector<BYTE>(70000, 0x5A)};
     std::vector<BYTE> vbyRoom(70002);
     BYTE* pbyCursor = vbyRoom.data();
     EXPECT_TRUE(kbbLong.persistToByteStream(pbyCursor));
     EXPECT_EQ(pbyCursor, vbyRoom.data() + vbyRoom.size());
-    ByteBuffer bbStream = Bytes("EE");
+    ByteBuffer bbStream;
     EXPECT_TRUE(kbbLong.persistToByteStream(bbStream));
-    EXPECT_EQ(Hex(bbStream), "EE" + vlm::test::ToHex(vbyRoom));
+    EXPECT_EQ(bbStream.GetVector(), vbyRoom);
     EXPECT_EQ(vbyRoom[0] + 256 * vbyRoom[1], 4464);
 
     ByteBuffer bbRead = Bytes("010203");
@@ -311,22 +257,6 @@ TEST(ByteBuffer, BoundedByteStreamStaysInItsRoom) {
         EXPECT_EQ(dwRemaining, fWritten ? dwRoom - 5 : dwRoom);
         EXPECT_EQ(pbyCursor, vbyRoom.data() + (fWritten ? 5 : 0));
         EXPECT_EQ(vlm::test::ToHex(vbyRoom).substr(0, 10), fWritten ? "03000AFFBB" : std::string(2 * dwRoom, 'E'));
-
-        // And the same room as input.
-        const std::vector<BYTE> vbyWhole = FromHex("03000AFFBB99");
-        const std::vector<BYTE> vbyPart(vbyWhole.begin(), vbyWhole.begin() + dwRoom);
-        const BYTE* pbyRead = vbyPart.data();
-        dwRemaining = dwRoom;
-        ByteBuffer bbRead = Bytes("77");
-        if (dwRoom < 5) {
-            EXPECT_THROW(bbRead.initializeFromByteStream(pbyRead, dwRemaining), NotEnoughBytes);
-            EXPECT_EQ(Hex(bbRead), "77");
-            EXPECT_EQ(dwRemaining, dwRoom);
-        } else {
-            EXPECT_TRUE(bbRead.initializeFromByteStream(pbyRead, dwRemaining));
-            EXPECT_EQ(Hex(bbRead), "0AFFBB");
-            EXPECT_EQ(dwRemaining, dwRoom - 5);
-        }
     }
     ByteBuffer bbLong;
     bbLong.resize(65536);
@@ -338,53 +268,60 @@ TEST(ByteBuffer, BoundedByteStreamStaysInItsRoom) {
     EXPECT_EQ(oSink.Count("cannot be written as a byte stream"), 6u);
 }
 
-TEST(ByteBuffer, AnySequenceOfPrimitivesReadsBack) {
-    std::mt19937_64 random(20240229);
-    for (int iRound = 0; iRound < 200; ++iRound) {
-        ByteBuffer bb;
-        std::vector<std::function<void(const BYTE*&, DWORD&)>> vChecks;
-        for (int i = 0; i < 30; ++i) {
-            const ULONGLONG ull = random();
-            switch (random() % 5) {
-                case 0:
-                    bb.appendByte(static_cast<BYTE>(ull));
-                    vChecks.push_back([ull](const BYTE*& p, DWORD& r) {
-                        EXPECT_EQ(ByteBuffer::WalkBufferToGetByte(p, r), static_cast<BYTE>(ull));
-                    });
-                    break;
-                case 1:
-                    bb.appendShortValue(static_cast<short>(ull));
-                    vChecks.push_back([ull](const BYTE*& p, DWORD& r) {
-                        EXPECT_EQ(ByteBuffer::WalkBufferToGetShort(p, r), static_cast<short>(ull));
-                    });
-                    break;
-                case 2:
-                    bb.appendLongValue(static_cast<LONG>(ull));
-                    vChecks.push_back([ull](const BYTE*& p, DWORD& r) {
-                        EXPECT_EQ(ByteBuffer::WalkBufferToGetLong(p, r), static_cast<LONG>(ull));
-                    });
-                    break;
-                case 3:
-                    bb.appendLong64Value(static_cast<LONGLONG>(ull));
-                    vChecks.push_back([ull](const BYTE*& p, DWORD& r) {
-                        EXPECT_EQ(ByteBuffer::WalkBufferToGetLong64(p, r), static_cast<LONGLONG>(ull));
-                    });
-                    break;
-                default: {
-                    const CXString csText(static_cast<XCHAR>(0x20 + ull % 0xD000), static_cast<int>(ull % 40));
-                    bb.appendCountedStringForRecord(csText);
-                    vChecks.push_back([csText](const BYTE*& p, DWORD& r) {
-                        EXPECT_EQ(ByteBuffer::WalkBufferToGetCountedString(p, r).View(), csText.View());
-                    });
-                }
-            }
-        }
-        const BYTE* pbyCursor = bb.data();
-        DWORD dwRemaining = bb.GetLength();
-        for (const auto& check : vChecks)
-            check(pbyCursor, dwRemaining);
-        EXPECT_EQ(dwRemaining, 0u);
+TEST(ByteBuffer, ABadPairIsNamedAndClearsTheBuffer) {
+    for (const auto& [pszHex, pszPair] :
+         {std::pair{VTEXT("0AxF"), "x & F"}, {VTEXT("0Ag"), "g &  "}, {VTEXT("0x0A"), "0 & x"}}) {
+        RecordingSink oSink;
+        ByteBuffer bb = ByteBuffer::createFromByteValue(1);
+        EXPECT_FALSE(ByteBuffer::ConvertHexBinaryStringToByteBuffer(pszHex, bb));
+        EXPECT_TRUE(bb.empty());
+        EXPECT_THAT(
+            oSink.Texts(),
+            ElementsAre(std::string("Conversion problem(s) with this pair of characters in the input string, ") +
+                        pszPair +
+                        ". One or both of these is not a hex character. Clearing the caller's buffer and "
+                        "returning false."));
+        EXPECT_FALSE(ByteBuffer::ConvertHexBinaryStringToByteBuffer(pszHex, bb, false));
+        EXPECT_TRUE(ByteBuffer::createFromHexBinaryString(pszHex).empty());
+        EXPECT_EQ(oSink.Reports().size(), 2u);
     }
+    EXPECT_EQ(ByteBuffer::createFromHexBinaryString(VTEXT("0aFf")).getAsHexBinaryString(), VTEXT("0AFF"));
+}
+
+TEST(ByteBuffer, SingleDigitsBothWays) {
+    RecordingSink oSink;
+    XCHAR chDigit = 0;
+    BYTE byValue = 77;
+    EXPECT_TRUE(ByteBuffer::ConvertValueToSingleHexChar(15, chDigit));
+    EXPECT_EQ(chDigit, VTEXT('F'));
+    EXPECT_TRUE(ByteBuffer::ConvertValueToSingleHexChar(10, chDigit, true));
+    EXPECT_TRUE(ByteBuffer::ConvertSingleHexCharToValue(chDigit, byValue));
+    EXPECT_EQ(byValue, 10);
+    EXPECT_FALSE(ByteBuffer::ConvertValueToSingleHexChar(16, chDigit, true, false));
+    EXPECT_EQ(chDigit, VTEXT('0'));
+    EXPECT_FALSE(ByteBuffer::ConvertSingleHexCharToValue(VTEXT('g'), byValue, false));
+    EXPECT_EQ(byValue, 0);
+    EXPECT_TRUE(oSink.Reports().empty());
+    ByteBuffer::ConvertValueToSingleHexChar(0x1F, chDigit);
+    ByteBuffer::ConvertSingleHexCharToValue(VTEXT('g'), byValue);
+    EXPECT_THAT(
+        oSink.Texts(),
+        ElementsAre("The incoming value, 0x1f, cannot be converted to a single hex character. The '0' character "
+                    "will be passed back and false will be returned.",
+                    "The incoming character, g, is in an invalid format. Only expecting characters in the ranges "
+                    "'0'-'9', 'a'-'f', and 'A'-'F'. Evaluating the overall number as zero and returning false."));
+}
+
+TEST(ByteBuffer, DumpsShowSixteenBytesALine) {
+    RecordingSink oSink;
+    const ByteBuffer kbb(vlm::test::BytesOf("printable, \x01\x80 and a tail"));
+    kbb.DumpAsHexBinary();
+    kbb.dumpAsCharacters();
+    EXPECT_EQ(Narrow(kbb.GetDumpDisplayString().View()), vlm::test::ToHex(kbb.GetVector()));
+    EXPECT_THAT(oSink.Texts(),
+                ElementsAre("Buffer of 24 bytes:", "00000000: 70 72 69 6E 74 61 62 6C 65 2C 20 01 80 20 61 6E",
+                            "00000010: 64 20 61 20 74 61 69 6C", "Buffer of 24 bytes:", "00000000: printable, .. an",
+                            "00000010: d a tail"));
 }
 
 /// Whatever fails, the buffer is as it was; the other classes of this floor come along, for they fail the same way.
@@ -401,13 +338,9 @@ TEST(ByteBuffer, AFailedAllocationLeavesTheBufferAsItWas) {
     } aoRows[] = {
         {"append", [&](ByteBuffer& rbb) { rbb.append(kbbMore); }},
         {"append self", [](ByteBuffer& rbb) { rbb.append(rbb); }},
-        {"append text", [&](ByteBuffer& rbb) { rbb.append(csText); }},
         {"append ASCII", [&](ByteBuffer& rbb) { rbb.appendAscii(csText); }},
-        {"append a number", [](ByteBuffer& rbb) { rbb.appendLong64Value(1); }},
         {"counted text", [&](ByteBuffer& rbb) { rbb.appendCountedStringForRecord(csText); }},
-        {"counted bytes", [&](ByteBuffer& rbb) { rbb.appendCountedBytes(kbbMore); }},
         {"set", [&](ByteBuffer& rbb) { rbb.setWithLpbyte(kbbMore.data(), 1000); }},
-        {"set self", [](ByteBuffer& rbb) { rbb.setWithLpbyte(rbb.data(), 2); }},
         {"assign", [&](ByteBuffer& rbb) { rbb = kbbMore; }},
         {"resize", [&](ByteBuffer& rbb) { rbb.resize(77); }},
         {"stream out", [&](ByteBuffer& rbb) { kbbMore.persistToByteStream(rbb); }},
@@ -425,10 +358,8 @@ TEST(ByteBuffer, AFailedAllocationLeavesTheBufferAsItWas) {
              } catch (const NotEnoughBytes&) {  // what there is to be: the message takes memory
              }
          }},
-        {"hex", [](ByteBuffer& rbb) { ByteBuffer::ConvertHexBinaryStringToByteBuffer(VTEXT("0A0B"), rbb); }},
         {"hex text", [&](ByteBuffer&) { kbbMore.getAsHexBinaryString(); }},
         {"text of bytes", [&](ByteBuffer&) { kbbMore.getAsStringValue(); }},
-        {"ANSI text of bytes", [&](ByteBuffer&) { kbbMore.getAsStringValueFromAnsiBuffer(); }},
         {"counted text of bytes", [&](ByteBuffer&) { kbbText.getAsStringValueFromCountedStringFormat(); }},
         {"dump", [&](ByteBuffer&) { kbbOld.DumpAsHexBinary(), kbbOld.dumpAsCharacters(); }},
         {"copy out",
@@ -440,9 +371,7 @@ TEST(ByteBuffer, AFailedAllocationLeavesTheBufferAsItWas) {
         {"number", [](ByteBuffer&) { Number().SetStringValue(Number(-2.5).GetStringValue(3)); }},
         {"bad number",
          [](ByteBuffer&) { Number().SetStringValue(VTEXT("0x1.5")), Number().SetStringValue(VTEXT("x")); }},
-        {"hexadecimal number", [](ByteBuffer&) { Number(31).GetStringValue(0, 0.5, false, true); }},
         {"length", [](ByteBuffer&) { Dimension(VTEXT("16"), Dimension::DUE_MM).Dump(); }},
-        {"length in unknown units", [](ByteBuffer&) { Dimension(5, static_cast<Dimension::UnitsEnum>(14)).Dump(); }},
         {"moment", [](ByteBuffer&) { UtcTime().TrySetStringValue(UtcTime(5).GetStringValue()); }},
         {"version",
          [](ByteBuffer& rbb) {

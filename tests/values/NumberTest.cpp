@@ -1,20 +1,31 @@
 /// @file
-/// Numbers: rounding against an independent model, and the text forms.
+/// Numbers: rounding against an independent model, and the text forms.  Lengths: units, conversion, comparison.
 #include "utilities/utilitiesdll/Number.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <cmath>
 #include <limits>
 #include <random>
+#include <tuple>
+#include <utility>
 
 #include "support/RecordingSink.h"
+#include "utilities/utilitiesdll/Dimension.h"
 
 namespace {
 
+using ::testing::ElementsAre;
 using vlm::test::Narrow;
 using vlm::test::RecordingSink;
+using Unit = Dimension::UnitsEnum;
+constexpr Unit IN = Dimension::DUE_INCHES;
+constexpr Unit MM = Dimension::DUE_MM;
+constexpr Unit MM100 = Dimension::DUE_HUNDREDTHS_OF_MM;
+constexpr Unit MM1000 = Dimension::DUE_THOUSANDTHS_OF_MM;
+constexpr Unit PT = Dimension::DUE_POINTS;
 
 /// The 64-bit conversion of the processor, taken from the bits of the double.
 std::int64_t ModelTruncate(double dbl) {
@@ -44,35 +55,6 @@ double ModelRound(double value, int decimals, double threshold) {
     return ((decimals > 0 ? static_cast<double>(r) / power : static_cast<double>(r)) + 0.0000001) * s;
 }
 
-TEST(Number, RoundsRecordedValues) {
-    const struct {
-        double dblValue;
-        int iDecimals;
-        double dblThreshold;
-        double dblExpected;
-    } aoRows[] = {
-        {0.0, 0, 0.499999, 0.0000001},
-        {0.4995, 0, 0.499999, 0.0000001},
-        {0.49999, 0, 0.499999, 0.0000001},  // 49999 is not above 49999
-        {0.5, 0, 0.499999, 1.0000001},
-        {-0.5, 0, 0.499999, -1.0000001},
-        {352.777777, 0, 0.499999, 353.0000001},
-        {1.25, 1, 0.499999, 1.3000001},
-        {1.24, 1, 0.499999, 1.2000001},
-        {1.9, 0, 0.95, 1.0000001},
-        {1.000011, 0, 0.0, 2.0000001},
-        // 0x7FFFFFFE, and the overflowing fraction wraps to a great one.
-        {1e300, 0, 0.499999, 2147483647.0000001},
-        {-1e300, 0, 0.499999, -2147483647.0000001},
-        {std::numeric_limits<double>::infinity(), 0, 0.499999, 2147483647.0000001},
-        {std::numeric_limits<double>::quiet_NaN(), 0, 0.499999, -9223372036854775808.0},
-    };
-    for (const auto& rRow : aoRows) {
-        EXPECT_DOUBLE_EQ(Number::Round(rRow.dblValue, rRow.iDecimals, rRow.dblThreshold), rRow.dblExpected)
-            << rRow.dblValue << " to " << rRow.iDecimals;
-    }
-}
-
 TEST(Number, RoundsAsTheModelDoesOnAMillionValues) {
     std::mt19937_64 random(1);
     std::uniform_real_distribution<double> near(-1e6, 1e6);
@@ -95,26 +77,18 @@ TEST(Number, RoundsAsTheModelDoesOnAMillionValues) {
 }
 
 TEST(Number, ReadsDecimalAndHexadecimalText) {
-    const struct {
-        const XCHAR* pszText;
-        double dblExpected;
-    } aoRows[] = {
-        {VTEXT("0"), 0},
-        {VTEXT("25.4"), 25.4},
-        {VTEXT("-.5"), -0.5},
-        {VTEXT("+12."), 12},
-        {VTEXT(" \t7 "), 7},
-        {VTEXT("007"), 7},
-        {VTEXT("123456789012345678901234567890"), 123456789012345678901234567890.0},
-        {VTEXT("0x1F"), 31},
-        {VTEXT("-0Xff"), -255},
-        {VTEXT("0x0000FFFFFFFFFFFFFFFF"), 18446744073709551615.0},
-    };
     RecordingSink oSink;
-    for (const auto& rRow : aoRows) {
+    for (const auto& [pszText, dblExpected] :
+         {std::pair{VTEXT("25.4"), 25.4},
+          {VTEXT("-.5"), -0.5},
+          {VTEXT("+12."), 12.0},
+          {VTEXT(" \t7 "), 7.0},
+          {VTEXT("123456789012345678901234567890"), 123456789012345678901234567890.0},
+          {VTEXT("-0Xff"), -255.0},
+          {VTEXT("0x0000FFFFFFFFFFFFFFFF"), 18446744073709551615.0}}) {
         Number oNumber(99.0);
-        EXPECT_TRUE(oNumber.SetStringValue(rRow.pszText)) << Narrow(rRow.pszText);
-        EXPECT_EQ(oNumber.GetDoubleValue(), rRow.dblExpected) << Narrow(rRow.pszText);
+        EXPECT_TRUE(oNumber.SetStringValue(pszText)) << Narrow(pszText);
+        EXPECT_EQ(oNumber.GetDoubleValue(), dblExpected) << Narrow(pszText);
     }
     Number oTiny;
     EXPECT_TRUE(oTiny.SetStringValue(CXString(VTEXT("0.")) + CXString(VTEXT('0'), 400) + CXString(VTEXT("1"))));
@@ -124,9 +98,8 @@ TEST(Number, ReadsDecimalAndHexadecimalText) {
 TEST(Number, BadTextIsZeroAndNamed) {
     const CXString csHuge(VTEXT('9'), 400);
     for (const CXString& kcsText :
-         {CXString(), CXString(VTEXT(" ")), CXString(VTEXT(".")), CXString(VTEXT("-")), CXString(VTEXT("--1")),
-          CXString(VTEXT("1.2.3")), CXString(VTEXT("1,5")), CXString(VTEXT("1e3")), CXString(VTEXT("1 2")),
-          CXString(VTEXT("0x")), CXString(VTEXT("0xG")), CXString(VTEXT("x1")), CXString(VTEXT("inf")),
+         {CXString(), CXString(VTEXT(".")), CXString(VTEXT("--1")), CXString(VTEXT("1.2.3")), CXString(VTEXT("1e3")),
+          CXString(VTEXT("1 2")), CXString(VTEXT("0x")), CXString(VTEXT("0xG")), CXString(VTEXT("inf")),
           CXString(VTEXT("\xFF11")), CXString(VTEXT("0x10000000000000000")), csHuge}) {
         RecordingSink oSink;
         Number oNumber(99.0);
@@ -145,35 +118,21 @@ TEST(Number, BadTextIsZeroAndNamed) {
 }
 
 TEST(Number, WritesDecimalAndHexadecimalText) {
-    const struct {
-        double dblValue;
-        int iDecimals;
-        bool fTrimZeros;
-        bool fHexadecimal;
-        const char* pszExpected;
-    } aoRows[] = {
-        {0, 0, false, false, "0"},
-        {25.4, 0, false, false, "25"},
-        {25.4, 3, false, false, "25.400"},
-        {25.4, 3, true, false, "25.4"},
-        {25, 3, true, false, "25"},
-        {100, 0, true, false, "100"},
-        {-0.05, 1, false, false, "-0.1"},
-        {-0.04, 1, false, false, "0.0"},
-        {0.001, 2, true, false, "0"},
-        {1.5, -3, false, false, "2"},
-        {0.1, 99, true, false, "0.1"},
-        {1e20, 2, false, false, "100000000000000000000.00"},
-        {254.6, 0, false, true, "0xFF"},
-        {-31, 5, false, true, "-0x1F"},
-        {1e30, 0, false, true, "1000000000000000019884624838656"},
-        {-std::numeric_limits<double>::infinity(), 2, false, false, "-inf"},
-        {-std::numeric_limits<double>::quiet_NaN(), 2, false, false, "nan"},
-    };
-    for (const auto& rRow : aoRows) {
-        const CXString csText =
-            Number(rRow.dblValue).GetStringValue(rRow.iDecimals, 0.499999, rRow.fTrimZeros, rRow.fHexadecimal);
-        EXPECT_EQ(Narrow(csText.View()), rRow.pszExpected);
+    using Limits = std::numeric_limits<double>;
+    for (const auto& [dblValue, iDecimals, fTrimZeros, pszExpected] : {std::tuple{0.0, 0, false, "0"},
+                                                                       {25.4, 3, true, "25.4"},
+                                                                       {100.0, 0, true, "100"},
+                                                                       {-0.05, 1, false, "-0.1"},
+                                                                       {-0.04, 1, false, "0.0"},
+                                                                       {0.001, 2, true, "0"},
+                                                                       {1e20, 2, false, "100000000000000000000.00"},
+                                                                       {-Limits::infinity(), 2, false, "-inf"},
+                                                                       {-Limits::quiet_NaN(), 2, false, "nan"}}) {
+        EXPECT_EQ(Narrow(Number(dblValue).GetStringValue(iDecimals, 0.499999, fTrimZeros).View()), pszExpected);
+    }
+    for (const auto& [dblValue, pszExpected] :
+         {std::pair{254.6, "0xFF"}, {-31.0, "-0x1F"}, {1e30, "1000000000000000019884624838656"}}) {
+        EXPECT_EQ(Narrow(Number(dblValue).GetStringValue(5, 0.499999, false, true).View()), pszExpected);
     }
     std::mt19937_64 random(3);
     for (int i = 0; i < 20000; ++i) {
@@ -183,6 +142,95 @@ TEST(Number, WritesDecimalAndHexadecimalText) {
         EXPECT_TRUE(oBack.SetStringValue(Number(dblValue).GetStringValue(3)));
         EXPECT_EQ(oBack.GetDoubleValue(), dblValue);
     }
+}
+
+TEST(Dimension, UnitsHaveTheirLengthsAndNames) {
+    DWORD dwUnits = 0;
+    for (const auto& [dblInOneInch, pszName] : {std::pair{1.0, "[Inches]"},
+                                                {10.0, "[10ths of Inches]"},
+                                                {100.0, "[100ths of Inches]"},
+                                                {1000.0, "[1,000ths of Inches]"},
+                                                {10000.0, "[10,000ths of Inches]"},
+                                                {25.4, "[MMs]"},
+                                                {254.0, "[10ths of MMs]"},
+                                                {2540.0, "[100ths of MMs]"},
+                                                {25400.0, "[1,000ths of MMs]"},
+                                                {72.0, "[Pts]"},
+                                                {720.0, "[10ths of Pts]"},
+                                                {7200.0, "[100ths of Pts]"},
+                                                {96.0, "[DIUs]"},
+                                                {960.0, "[10ths of DIUs]"}}) {
+        const Dimension oInch(dblInOneInch, static_cast<Unit>(dwUnits++));
+        EXPECT_NEAR(oInch.GetDoubleValue(MM1000), 25400.0, 1e-9) << pszName;
+        EXPECT_EQ(oInch, Dimension(1.0, IN)) << pszName;
+        EXPECT_EQ(Narrow(oInch.GetUnitsDebugDisplayString().View()), pszName);
+    }
+    EXPECT_EQ(
+        Narrow(Dimension::GetDebugDisplayString(static_cast<Unit>(14)).View()),
+        "Unrecognized UnitsEnum of 14 (0xe). You may need to update GetDebugDisplayString() with a recently added "
+        "units enum type.");
+}
+
+TEST(Dimension, ComparesToTheNearestThousandth) {
+    for (const auto& [oLeft, oRight, iSign] :
+         {std::tuple{Dimension(1.0, IN), Dimension(25.4, MM), 0},
+          {Dimension(1.0, PT), Dimension(353.0, MM1000), 0},
+          {Dimension(0.4995, MM1000), Dimension(), 0},
+          {Dimension(0.5, MM1000), Dimension(1.0, MM1000), 0},
+          {Dimension(-0.5, MM1000), Dimension(-1.0, MM1000), 0},
+          {Dimension(-1.0, MM1000), Dimension(1.0, MM1000), -1},
+          {Dimension(3e9, MM1000), Dimension(0.0, MM), -1},  // 32 bits cannot hold it: the lowest value
+          {Dimension(std::nan(""), MM), Dimension(-1e300, IN), -1}}) {
+        for (const bool fSwapped : {false, true}) {
+            const Dimension& rA = fSwapped ? oRight : oLeft;
+            const Dimension& rB = fSwapped ? oLeft : oRight;
+            const int iOrder = fSwapped ? -iSign : iSign;
+            SCOPED_TRACE(Narrow((rA.GetDumpDisplayString(true) + VTEXT(" / ") + rB.GetDumpDisplayString(true)).View()));
+            EXPECT_EQ(rA == rB, iOrder == 0);
+            EXPECT_EQ(rA != rB, iOrder != 0);
+            EXPECT_EQ(rA < rB, iOrder < 0);
+            EXPECT_EQ(rA > rB, iOrder > 0);
+            EXPECT_EQ(rA <= rB, iOrder <= 0);
+            EXPECT_EQ(rA >= rB, iOrder >= 0);
+        }
+    }
+    EXPECT_FALSE(Dimension::IsEquivalent(Dimension(1.0, MM), Dimension(1.01, MM), MM, 2, 0.499999));
+    EXPECT_TRUE(Dimension::IsEquivalent(Dimension(1.0, MM), Dimension(1.01, MM), MM, 1, 0.499999));
+}
+
+TEST(Dimension, SetUnitsConvertsAndSetValueDoesNot) {
+    Dimension oLength(2540.0, MM100);
+    oLength.SetUnits(MM);
+    EXPECT_DOUBLE_EQ(oLength.GetValue().GetDoubleValue(), 25.4);
+    EXPECT_EQ(oLength.GetUnits(), MM);
+    oLength.SetValue(Number(3.0), IN);
+    EXPECT_EQ(oLength, Dimension(3.0, IN));
+    oLength.SetDoubleValue(-2.0);
+    oLength.ReverseSign();
+    EXPECT_EQ(oLength, Dimension(2.0, IN));
+    EXPECT_TRUE(oLength.SetStringValue(VTEXT("1.5")));
+    EXPECT_EQ(oLength, Dimension(1.5, IN));
+    EXPECT_TRUE(oLength.SetStringValue(VTEXT("0x10"), MM));
+    EXPECT_EQ(oLength, Dimension(VTEXT("16"), MM));
+    EXPECT_EQ(Narrow(Dimension(1.0, IN).GetStringValue(MM, 3, 0.499999, true, false).View()), "25.4");
+    EXPECT_DOUBLE_EQ(Dimension(1.0, PT).GetValue(MM, 2, 0.499999).GetDoubleValue(), 0.3500001);
+}
+
+TEST(Dimension, UnknownUnitsAreReportedAndGiveZero) {
+    RecordingSink oSink;
+    const Unit eUnknown = static_cast<Unit>(14);
+    EXPECT_EQ(Dimension(5.0, eUnknown).GetDoubleValue(MM), 0.0);
+    EXPECT_EQ(
+        oSink.Count("A UnitsEnum value was added to Dimension.h, but an associated case statement was not added in "
+                    "Dimension::GetDimensionInThousandthsOfMM()!"),
+        1u);
+    Dimension oLength(5.0, MM);
+    oLength.SetUnits(eUnknown);
+    EXPECT_EQ(oLength, Dimension(5.0, MM));
+    EXPECT_EQ(oSink.Count("not added in Dimension::GetDoubleValue()!"), 1u);
+    oSink.Clear();
+    Dimension(12.5, MM).Dump();
+    EXPECT_THAT(oSink.Texts(), ElementsAre("Dimension: 12.5 [MMs]"));
 }
 
 }  // namespace

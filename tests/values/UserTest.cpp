@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "support/FakePlatform.h"
 #include "support/FaultPlatform.h"
 #include "support/RecordingSink.h"
@@ -102,59 +104,40 @@ TEST(UserTest, StepsBackAndReturnsOrEnds) {
 TEST(DriverLoadedContextTest, IsToldByTheProgramsName) {
     FakePlatform oFake;
     const PlatformScope oScope(oFake.Get());
-    const struct {
-        const XCHAR* pszPath;
-        DriverLoadedContext::Context eContext;
-        bool fSpoolerSide;
-    } aRows[] = {
-        {VTEXT("C:\\Windows\\System32\\SPOOLSV.exe"), DriverLoadedContext::DLC_SPOOLER, true},
-        {VTEXT("C:\\Windows\\System32\\PrintIsolationHost.exe"), DriverLoadedContext::DLC_SPOOLER_COMPONENT, true},
-        {VTEXT("printfilterpipelinesvc.exe"), DriverLoadedContext::DLC_SPOOLER_COMPONENT, true},
-        {VTEXT("C:\\Windows\\System32\\wbem\\WmiPrvSE.exe"), DriverLoadedContext::DLC_WMI_PROVIDER, false},
-        {VTEXT("/opt/msiexec.exe"), DriverLoadedContext::DLC_INSTALLER, false},
-        {VTEXT("C:\\spoolsv.exe\\x.exe"), DriverLoadedContext::DLC_APPLICATION, false},
-        {VTEXT("xspoolsv.exe"), DriverLoadedContext::DLC_APPLICATION, false},
-        {VTEXT(""), DriverLoadedContext::DLC_UNKNOWN, false},
-    };
-    for (const auto& rRow : aRows) {
-        oFake.process.SetModulePath(nullptr, rRow.pszPath);
-        EXPECT_EQ(CriticalResource::GetDriverLoadedContext(), rRow.eContext) << Narrow(rRow.pszPath);
-        EXPECT_EQ(DriverLoadedContext::IsSpoolerSide(), rRow.fSpoolerSide);
+    for (const auto& [pszPath, eContext, fSpoolerSide] :
+         {std::tuple{VTEXT("C:\\Windows\\System32\\SPOOLSV.exe"), DriverLoadedContext::DLC_SPOOLER, true},
+          {VTEXT("C:\\Windows\\System32\\PrintIsolationHost.exe"), DriverLoadedContext::DLC_SPOOLER_COMPONENT, true},
+          {VTEXT("C:\\Windows\\System32\\wbem\\WmiPrvSE.exe"), DriverLoadedContext::DLC_WMI_PROVIDER, false},
+          {VTEXT("/opt/msiexec.exe"), DriverLoadedContext::DLC_INSTALLER, false},
+          {VTEXT("C:\\spoolsv.exe\\x.exe"), DriverLoadedContext::DLC_APPLICATION, false},
+          {VTEXT(""), DriverLoadedContext::DLC_UNKNOWN, false}}) {
+        oFake.process.SetModulePath(nullptr, pszPath);
+        EXPECT_EQ(CriticalResource::GetDriverLoadedContext(), eContext) << Narrow(pszPath);
+        EXPECT_EQ(DriverLoadedContext::IsSpoolerSide(), fSpoolerSide);
     }
 }
 
 TEST(GrowUntilItFitsTest, AsksAgainUntilTheValueFits) {
-    const struct {
-        const char* pszWhat;
-        std::vector<DWORD> vcbNeeded;  ///< at each call; the last one stays
-        Status eTooSmall;
-        std::size_t cbFirst;
-        Status eAnswer;
-        std::size_t cbAnswer;
-        std::size_t cCalls;
-    } aRows[] = {
-        {"fits at once", {10}, Status::MoreData, 16, Status::Success, 10, 1},
-        {"nothing there", {0}, Status::MoreData, 0, Status::Success, 0, 1},
-        {"size query answers success", {10}, Status::Success, 0, Status::Success, 10, 2},
-        {"grows meanwhile", {10, 20, 30}, Status::MoreData, 0, Status::Success, 30, 4},
-        {"grows for ever", {10, 20, 30, 40, 50, 60}, Status::MoreData, 0, Status::MoreData, 0, 5},
-        {"beyond the limit", {1001}, Status::MoreData, 0, Status::InsufficientBuffer, 0, 1},
-        {"at the limit", {1000}, Status::InsufficientBuffer, 0, Status::Success, 1000, 2},
-    };
-    for (const auto& rRow : aRows) {
+    using Needs = std::vector<DWORD>;  // at each call; the last one stays
+    for (const auto& [pszWhat, vcbNeeded, eTooSmall, eAnswer, cbAnswer, cExpectedCalls] :
+         {std::tuple{"size query answers success", Needs{10}, Status::Success, Status::Success, 10u, 2u},
+          {"grows meanwhile", Needs{10, 20, 30}, Status::MoreData, Status::Success, 30u, 4u},
+          {"grows for ever", Needs{10, 20, 30, 40, 50, 60}, Status::MoreData, Status::MoreData, 0u, 5u},
+          {"beyond the limit", Needs{1001}, Status::MoreData, Status::InsufficientBuffer, 0u, 1u},
+          {"at the limit", Needs{1000}, Status::InsufficientBuffer, Status::Success, 1000u, 2u}}) {
         ByteBuffer bbTarget;
-        bbTarget.resize(rRow.cbFirst);
         std::size_t cCalls = 0;
-        const auto Call = [&](BYTE* pbyTarget, DWORD cbTarget, DWORD& rcbNeeded) {
-            rcbNeeded = rRow.vcbNeeded[std::min(cCalls, rRow.vcbNeeded.size() - 1)];
+        const auto Call = [&, &rvcbNeeded = vcbNeeded, eShort = eTooSmall](BYTE* pbyTarget, DWORD cbTarget,
+                                                                           DWORD& rcbNeeded) {
+            rcbNeeded = rvcbNeeded[std::min(cCalls, rvcbNeeded.size() - 1)];
             ++cCalls;
-            if (rcbNeeded > cbTarget) return rRow.eTooSmall;
+            if (rcbNeeded > cbTarget) return eShort;
             std::fill_n(pbyTarget, rcbNeeded, BYTE{1});
             return Status::Success;
         };
-        EXPECT_EQ(GrowUntilItFits(Call, 1000, bbTarget), rRow.eAnswer) << rRow.pszWhat;
-        EXPECT_EQ(bbTarget.size(), rRow.cbAnswer) << rRow.pszWhat;
-        EXPECT_EQ(cCalls, rRow.cCalls) << rRow.pszWhat;
+        EXPECT_EQ(GrowUntilItFits(Call, 1000, bbTarget), eAnswer) << pszWhat;
+        EXPECT_EQ(bbTarget.size(), cbAnswer) << pszWhat;
+        EXPECT_EQ(cCalls, cExpectedCalls) << pszWhat;
     }
     // A call that does not say how much there is gets more room each time; any other status ends the matter.
     ByteBuffer bbTarget;
