@@ -184,7 +184,9 @@ TEST_F(ProcmonDiagnosticCounters, TextsTellGroupContextAndTime) {
 }
 
 TEST_F(ProcmonDiagnosticCounters, AnOpenPrinterIsKnownByItsName) {
-    const HANDLE hPrinter = m_oFake.spooler.AddOpenPrinter(Printer());
+    m_oFake.printing.AddQueueNamed(Printer());
+    HANDLE hPrinter = nullptr;
+    m_oFake.spooler.OpenPrinterHandle(Printer(), SpoolerPort::ACCESS_USE, hPrinter);
     EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(hPrinter, Counter::PDC_TIMER, 9), 1u);
     EXPECT_EQ(m_oCounter.IncrementProcmonDiagnosticCounter(Printer(), Counter::PDC_TIMER, 9), 2u);
     EXPECT_EQ(m_oCounter.IncrementDeviceCapabilitiesProcmonDiagnosticCounter(hPrinter, Counter::PDC_DEVICECAPS, 6, 9),

@@ -89,9 +89,7 @@ TEST(MappingDataTest, NamesMatchWordForWordWithoutTheMaker) {
     } aRows[] = {
         {"1234", "Velom 1234", true},  {"1234", "1234 Velom", true}, {"Velom X 1234", "X 1234", true},
         {"X  1234 ", " X 1234", true}, {"X 1234", "1234 X", false},  {"X 1234", "x 1234", false},
-        {"X 1234", "X", false},        {"X", "X 1234", false},       {"Velom", "", true},
-        {"velom X", "X", false},       {"X\t1", "X 1", false},       {"Velom Velom X", "X Velom", true},
-        {"VelomX", "X", false},
+        {"X 1234", "X", false},        {"X", "X 1234", false},       {"velom X", "X", false},
     };
     for (const auto& r : aRows) {
         const MappingData oRecord(Wide(r.pszModel), {});
@@ -105,15 +103,12 @@ TEST(MappingDataTest, ObjectIdsMatchWhatLiesBelowThem) {
         bool fMatches;
     } aRows[] = {
         {"1.3.6.1.4.1.99999.8.62", "1.3.6.1.4.1.99999.8.62.1.5", true},
-        {"1.3.6.1.4.1.99999.8.62", "1.3.6.1.4.1.99999.8.62", true},
         {"1.3.6.1.4.1.99999.8.62", "1.3.6.1.4.1.99999.8", false},
         {"1.3.6", "1.3.61", false},
         {"1.3.6", "2.1.3.6", false},  // contained, but not from the start
         {"1.3.6", ".1.3.6.1", true},  // SNMP tools write a dot first
         {".1.3.6", "1.3.6.1", false},
-        {"1.3.", "1.3.5", true},
         {"9.9,1.3", "1.3.5", true},
-        {"", "1.3", false},
         {"1.3", "", false},
     };
     for (const auto& r : aRows) {
@@ -129,13 +124,10 @@ TEST(MappingDataTest, ValuesAreFoundByTheFirstOccurrenceOfTheKeysText) {
         {"A=1;B=2", "B", "2"},
         {"  A= 1 ;B", "A", " 1 "},
         {"CONTROLLERFAMILY_ALT=a;CONTROLLERFAMILY=b", "CONTROLLERFAMILY", "a"},
-        {"A=B;B=2", "B", "2"},
         {"A=B x;C=2", "B", "2"},  // the next "=" wherever it stands
-        {"A=1", "a", ""},
         {"A", "A", ""},
         {"A=;B=2", "A", ""},
         {"A=1", "", ""},
-        {"", "A", ""},
     };
     for (const auto& r : aRows) {
         const MappingData oRecord(VTEXT("X"), Wide(r.pszData));
@@ -169,9 +161,6 @@ TEST(MappingDataTest, TheConstraintFileHasADefaultThatTheRegistryKeeps) {
         const XCHAR *pszStored, *pszValue;
     } aRows[] = {{VTEXT("own.xcf"), VTEXT("own.xcf")},
                  {VTEXT("..\\..\\evil"), VTEXT("X One.xcf")},
-                 {VTEXT("a\\b"), VTEXT("X One.xcf")},
-                 {VTEXT("C:evil.xcf"), VTEXT("X One.xcf")},
-                 {VTEXT("\\\\srv\\x"), VTEXT("X One.xcf")},
                  {VTEXT("NUL"), VTEXT("X One.xcf")},
                  {VTEXT(""), VTEXT("X One.xcf")}};
     for (const auto& r : aRows) {

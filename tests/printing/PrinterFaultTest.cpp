@@ -7,99 +7,60 @@
 namespace vlm::test {
 namespace {
 
-const FaultOutcome DONE = FaultOutcome::Succeeded, NOT_DONE = FaultOutcome::Failed;
-
-FaultOutcome Outcome(bool fDone) {
-    return fDone ? DONE : NOT_DONE;
-}
+constexpr const XCHAR* DATA = Printer::PRINTER_DRIVER_DATA;
 
 /// Opens the queue; the operation may throw what a printer throws.
 template <class Operation>
-FaultOutcome OnQueue(Operation operation) {
-    FaultOutcome eOutcome = NOT_DONE;
-    const FaultOutcome eAttempt = Attempt<ExceptionPrinterFailure, ExceptionOutOfMemory>([&] {
-        Printer oPrinter;
-        oPrinter.CreateAllAccessHandle(VTEXT("Queue"));
-        eOutcome = Outcome(operation(oPrinter));
-    });
-    return eAttempt == DONE ? eOutcome : NOT_DONE;
+auto OnQueue(Operation operation) {
+    return [operation] {
+        bool fDone = false;
+        const FaultOutcome eOutcome = Attempt<ExceptionPrinterFailure, ExceptionOutOfMemory>([&] {
+            Printer oPrinter;
+            oPrinter.CreateAllAccessHandle(VTEXT("Queue"));
+            fDone = operation(oPrinter);
+        });
+        return fDone ? eOutcome : FaultOutcome::Failed;
+    };
 }
 
 TEST(PrinterFaultTest, NothingIsLeftOpenWhateverFails) {
     const FaultRow aoRows[] = {
-        {"open", [] { return OnQueue([](Printer& rPrinter) { return !rPrinter.GetPrinterName().IsEmpty(); }); }},
-        {"identity",
-         [] {
-             return OnQueue([](Printer& rPrinter) {
-                 return rPrinter.GetPrinterProductUniqueIdFromIniFile() == VTEXT("UID") &&
-                        rPrinter.GetPrinterModelIdFromIniFile() == VTEXT("17");
-             });
-         }},
-        {"information",
-         [] {
-             return OnQueue([](Printer& rPrinter) {
-                 return rPrinter.GetPrinterInfo(2) && rPrinter.GetPrinterInfo2AndConvertToPrinterInfo5();
-             });
-         }},
-        {"settings",
-         [] {
-             return OnQueue([](Printer& rPrinter) {
-                 rPrinter.SetDeviceSettings(ByteBuffer::createFromLongValue(7));
-                 ByteBuffer bbRead;
-                 return rPrinter.GetDeviceSettings(bbRead) && bbRead.size() == 4;
-             });
-         }},
-        {"cache",
-         [] {
-             return OnQueue([](Printer& rPrinter) {
-                 ByteBuffer bbRead;
-                 return rPrinter.SetCachedDeviceSettingsInRegistry(true, ByteBuffer::createFromLongValue(7)) &&
-                        (rPrinter.GetCachedDeviceSettingsFromRegistry(bbRead), true);
-             });
-         }},
-        {"clear the cache",
-         [] {
-             return OnQueue([](Printer& rPrinter) {
-                 return rPrinter.SetCachedDeviceSettingsInRegistry(true, ByteBuffer::createFromLongValue(7)) &&
-                        rPrinter.ClearDeviceSettingsCacheIfExists(true);
-             });
-         }},
-        {"mirror",
-         [] {
-             return OnQueue([](Printer& rPrinter) {
-                 BYTE abyData[8];
-                 DWORD cbNeeded = 0;
-                 return Printer::SetFlagToEnablePrinterDriverDataMirroring(rPrinter.GetPrinterHandle(), true) &&
-                        Printer::GetPrinterDataExMandatoryWrapper(rPrinter.GetPrinterHandle(),
-                                                                  VTEXT("PrinterDriverData"), VTEXT("Mirrored"),
-                                                                  nullptr, abyData, 8, &cbNeeded) == 0;
-             });
-         }},
-        {"a value with a CRC",
-         [] {
-             return OnQueue([](Printer& rPrinter) {
-                 BYTE abyData[] = {1, 2, 3};
-                 const HANDLE hPrinter = rPrinter.GetPrinterHandle();
-                 return rPrinter.SetCrc32PrinterData(hPrinter, VTEXT("F"), 3, abyData, 3) &&
-                        rPrinter.GetCrc32PrinterData(hPrinter, VTEXT("F")) != nullptr;
-             });
-         }},
-        {"address",
-         [] {
-             return OnQueue([](Printer& rPrinter) {
-                 CXString csAddress;
-                 return rPrinter.GetPrinterIPOrHostFromPort(VTEXT("PMC Portmon"), VTEXT("X1"), csAddress);
-             });
-         }},
-        {"lists",
-         [] {
+        {"identity", OnQueue([](Printer& r) {
+             return r.GetPrinterName() == VTEXT("Queue") && r.GetPrinterProductUniqueIdFromIniFile() == VTEXT("UID") &&
+                    r.GetPrinterModelIdFromIniFile() == VTEXT("17");
+         })},
+        {"information", OnQueue([](Printer& r) { return r.GetPrinterInfo2AndConvertToPrinterInfo5() != nullptr; })},
+        {"settings", OnQueue([](Printer& r) {
+             r.SetDeviceSettings(ByteBuffer::createFromLongValue(7));
+             ByteBuffer bbRead;
+             return r.GetDeviceSettings(bbRead) && bbRead.size() == 4;
+         })},
+        {"cache", OnQueue([](Printer& r) {
+             ByteBuffer bbRead;
+             return r.SetCachedDeviceSettingsInRegistry(true, ByteBuffer::createFromLongValue(7)) &&
+                    (r.GetCachedDeviceSettingsFromRegistry(bbRead), true) && r.ClearDeviceSettingsCacheIfExists(true);
+         })},
+        {"mirror", OnQueue([](Printer& r) {
+             BYTE abyData[8];
+             DWORD cbNeeded = 0;
+             return Printer::SetFlagToEnablePrinterDriverDataMirroring(r.GetPrinterHandle(), true) &&
+                    Printer::GetPrinterDataExMandatoryWrapper(r.GetPrinterHandle(), DATA, VTEXT("Mirrored"), nullptr,
+                                                              abyData, 8, &cbNeeded) == 0;
+         })},
+        {"a value with a CRC", OnQueue([](Printer& r) {
+             BYTE abyData[] = {1, 2, 3};
+             return r.SetCrc32PrinterData(r.GetPrinterHandle(), VTEXT("F"), 3, abyData, 3) &&
+                    r.GetCrc32PrinterData(r.GetPrinterHandle(), VTEXT("F")) != nullptr;
+         })},
+        {"address", OnQueue([](Printer& r) {
+             CXString csAddress;
+             return r.GetPrinterIPOrHostFromPort(VTEXT("PMC Portmon"), VTEXT("X1"), csAddress);
+         })},
+        {"lists", OnQueue([](Printer& r) {
              std::vector<CXString> vcsNames, vcsData;
-             return OnQueue([&](Printer& rPrinter) {
-                 return Printer::EnumeratePrinterNames(vcsNames) &&
-                        Printer::EnumPrinterDataNames(rPrinter.GetPrinterHandle(), VTEXT("PrinterDriverData"),
-                                                      vcsData) == 0;
-             });
-         }},
+             return Printer::EnumeratePrinterNames(vcsNames) &&
+                    Printer::EnumPrinterDataNames(r.GetPrinterHandle(), DATA, vcsData) == 0;
+         })},
     };
     FaultLoop oLoop;
     oLoop.fnPrepare = [](FakePlatform& rFake) {

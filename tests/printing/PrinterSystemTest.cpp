@@ -8,9 +8,7 @@
 #include "platform/Platform.h"
 #include "platform/ProcessPort.h"
 #include "support/RecordingSink.h"
-#include "utilities/debuggingandexceptions/VelomExceptions.h"
 #include "utilities/registry/RegistryKey.h"
-#include "utilities/utilitiesdll/Hash32.h"
 
 namespace vlm::test {
 namespace {
@@ -61,22 +59,18 @@ protected:
 };
 
 TEST_F(PrinterSystemTest, AQueueIsOpenedAskedAndGivenData) {
-    EXPECT_THROW(Printer(m_csName + VTEXT(" none"), Printer::THROW), ExceptionPrinterFailure);
     Printer oPrinter;
     oPrinter.CreateGreatestAccessHandleAllowed(m_csName);
     const HANDLE hPrinter = oPrinter.GetPrinterHandle();
     EXPECT_EQ(Printer::GetPrinterName(hPrinter), m_csName);
     EXPECT_EQ(oPrinter.GetPrintDriverName(), m_csName);
     EXPECT_EQ(oPrinter.GetPrinterPort(), VTEXT("LPT1:"));
-    EXPECT_TRUE(oPrinter.IsUsingWinPrintPrintProcessor());
     EXPECT_TRUE(oPrinter.IsPrintProcessorInstalled(VTEXT("winprint")));
     EXPECT_FALSE(oPrinter.IsRemotePrinterConnection());
     for (const DWORD dwLevel : {1u, 2u, 4u, 5u, 8u, 9u})
         EXPECT_NE(oPrinter.GetPrinterInfo(dwLevel), nullptr) << dwLevel;
-    EXPECT_THROW(oPrinter.GetPrinterInfo(99), ExceptionPrinterFailure);
     EXPECT_EQ(oPrinter.GetPrinterProductUniqueIdFromIniFile(), VTEXT("UID"));
     EXPECT_EQ(oPrinter.GetPrinterModelIdFromIniFile(), VTEXT("17"));
-    EXPECT_THROW(oPrinter.GetPrinterModelVersion(), ExceptionPrinterFailure);
 
     BYTE abyData[300] = {1, 2, 3};
     ASSERT_TRUE(oPrinter.SetCrc32PrinterData(hPrinter, VTEXT("Feature"), 3, abyData, sizeof abyData));
@@ -92,7 +86,6 @@ TEST_F(PrinterSystemTest, AQueueIsOpenedAskedAndGivenData) {
     oPrinter.SetDeviceSettings(bbSettings);
     EXPECT_TRUE(oPrinter.GetDeviceSettings(bbRead));
     EXPECT_EQ(bbRead, bbSettings);
-    EXPECT_EQ(oPrinter.GetHashOfPrinterDriverDataVLMDeviceSettings(), Hash32::GetHash32(bbSettings));
     EXPECT_TRUE(oPrinter.ResetDeviceSettings());
     EXPECT_FALSE(oPrinter.GetDeviceSettings(bbRead));
 
@@ -124,15 +117,11 @@ TEST_F(PrinterSystemTest, ItsDriverIsToldAndItsStateStored) {
     EXPECT_EQ(oDriver.GetDriverName(m_csName), m_csName);
     for (const DWORD dwLevel : {1u, 2u, 3u, 4u, 5u, 6u, 8u})
         EXPECT_NE(oDriver.GetDriverInfo(m_csName, dwLevel), nullptr) << dwLevel;
-    EXPECT_THROW(oDriver.GetDriverInfo(m_csName, 7), ExceptionPrintDriverFailure);
-    EXPECT_THROW(oDriver.GetDriverName(m_csName + VTEXT(" none")), ExceptionPrintDriverFailure);
     const CXString csFolder = oDriver.GetDriverPathFromName(m_csName);
     EXPECT_EQ(csFolder, oDriver.GetPrinterDriverDirectoryRoot(CXString()) + VTEXT("\\3"));
     EXPECT_EQ(oDriver.GetDriverFiles(m_csName, PrintDriver::FileType::FT_COMPILED_DATA_FILE),
               csFolder + VTEXT("\\pmodel.bud"));
     EXPECT_EQ(oDriver.GetBaseDriverTypeFromDriverInfo2(m_csName), Base::BASE_UNIDRV | Base::BASE_UNIDRVUI);
-    EXPECT_EQ(oDriver.GetDeviceFeatureValueString(m_csName, VTEXT("xModelId")), VTEXT("17"));
-    EXPECT_EQ(oDriver.GetInstallationStateFromName(m_csName), PrintDriver::InstallationState::NotStarted);
     EXPECT_TRUE(PrintDriver::SetInstallationState(m_csName, PrintDriver::InstallationState::Phase2BDone));
     EXPECT_EQ(oDriver.GetInstallationStateFromName(m_csName), PrintDriver::InstallationState::Phase2BDone);
     ByteBuffer bbDrivers;

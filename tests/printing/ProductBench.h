@@ -27,6 +27,10 @@ inline constexpr const char* COMMANDS_FILE =
     "<FeatureSet><FeatureItem><Description>Sides</Description><PDLSet><PDL>PCL6</PDL><Qualifier>Long</Qualifier>"
     "<Instruction>&eDuplexVerticalBinding;&DuplexPageMode;&value1;</Instruction></PDLSet></FeatureItem></FeatureSet>";
 
+inline CXString Path(const CXString& kcsParent, const CXString& kcsName) {
+    return kcsParent + VTEXT("\\") + kcsName;
+}
+
 inline CabMembers ProductMembers() {
     return {{"velom.map", MODELS_MAP},
             {"kx100\\V5.0\\a.aut", "auto"},
@@ -41,7 +45,7 @@ inline void AddProduct(FakePlatform& rFake, const CabMembers& rMembers = Product
     rFake.printing.AddQueueNamed(VTEXT("Q"), VTEXT("Velom KX"));
     rFake.printing.AddData(VTEXT("Q"), VTEXT("xProdUID"), VTEXT("kx10"));
     rFake.printing.AddData(VTEXT("Q"), VTEXT("xModelId"), VTEXT("KX 1"));
-    rFake.files.AddFile((CXString(DRIVER_FOLDER) + VTEXT("\\q9kx10073.cab")).View(), StoredCab(rMembers));
+    rFake.files.AddFile(Path(DRIVER_FOLDER, "q9kx10073.cab").View(), StoredCab(rMembers));
 }
 
 /// The queue, opened with all rights.

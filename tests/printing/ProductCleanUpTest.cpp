@@ -12,202 +12,187 @@ namespace vlm::test {
 
 namespace {
 
-constexpr const XCHAR *USER = VTEXT("S-1-5-21-1-2-3-1000"), *OTHER = VTEXT("S-1-5-21-1-2-3-4242");
-constexpr const XCHAR* VERSION = VTEXT("Software\\Velom\\PrinterDriver\\V5.0");
+constexpr const char *USER = "S-1-5-21-1-2-3-1001", *OTHER = "S-1-5-21-1-2-3-4242";
+constexpr const char* VERSION = "Software\\Velom\\PrinterDriver\\V5.0";
+constexpr const char* STORAGE = "Software\\Velom\\PrinterDriver\\V5.0\\LowRightsStorage";
+constexpr const char* USERS_FOLDER = "C:\\Users\\u\\Roaming\\Velom\\PrinterDriver";
+using Names = std::initializer_list<const char*>;
 
-/// Puts keys and values in place: "PATH" or "PATH=VALUE NAME", below HKLM, or HKU with "HKU\" before it.
-void AddKey(const CXString& kcsPath, const CXString& kcsValue = CXString(), const CXString& kcsText = CXString()) {
-    const bool fUsers = kcsPath.Find(VTEXT("HKU\\")) == 0;
-    const auto apoKey = RegistryKey::CreateRegistryKey(
-        fUsers ? HKeyRegistry::Hkey_Users : HKeyRegistry::Hkey_Local_Machine, fUsers ? kcsPath.Mid(4) : kcsPath,
-        RegistryKey::READ_WRITE_ACCESS, RegistryKey::DIRECT);
-    if (!kcsValue.IsEmpty()) apoKey->SetStringValue(kcsValue, kcsText);
+CXString UsersPlace(const char* pszSid) {
+    return Path(Path("HKU", pszSid), VERSION);
 }
 
-bool HasKey(const CXString& kcsPath, const CXString& kcsValue = CXString()) {
+/// A key below HKLM, or below HKU with "HKU\" before it.
+std::unique_ptr<RegistryKey> Key(const CXString& kcsPath, bool fMake) {
     const bool fUsers = kcsPath.Find(VTEXT("HKU\\")) == 0;
-    const auto apoKey = RegistryKey::TryOpenRegistryKey(
-        fUsers ? HKeyRegistry::Hkey_Users : HKeyRegistry::Hkey_Local_Machine, fUsers ? kcsPath.Mid(4) : kcsPath,
-        RegistryKey::READ_ACCESS, RegistryKey::DIRECT);
-    return apoKey && (kcsValue.IsEmpty() || apoKey->DoesValueExist(kcsValue));
+    const _HKEYREGISTRY_ eHive = fUsers ? HKeyRegistry::Hkey_Users : HKeyRegistry::Hkey_Local_Machine;
+    const CXString csPath = fUsers ? kcsPath.Mid(4) : kcsPath;
+    return fMake ? RegistryKey::CreateRegistryKey(eHive, csPath, RegistryKey::READ_WRITE_ACCESS, RegistryKey::DIRECT)
+                 : RegistryKey::TryOpenRegistryKey(eHive, csPath, RegistryKey::READ_ACCESS, RegistryKey::DIRECT);
+}
+
+bool HasKey(const CXString& kcsPath) {
+    return Key(kcsPath, false) != nullptr;
+}
+
+/// Has a place all of these keys, or none?
+void ExpectKeys(const CXString& kcsPlace, Names names, bool fThere) {
+    for (const char* pszName : names)
+        EXPECT_EQ(HasKey(Path(kcsPlace, pszName)), fThere) << Narrow(kcsPlace.View()) << "\\" << pszName;
 }
 
 /// The places that hold keys of printers.
 std::vector<CXString> Places() {
-    const CXString csVersion(VERSION);
-    return {csVersion, VTEXT("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Terminal Server\\Install\\") + csVersion,
-            VTEXT("HKU\\.DEFAULT\\") + csVersion, CXString(VTEXT("HKU\\")) + USER + VTEXT("\\") + csVersion,
-            CXString(VTEXT("HKU\\")) + OTHER + VTEXT("\\") + csVersion};
+    return {VERSION, Path("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Terminal Server\\Install", VERSION),
+            UsersPlace(".DEFAULT"), UsersPlace(USER), UsersPlace(OTHER)};
 }
 
 void AddEverything(FakePlatform& rFake) {
     AddProduct(rFake);
     rFake.process.SetEnvironmentVariableTo(VTEXT("APPDATA"), VTEXT("C:\\Users\\u\\Roaming"));
     for (const CXString& rcsPlace : Places()) {
-        for (const XCHAR* pszName :
-             {VTEXT("Q"), VTEXT("Gone"), VTEXT("//CSR|Gone"), VTEXT("Gone.cache"), VTEXT(",,srv,theirs"),
-              VTEXT("Families\\Gone"), VTEXT("ColorProfiles"), VTEXT("Low\\Q"), VTEXT("Low\\Gone\\Deep")}) {
-            AddKey(rcsPlace + VTEXT("\\") + pszName);
-        }
-        for (const XCHAR* pszList : {VTEXT("\\PrinterPorts"), VTEXT("\\MergedDms")}) {
-            AddKey(rcsPlace + pszList, VTEXT("Q"), VTEXT("1"));
-            AddKey(rcsPlace + pszList, VTEXT("Gone"), VTEXT("1"));
+        for (const char* pszName : {"Q", "Gone", "//CSR|Gone", "Gone.cache", ",,srv,theirs", "Families\\Gone",
+                                    "ColorProfiles", "Low\\Q", "Low\\Gone\\Deep"})
+            Key(Path(rcsPlace, pszName), true);
+        for (const char* pszList : {"PrinterPorts", "MergedDms"}) {
+            for (const XCHAR* pszQueue : {VTEXT("Q"), VTEXT("Gone")})
+                Key(Path(rcsPlace, pszList), true)->SetStringValue(pszQueue, VTEXT("1"));
         }
     }
-    AddKey(VTEXT("Software\\Velom\\PrinterDriver\\V4.1\\PrivateConfiguration"));
-    AddKey(VTEXT("Software\\Velom\\PrinterDriver\\V4.1\\Other"));
-    AddKey(VTEXT("Software\\Velom\\PrinterDriver\\V5.1\\PrivateConfiguration"));
-    AddKey(CXString(VTEXT("HKU\\")) + OTHER + VTEXT("\\Printers\\Connections\\,,srv,theirs"));
-    const CXString csStorage = CXString(VERSION) + VTEXT("\\LowRightsStorage\\");
-    for (const XCHAR* pszName :
-         {VTEXT("\\Q.cache\\DeviceSettings"), VTEXT("\\Gone.cache\\DeviceSettings"), VTEXT("\\Gone")})
-        AddKey(csStorage + USER + pszName);
-    AddKey(csStorage + VTEXT("Shared\\Gone.cache"));
-    for (const XCHAR* pszFile : {VTEXT("Low\\Q.cache"), VTEXT("Low\\Gone.cache"), VTEXT("Low\\Gone.txt"),
-                                 VTEXT("ALDrvTemp\\Q.ald"), VTEXT("ALDrvTemp\\Gone.ald"), VTEXT("Gone.ald")}) {
-        rFake.files.AddFile((CXString(VTEXT("C:\\Users\\u\\Roaming\\Velom\\PrinterDriver\\")) + pszFile).View(), {});
-    }
-    for (const XCHAR* pszFile : {VTEXT("kx100\\a"), VTEXT("KX100X\\a"), VTEXT("old01\\V5.0\\a"),
-                                 VTEXT("Public\\DCPs\\old02\\a"), VTEXT("Public\\DCPs\\kx100\\a"), VTEXT("file1")}) {
-        rFake.files.AddFile((CXString(ROOT) + VTEXT("\\") + pszFile).View(), {});
-    }
-    rFake.files.AddLink((CXString(ROOT) + VTEXT("\\link1")).View(), true);
+    for (const char* pszKey : {"V4.1\\PrivateConfiguration", "V4.1\\Other", "V5.1\\PrivateConfiguration"})
+        Key(Path("Software\\Velom\\PrinterDriver", pszKey), true);
+    Key(Path(Path("HKU", OTHER), "Printers\\Connections\\,,srv,theirs"), true);
+    for (const char* pszName : {"Q.cache\\DeviceSettings", "Gone.cache\\DeviceSettings", "Gone"})
+        Key(Path(Path(STORAGE, USER), pszName), true);
+    Key(Path(STORAGE, "Shared\\Gone.cache"), true);
+    for (const char* pszFile :
+         {"Low\\Q.cache", "Low\\Gone.cache", "Low\\Gone.txt", "ALDrvTemp\\Q.ald", "ALDrvTemp\\Gone.ald", "Gone.ald"})
+        rFake.files.AddFile(Path(USERS_FOLDER, pszFile).View(), {});
+    for (const char* pszFile :
+         {"kx100\\a", "KX100X\\a", "old01\\V5.0\\a", "Public\\DCPs\\old02\\a", "Public\\DCPs\\kx100\\a", "file1"})
+        rFake.files.AddFile(Path(ROOT, pszFile).View(), {});
+    rFake.files.AddLink(Path(ROOT, "link1").View(), true);
 }
 
 class ProductCleanUpTest : public ProductBench {
 protected:
     ProductCleanUpTest() { AddEverything(oFake); }
     bool HasFile(const CXString& kcsPath) const { return oFake.files.Contents(kcsPath.View()).has_value(); }
+    void ExpectFiles(const CXString& kcsFolder, Names names, bool fThere) const {
+        for (const char* pszName : names)
+            EXPECT_EQ(HasFile(Path(kcsFolder, pszName)), fThere) << pszName;
+    }
 };
 
 TEST_F(ProductCleanUpTest, KeysOfPrintersThatAreGoneGoInEveryHive) {
     ProductData::DeleteOrphanedPerPrinterRegKeysExceptSharedLowIntegrityKey();
     for (const CXString& rcsPlace : Places()) {
-        for (const XCHAR* pszKept : {VTEXT("\\Q"), VTEXT("\\,,srv,theirs"), VTEXT("\\Families\\Gone"),
-                                     VTEXT("\\ColorProfiles"), VTEXT("\\Low\\Gone")})
-            EXPECT_TRUE(HasKey(rcsPlace + pszKept)) << Narrow((rcsPlace + pszKept).View());
-        for (const XCHAR* pszGone : {VTEXT("\\Gone"), VTEXT("\\//CSR|Gone"), VTEXT("\\Gone.cache")})
-            EXPECT_FALSE(HasKey(rcsPlace + pszGone)) << Narrow((rcsPlace + pszGone).View());
-        for (const XCHAR* pszList : {VTEXT("\\PrinterPorts"), VTEXT("\\MergedDms")}) {
-            EXPECT_TRUE(HasKey(rcsPlace + pszList, VTEXT("Q")));
-            EXPECT_FALSE(HasKey(rcsPlace + pszList, VTEXT("Gone")));
+        ExpectKeys(rcsPlace, {"Q", ",,srv,theirs", "Families\\Gone", "ColorProfiles", "Low\\Gone"}, true);
+        ExpectKeys(rcsPlace, {"Gone", "//CSR|Gone", "Gone.cache"}, false);
+        for (const char* pszList : {"PrinterPorts", "MergedDms"}) {
+            EXPECT_TRUE(Key(Path(rcsPlace, pszList), false)->DoesValueExist(VTEXT("Q")));
+            EXPECT_FALSE(Key(Path(rcsPlace, pszList), false)->DoesValueExist(VTEXT("Gone")));
         }
     }
     ProductData::DeleteOrphanedPerPrinterRegKeysInSharedLowIntegrityKey();
     for (const CXString& rcsPlace : Places()) {
-        EXPECT_TRUE(HasKey(rcsPlace + VTEXT("\\Low\\Q")));
-        EXPECT_FALSE(HasKey(rcsPlace + VTEXT("\\Low\\Gone")));
+        ExpectKeys(rcsPlace, {"Low\\Q"}, true);
+        ExpectKeys(rcsPlace, {"Low\\Gone"}, false);
     }
     ProductData::DeleteOldPrivateConfigurationData();
-    EXPECT_FALSE(HasKey(VTEXT("Software\\Velom\\PrinterDriver\\V4.1\\PrivateConfiguration")));
-    EXPECT_TRUE(HasKey(VTEXT("Software\\Velom\\PrinterDriver\\V4.1\\Other")));
-    EXPECT_TRUE(HasKey(VTEXT("Software\\Velom\\PrinterDriver\\V5.1\\PrivateConfiguration")));
+    ExpectKeys("Software\\Velom\\PrinterDriver", {"V4.1\\PrivateConfiguration"}, false);
+    ExpectKeys("Software\\Velom\\PrinterDriver", {"V4.1\\Other", "V5.1\\PrivateConfiguration"}, true);
 }
 
 TEST_F(ProductCleanUpTest, FoldersAndFilesGoByTheirNamesAlone) {
     RecordingSink oSink;
     ProductData::DeleteOrphanedProductDataFolders();
     EXPECT_EQ(oSink.Count("Deleting obsolete Product Data for: old01"), 1u);
-    const CXString csRoot = CXString(ROOT) + VTEXT("\\");
-    for (const XCHAR* pszKept :
-         {VTEXT("kx100\\a"), VTEXT("KX100X\\a"), VTEXT("Public\\DCPs\\kx100\\a"), VTEXT("file1")})
-        EXPECT_TRUE(HasFile(csRoot + pszKept)) << Narrow(pszKept);
-    for (const XCHAR* pszGone : {VTEXT("old01\\V5.0\\a"), VTEXT("Public\\DCPs\\old02\\a"), VTEXT("link1")})
-        EXPECT_FALSE(HasFile(csRoot + pszGone)) << Narrow(pszGone);
+    ExpectFiles(ROOT, {"kx100\\a", "KX100X\\a", "Public\\DCPs\\kx100\\a", "file1"}, true);
+    ExpectFiles(ROOT, {"old01\\V5.0\\a", "Public\\DCPs\\old02\\a", "link1"}, false);
     ProductData::DeleteOrphanedPerPrinterCacheFilesInSharedLowIntegrityKey();
     ProductData::DeleteOrphanedAdaptiveLearningDataFiles();
-    const CXString csUser(VTEXT("C:\\Users\\u\\Roaming\\Velom\\PrinterDriver\\"));
-    for (const XCHAR* pszKept :
-         {VTEXT("Low\\Q.cache"), VTEXT("Low\\Gone.txt"), VTEXT("ALDrvTemp\\Q.ald"), VTEXT("Gone.ald")})
-        EXPECT_TRUE(HasFile(csUser + pszKept)) << Narrow(pszKept);
-    for (const XCHAR* pszGone : {VTEXT("Low\\Gone.cache"), VTEXT("ALDrvTemp\\Gone.ald")})
-        EXPECT_FALSE(HasFile(csUser + pszGone)) << Narrow(pszGone);
+    ExpectFiles(USERS_FOLDER, {"Low\\Q.cache", "Low\\Gone.txt", "ALDrvTemp\\Q.ald", "Gone.ald"}, true);
+    ExpectFiles(USERS_FOLDER, {"Low\\Gone.cache", "ALDrvTemp\\Gone.ald"}, false);
     ProductData::DeleteOrphanedPerPrinterCacheFilesInSharedLowIntegrityKeyInUpgrade();
-    EXPECT_FALSE(HasFile(csUser + VTEXT("Low\\Q.cache")));
+    ExpectFiles(USERS_FOLDER, {"Low\\Q.cache"}, false);
 }
 
 TEST_F(ProductCleanUpTest, FamiliesThatAQueuesRecordsNameStay) {
     {
         const OpenQueue oQueue;
         ProductData oProduct(oQueue, CXString(), MT_MODEL_NAME, CXString());
-        oFake.files.AddFile((CXString(ROOT) + VTEXT("\\m.map")).View(), BytesOf("X:FAMPATH=OLD01\n"));
+        oFake.files.AddFile(Path(ROOT, "m.map").View(), BytesOf("X:FAMPATH=OLD01\n"));
         ASSERT_TRUE(oProduct.UpdateRegistryMappings(CXString(), ProductData::OUTERMOST));
     }
     ProductData::ClearCachedMapData();
     ProductData::DeleteOrphanedProductDataFolders();
-    EXPECT_TRUE(HasFile(CXString(ROOT) + VTEXT("\\old01\\V5.0\\a")));
-    EXPECT_FALSE(HasFile(CXString(ROOT) + VTEXT("\\Public\\DCPs\\old02\\a")));
+    ExpectFiles(ROOT, {"old01\\V5.0\\a"}, true);
+    ExpectFiles(ROOT, {"Public\\DCPs\\old02\\a"}, false);
 }
 
 TEST_F(ProductCleanUpTest, FoldersThatUsersNameAreTheirOwnAndOfTheRightName) {
-    const CXString csOwn = User::GetCurrentUserSID();
+    const char* const pszIn = "Velom_PrintDriver_V5.0_PtPcCache\\Gone.cache";
     const struct {
-        const XCHAR *pszSid, *pszPath, *pszFile;  // the file beside or below the path
+        const char *pszSid, *pszPath;
+        CXString csFile;
         bool fGone;
     } aRows[] = {
-        {csOwn, VTEXT("C:\\Temp"), VTEXT("C:\\Temp\\Velom_PrintDriver_V5.0_PtPcCache\\Gone.cache"), true},
-        {csOwn, VTEXT("C:\\Temp\\velom_PrintDriver_V5.0_PtPcCache"),
-         VTEXT("C:\\Temp\\Velom_PrintDriver_V5.0_PtPcCache\\Gone.cache"), true},
-        {csOwn, VTEXT("C:\\Temp"), VTEXT("C:\\Temp\\Velom_PrintDriver_V5.0_PtPcCache\\Q.cache"), false},
-        {csOwn, VTEXT("C:\\Temp"), VTEXT("C:\\Temp\\Gone.cache"), false},
-        {csOwn, VTEXT("Temp"), VTEXT("Temp\\Velom_PrintDriver_V5.0_PtPcCache\\Gone.cache"), false},
-        {csOwn, VTEXT("C:\\Temp\\..\\W"), VTEXT("C:\\W\\Velom_PrintDriver_V5.0_PtPcCache\\Gone.cache"), false},
-        {csOwn, VTEXT("\\\\srv\\t"), VTEXT("\\\\srv\\t\\Velom_PrintDriver_V5.0_PtPcCache\\Gone.cache"), false},
-        {OTHER, VTEXT("C:\\Temp"), VTEXT("C:\\Temp\\Velom_PrintDriver_V5.0_PtPcCache\\Gone.cache"), false},
+        {USER, "C:\\Temp", Path("C:\\Temp", pszIn), true},
+        {USER, "C:\\Temp\\velom_PrintDriver_V5.0_PtPcCache", Path("C:\\Temp", pszIn), true},
+        {USER, "C:\\Temp", "C:\\Temp\\Velom_PrintDriver_V5.0_PtPcCache\\Q.cache", false},
+        {USER, "Temp", Path("Temp", pszIn), false},
+        {USER, "C:\\Temp\\..\\W", Path("C:\\W", pszIn), false},
+        {USER, "\\\\srv\\t", Path("\\\\srv\\t", pszIn), false},
+        {OTHER, "C:\\Temp", Path("C:\\Temp", pszIn), false},
     };
+    ASSERT_EQ(User::GetCurrentUserSID(), CXString(USER));
     for (const auto& r : aRows) {
-        AddKey(CXString(VTEXT("HKU\\")) + r.pszSid + VTEXT("\\") + VERSION, VTEXT("TPath"), r.pszPath);
-        oFake.files.AddFile(r.pszFile, {});
+        Key(UsersPlace(r.pszSid), true)->SetStringValue(VTEXT("TPath"), r.pszPath);
+        oFake.files.AddFile(r.csFile.View(), {});
         ProductData::DeleteOrphanedPerPrinterPtPcCacheFilesFromTempFolder();
-        EXPECT_EQ(HasFile(r.pszFile), !r.fGone) << Narrow(r.pszPath);
-        AddKey(CXString(VTEXT("HKU\\")) + r.pszSid + VTEXT("\\") + VERSION, VTEXT("TPath"), VTEXT(""));
-        oFake.files.Delete(r.pszFile);
+        EXPECT_EQ(HasFile(r.csFile), !r.fGone) << r.pszPath;
+        Key(UsersPlace(r.pszSid), true)->SetStringValue(VTEXT("TPath"), CXString());
+        oFake.files.Delete(r.csFile);
     }
 }
 
 TEST_F(ProductCleanUpTest, OnePrintersThingsGoAlone) {
     ProductData::GarbageCollectSharedLowIntegrityKeyRegKeysAndFilesForOnePrinterUpgrade(VTEXT("q"));
-    EXPECT_TRUE(HasKey(CXString(VERSION) + VTEXT("\\Low\\Q")));
-    EXPECT_FALSE(HasFile(VTEXT("C:\\Users\\u\\Roaming\\Velom\\PrinterDriver\\Low\\Q.cache")));
+    ExpectKeys(VERSION, {"Low\\Q"}, true);
+    ExpectFiles(USERS_FOLDER, {"Low\\Q.cache"}, false);
     ProductData::GarbageCollectSharedLowIntegrityKeyRegKeysAndFilesForOnePrinter(VTEXT("Q"));
     ProductData::DeletePrinterPrivateConfigurationRegKeys(VTEXT("Q"));
     ProductData::GarbageCollectSharedLowRightsStorageRegForOnePrinter(VTEXT("Q"));
     for (const CXString& rcsPlace : Places()) {
-        EXPECT_FALSE(HasKey(rcsPlace + VTEXT("\\Low\\Q")) || HasKey(rcsPlace + VTEXT("\\Q")));
-        EXPECT_TRUE(HasKey(rcsPlace + VTEXT("\\Low\\Gone")) && HasKey(rcsPlace + VTEXT("\\Gone")));
+        ExpectKeys(rcsPlace, {"Low\\Q", "Q"}, false);
+        ExpectKeys(rcsPlace, {"Low\\Gone", "Gone"}, true);
     }
-    const CXString csUser = CXString(VERSION) + VTEXT("\\LowRightsStorage\\") + USER;
-    EXPECT_FALSE(HasKey(csUser + VTEXT("\\Q.cache")));
-    EXPECT_TRUE(HasKey(csUser + VTEXT("\\Gone.cache")));
+    const CXString csUser = Path(STORAGE, USER);
+    ExpectKeys(csUser, {"Q.cache"}, false);
+    ExpectKeys(csUser, {"Gone.cache"}, true);
     ProductData::GarbageCollectSharedLowRightsStorageRegAndDeletePortMonitor();  // a driver is left: orphans alone
-    EXPECT_FALSE(HasKey(csUser + VTEXT("\\Gone.cache")));
-    EXPECT_TRUE(HasKey(csUser + VTEXT("\\Gone")));
-    EXPECT_TRUE(HasKey(CXString(VERSION) + VTEXT("\\LowRightsStorage\\Shared\\Gone.cache")));
+    ExpectKeys(csUser, {"Gone.cache"}, false);
+    ExpectKeys(STORAGE, {"Shared\\Gone.cache"}, true);
+    ExpectKeys(csUser, {"Gone"}, true);
 }
 
 TEST_F(ProductCleanUpTest, NothingGoesWhenNobodyTellsWhatIsInstalled) {
-    for (const std::string strCall : {"EnumerateDriverInfo", "EnumerateQueueInfo"}) {
-        oFake.printing.SetCallScript([&](SpoolerCall& r) -> std::optional<Status> {
-            return r.pszName == strCall ? std::optional(static_cast<Status>(1722)) : std::nullopt;
-        });
+    for (const char* pszCall : {"EnumerateDriverInfo", "EnumerateQueueInfo"}) {
+        oFake.printing.ScriptCallsOf(pszCall, [](SpoolerCall&) { return static_cast<Status>(1722); });
         RecordingSink oSink;
         ProductData::GarbageCollectOrphanedPerPrinterRegKeysAndTempFiles();
         ProductData::GarbageCollectOrphanedPerPrinterRegKeysAndFilesForCitrix();
         ProductData::CleanUPLowRightsData();
+        ProductData::DeleteOrphanedProductDataFolders();
         EXPECT_GE(oSink.Count("Cannot delete orphaned reg entries because enumeration of print drivers failed!"), 5u);
         EXPECT_EQ(oSink.Count("Cannot delete orphaned temp folders because enumeration of print drivers failed!"), 1u);
+        EXPECT_EQ(oSink.Count("Cannot delete orphaned product data folders because"), 1u);
         for (const CXString& rcsPlace : Places())
-            EXPECT_TRUE(HasKey(rcsPlace + VTEXT("\\Gone")) && HasKey(rcsPlace + VTEXT("\\Low\\Gone")));
-        EXPECT_TRUE(HasFile(VTEXT("C:\\Users\\u\\Roaming\\Velom\\PrinterDriver\\Low\\Gone.cache")));
+            ExpectKeys(rcsPlace, {"Gone", "Low\\Gone"}, true);
+        ExpectFiles(USERS_FOLDER, {"Low\\Gone.cache"}, true);
+        ExpectFiles(ROOT, {"old01\\V5.0\\a"}, true);
     }
-    RecordingSink oSink;
-    oFake.printing.SetCallScript([](SpoolerCall& r) -> std::optional<Status> {
-        return std::string(r.pszName) == "EnumerateDriverInfo" ? std::optional(static_cast<Status>(1722))
-                                                               : std::nullopt;
-    });
-    ProductData::DeleteOrphanedProductDataFolders();
-    EXPECT_EQ(oSink.Count("Cannot delete orphaned product data folders because"), 1u);
-    EXPECT_TRUE(HasFile(CXString(ROOT) + VTEXT("\\old01\\V5.0\\a")));
 }
 
 TEST_F(ProductCleanUpTest, DataFilesOfOtherDriversNameNoFamily) {
@@ -239,39 +224,22 @@ TEST(ProductCleanUpFaultTest, EveryFaultLeavesWhatIsInstalled) {
     };
     oLoop.fAllocations = false;  // thousands, each with all these keys made before it
     oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {
-        EXPECT_TRUE(HasKey(CXString(VERSION) + VTEXT("\\Q")) && HasKey(CXString(VERSION) + VTEXT("\\Families\\Gone")));
-        EXPECT_TRUE(rFake.files.Contents((CXString(ROOT) + VTEXT("\\kx100\\a")).View()));
-        EXPECT_TRUE(rFake.files.Contents(VTEXT("C:\\Users\\u\\Roaming\\Velom\\PrinterDriver\\Low\\Q.cache")));
+        ExpectKeys(VERSION, {"Q", "Families\\Gone"}, true);
+        EXPECT_TRUE(rFake.files.Contents(Path(ROOT, "kx100\\a").View()));
+        EXPECT_TRUE(rFake.files.Contents(Path(USERS_FOLDER, "Low\\Q.cache").View()));
     };
     RunFaultRows(aRows, oLoop);
 }
 
-// The product is unpacked, and its records are the printer's; one file has gone since.
-void AddUnpacked(FakePlatform& rFake) {
-    static const std::vector<std::pair<XString, std::vector<BYTE>>> sovFiles = [] {
-        FakePlatform oFake;
-        const PlatformScope oScope(oFake.Get());
-        const EmptyCaches oCaches;
-        AddProduct(oFake);
-        const OpenQueue oQueue;
-        ProductData oProduct(oQueue, CXString(), MT_MODEL_NAME, CXString());
-        if (!oProduct.UnpackProductCabFile()) throw std::logic_error("the product is not unpacked");
-        std::vector<std::pair<XString, std::vector<BYTE>>> vFiles;
-        for (const XString& rName : oFake.files.FileNames()) {
-            if (rName.find(VTEXT("Velom")) != XString::npos) vFiles.emplace_back(rName, *oFake.files.Contents(rName));
-        }
-        for (const XCHAR* pszValue : {VTEXT("PDMap-0"), VTEXT("PDMap-1"), VTEXT("PDMap-2"), VTEXT("XProductData")})
-            vFiles.emplace_back(pszValue, *oFake.printing.DataOf(VTEXT("Q"), pszValue));
-        return vFiles;
-    }();
+// The records are the printer's already, the product is not unpacked whole.
+void AddRecords(FakePlatform& rFake) {
+    const EmptyCaches oCaches;
     AddProduct(rFake);
-    for (const auto& [name, bytes] : sovFiles) {
-        if (name.find(VTEXT('\\')) == XString::npos) {
-            rFake.printing.AddData(VTEXT("Q"), name, ByteBuffer(bytes.data(), bytes.size()).getAsStringValue().View());
-        } else if (name.find(VTEXT("a.aut")) == XString::npos) {
-            rFake.files.AddFile(name, bytes);
-        }
-    }
+    rFake.files.AddFile(Path(ROOT, "velom.map").View(), BytesOf(MODELS_MAP));
+    rFake.files.AddFile(Path(ROOT, "kx100\\V5.0\\c.pdl").View(), BytesOf(COMMANDS_FILE));
+    const OpenQueue oQueue;
+    EXPECT_TRUE(ProductData(oQueue, CXString(), MT_MODEL_NAME, CXString())
+                    .UpdateRegistryMappings(CXString(), ProductData::OUTERMOST));
 }
 
 TEST(ProductDataFaultTest, EveryFaultEndsInAnAnswerOrItsException) {
@@ -291,9 +259,9 @@ TEST(ProductDataFaultTest, EveryFaultEndsInAnAnswerOrItsException) {
     };
     FaultLoop oLoop;
     oLoop.vModes = {FaultMode::FailOnce};
-    oLoop.fnPrepare = AddUnpacked;
+    oLoop.fnPrepare = AddRecords;
     oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {
-        const auto contents = rFake.files.Contents((CXString(ROOT) + VTEXT("\\velom.map")).View());
+        const auto contents = rFake.files.Contents(Path(ROOT, "velom.map").View());
         EXPECT_TRUE(contents && *contents == BytesOf(MODELS_MAP));
     };
     const FaultRow aQuick[] = {{"initialise", With([](ProductData& r) { return r.IsValidated(); })}};

@@ -14,20 +14,26 @@ namespace vlm::test {
 
 namespace {
 
-XStringView ViewOf(const XCHAR* pszText) {
-    return pszText ? XStringView(pszText) : XStringView();
-}
-
 XCHAR* TextOf(XString& rText) {
     return rText.data();
 }
 
 }  // namespace
 
+FakePrintingPorts::FakePrintingPorts(FakeSpoolerPort& rSpooler)
+    : PrintingCalls(rSpooler.Embedded().queues, rSpooler.Embedded().data, rSpooler.Embedded().drivers),
+      m_rSpooler(rSpooler) {}
+
 void FakePrintingPorts::SetCallScript(CallScript fnScript) {
     const AllocationExempt oExempt;
     const std::lock_guard oLock(m_oMutex);
     m_fnScript = std::move(fnScript);
+}
+
+void FakePrintingPorts::ScriptCallsOf(const char* pszName, CallScript fnAnswer) {
+    SetCallScript([=](SpoolerCall& rCall) -> std::optional<Status> {
+        return std::string_view(rCall.pszName) == pszName ? fnAnswer(rCall) : std::nullopt;
+    });
 }
 
 std::vector<std::string> FakePrintingPorts::Calls() const {
@@ -141,8 +147,7 @@ std::size_t FakePrintingPorts::OpenHandles() const {
     return m_cOpenUi;
 }
 
-template <typename Call>
-Status FakePrintingPorts::Run(SpoolerCall oCall, Call call) noexcept {
+Status FakePrintingPorts::Pass(SpoolerCall oCall, const Made& rMade) noexcept {
     const AllocationExempt oExempt;
     CallScript fnScript;
     {
@@ -154,252 +159,42 @@ Status FakePrintingPorts::Run(SpoolerCall oCall, Call call) noexcept {
     if (fnScript) {
         if (const std::optional<Status> oAnswer = fnScript(oCall)) return *oAnswer;
     }
-    return call(m_rSpooler.Embedded());
-}
-
-Status FakePrintingPorts::GetQueueInfo(HANDLE hPrinter, DWORD dwLevel, void* pInfo, DWORD cbInfo,
-                                       DWORD& rcbNeeded) noexcept {
-    return Run({.pszName = "GetQueueInfo",
-                .hPrinter = hPrinter,
-                .dwLevel = dwLevel,
-                .pTarget = pInfo,
-                .cbTarget = cbInfo,
-                .pcbNeeded = &rcbNeeded},
-               [&](EmbeddedPorts& r) { return r.queues.GetQueueInfo(hPrinter, dwLevel, pInfo, cbInfo, rcbNeeded); });
-}
-
-Status FakePrintingPorts::SetQueueInfo(HANDLE hPrinter, DWORD dwLevel, const void* pInfo, DWORD dwCommand) noexcept {
-    return Run({.pszName = "SetQueueInfo", .hPrinter = hPrinter, .dwLevel = dwLevel, .pSource = pInfo},
-               [&](EmbeddedPorts& r) { return r.queues.SetQueueInfo(hPrinter, dwLevel, pInfo, dwCommand); });
-}
-
-Status FakePrintingPorts::EnumerateQueueInfo(DWORD dwFlags, const XCHAR* pszServer, DWORD dwLevel, void* pInfo,
-                                             DWORD cbInfo, DWORD& rcbNeeded, DWORD& rcReturned) noexcept {
-    return Run({.pszName = "EnumerateQueueInfo",
-                .dwLevel = dwLevel,
-                .svName = ViewOf(pszServer),
-                .pTarget = pInfo,
-                .cbTarget = cbInfo,
-                .pcbNeeded = &rcbNeeded,
-                .pcReturned = &rcReturned},
-               [&](EmbeddedPorts& r) {
-                   return r.queues.EnumerateQueueInfo(dwFlags, pszServer, dwLevel, pInfo, cbInfo, rcbNeeded,
-                                                      rcReturned);
-               });
+    return rMade();
 }
 
 Status FakePrintingPorts::AddQueue(const XCHAR* pszServer, const PrinterInfo2& rInfo, HANDLE& rhPrinter) noexcept {
-    return Run({.pszName = "AddQueue", .svName = ViewOf(rInfo.pPrinterName), .pSource = &rInfo}, [&](EmbeddedPorts& r) {
-        const Status eStatus = r.queues.AddQueue(pszServer, rInfo, rhPrinter);
-        if (eStatus == Status::Success) m_rSpooler.NoteOpened(rhPrinter);
-        return eStatus;
-    });
+    const Status eStatus = PrintingCalls::AddQueue(pszServer, rInfo, rhPrinter);
+    if (eStatus == Status::Success) m_rSpooler.NoteOpened(rhPrinter);
+    return eStatus;
 }
 
-Status FakePrintingPorts::DeleteQueue(HANDLE hPrinter) noexcept {
-    return Run({.pszName = "DeleteQueue", .hPrinter = hPrinter},
-               [&](EmbeddedPorts& r) { return r.queues.DeleteQueue(hPrinter); });
-}
-
-Status FakePrintingPorts::AddConnection(const XCHAR* pszName) noexcept {
-    return Run({.pszName = "AddConnection", .svName = ViewOf(pszName)},
-               [&](EmbeddedPorts& r) { return r.queues.AddConnection(pszName); });
-}
-
-Status FakePrintingPorts::DeleteConnection(const XCHAR* pszName) noexcept {
-    return Run({.pszName = "DeleteConnection", .svName = ViewOf(pszName)},
-               [&](EmbeddedPorts& r) { return r.queues.DeleteConnection(pszName); });
-}
-
-Status FakePrintingPorts::GetDefaultQueue(XCHAR* pszName, DWORD& rcName) noexcept {
-    return Run({.pszName = "GetDefaultQueue", .pTarget = pszName, .cbTarget = rcName, .pcbNeeded = &rcName},
-               [&](EmbeddedPorts& r) { return r.queues.GetDefaultQueue(pszName, rcName); });
-}
-
-Status FakePrintingPorts::SetDefaultQueue(const XCHAR* pszName) noexcept {
-    return Run({.pszName = "SetDefaultQueue", .svName = ViewOf(pszName)},
-               [&](EmbeddedPorts& r) { return r.queues.SetDefaultQueue(pszName); });
-}
-
-Status FakePrintingPorts::GetDeviceMode(HANDLE hPrinter, const XCHAR* pszDevice, DWORD dwMode, DEVMODEW* pOutput,
-                                        DWORD cbOutput, const DEVMODEW* pInput, LONG& rlAnswer) noexcept {
-    return Run({.pszName = "GetDeviceMode",
-                .hPrinter = hPrinter,
-                .dwLevel = dwMode,
-                .svName = ViewOf(pszDevice),
-                .pTarget = pOutput,
-                .cbTarget = cbOutput,
-                .plAnswer = &rlAnswer,
-                .pSource = pInput},
-               [&](EmbeddedPorts& r) {
-                   return r.queues.GetDeviceMode(hPrinter, pszDevice, dwMode, pOutput, cbOutput, pInput, rlAnswer);
-               });
-}
-
-Status FakePrintingPorts::GetDeviceCapability(const XCHAR* pszDevice, const XCHAR* pszPort, WORD wCapability,
-                                              void* pOutput, DWORD cbOutput, LONG& rlAnswer) noexcept {
-    return Run({.pszName = "GetDeviceCapability",
-                .dwLevel = wCapability,
-                .svName = ViewOf(pszDevice),
-                .pTarget = pOutput,
-                .cbTarget = cbOutput,
-                .plAnswer = &rlAnswer},
-               [&](EmbeddedPorts& r) {
-                   return r.queues.GetDeviceCapability(pszDevice, pszPort, wCapability, pOutput, cbOutput, rlAnswer);
-               });
-}
-
-Status FakePrintingPorts::GetData(HANDLE hPrinter, const XCHAR* pszKey, const XCHAR* pszValue, DWORD& rdwType,
-                                  void* pData, DWORD cbData, DWORD& rcbNeeded) noexcept {
-    return Run({.pszName = "GetData",
-                .hPrinter = hPrinter,
-                .svKey = ViewOf(pszKey),
-                .svName = ViewOf(pszValue),
-                .pTarget = pData,
-                .cbTarget = cbData,
-                .pcbNeeded = &rcbNeeded,
-                .pdwType = &rdwType},
-               [&](EmbeddedPorts& r) {
-                   return r.data.GetData(hPrinter, pszKey, pszValue, rdwType, pData, cbData, rcbNeeded);
-               });
-}
-
-Status FakePrintingPorts::SetData(HANDLE hPrinter, const XCHAR* pszKey, const XCHAR* pszValue, DWORD dwType,
-                                  const void* pData, DWORD cbData) noexcept {
-    return Run({.pszName = "SetData",
-                .hPrinter = hPrinter,
-                .svKey = ViewOf(pszKey),
-                .svName = ViewOf(pszValue),
-                .pdwType = &dwType,
-                .pSource = pData,
-                .cbSource = cbData},
-               [&](EmbeddedPorts& r) { return r.data.SetData(hPrinter, pszKey, pszValue, dwType, pData, cbData); });
-}
-
-Status FakePrintingPorts::EnumerateData(HANDLE hPrinter, const XCHAR* pszKey, void* pValues, DWORD cbValues,
-                                        DWORD& rcbNeeded, DWORD& rcReturned) noexcept {
-    return Run({.pszName = "EnumerateData",
-                .hPrinter = hPrinter,
-                .svKey = ViewOf(pszKey),
-                .pTarget = pValues,
-                .cbTarget = cbValues,
-                .pcbNeeded = &rcbNeeded,
-                .pcReturned = &rcReturned},
-               [&](EmbeddedPorts& r) {
-                   return r.data.EnumerateData(hPrinter, pszKey, pValues, cbValues, rcbNeeded, rcReturned);
-               });
-}
-
-Status FakePrintingPorts::DeleteData(HANDLE hPrinter, const XCHAR* pszKey, const XCHAR* pszValue) noexcept {
-    return Run({.pszName = "DeleteData", .hPrinter = hPrinter, .svKey = ViewOf(pszKey), .svName = ViewOf(pszValue)},
-               [&](EmbeddedPorts& r) { return r.data.DeleteData(hPrinter, pszKey, pszValue); });
-}
-
-Status FakePrintingPorts::EnumerateDataKeys(HANDLE hPrinter, const XCHAR* pszKey, XCHAR* pszzKeys, DWORD cbKeys,
-                                            DWORD& rcbNeeded) noexcept {
-    return Run(
-        {.pszName = "EnumerateDataKeys",
-         .hPrinter = hPrinter,
-         .svKey = ViewOf(pszKey),
-         .pTarget = pszzKeys,
-         .cbTarget = cbKeys,
-         .pcbNeeded = &rcbNeeded},
-        [&](EmbeddedPorts& r) { return r.data.EnumerateDataKeys(hPrinter, pszKey, pszzKeys, cbKeys, rcbNeeded); });
-}
-
-Status FakePrintingPorts::DeleteDataKey(HANDLE hPrinter, const XCHAR* pszKey) noexcept {
-    return Run({.pszName = "DeleteDataKey", .hPrinter = hPrinter, .svKey = ViewOf(pszKey)},
-               [&](EmbeddedPorts& r) { return r.data.DeleteDataKey(hPrinter, pszKey); });
-}
-
-Status FakePrintingPorts::GetDriverBlock(HANDLE hPrinter, const XCHAR* pszEnvironment, DWORD dwLevel, void* pInfo,
-                                         DWORD cbInfo, DWORD& rcbNeeded) noexcept {
-    return Run({.pszName = "GetDriverBlock",
-                .hPrinter = hPrinter,
-                .dwLevel = dwLevel,
-                .pTarget = pInfo,
-                .cbTarget = cbInfo,
-                .pcbNeeded = &rcbNeeded},
-               [&](EmbeddedPorts& r) {
-                   return r.drivers.GetDriverBlock(hPrinter, pszEnvironment, dwLevel, pInfo, cbInfo, rcbNeeded);
-               });
-}
-
-Status FakePrintingPorts::EnumerateDriverInfo(const XCHAR* pszServer, const XCHAR* pszEnvironment, DWORD dwLevel,
-                                              void* pInfo, DWORD cbInfo, DWORD& rcbNeeded, DWORD& rcReturned) noexcept {
-    return Run({.pszName = "EnumerateDriverInfo",
-                .dwLevel = dwLevel,
-                .svKey = ViewOf(pszEnvironment),
-                .svName = ViewOf(pszServer),
-                .pTarget = pInfo,
-                .cbTarget = cbInfo,
-                .pcbNeeded = &rcbNeeded,
-                .pcReturned = &rcReturned},
-               [&](EmbeddedPorts& r) {
-                   return r.drivers.EnumerateDriverInfo(pszServer, pszEnvironment, dwLevel, pInfo, cbInfo, rcbNeeded,
-                                                        rcReturned);
-               });
-}
-
-Status FakePrintingPorts::GetDriverDirectory(const XCHAR* pszServer, const XCHAR* pszEnvironment, DWORD dwLevel,
-                                             XCHAR* pszDirectory, DWORD cbDirectory, DWORD& rcbNeeded) noexcept {
-    return Run({.pszName = "GetDriverDirectory",
-                .dwLevel = dwLevel,
-                .svKey = ViewOf(pszEnvironment),
-                .svName = ViewOf(pszServer),
-                .pTarget = pszDirectory,
-                .cbTarget = cbDirectory,
-                .pcbNeeded = &rcbNeeded},
-               [&](EmbeddedPorts& r) {
-                   return r.drivers.GetDriverDirectory(pszServer, pszEnvironment, dwLevel, pszDirectory, cbDirectory,
-                                                       rcbNeeded);
-               });
-}
-
-Status FakePrintingPorts::AddDriver(const XCHAR* pszServer, DWORD dwLevel, const void* pInfo, DWORD dwFlags) noexcept {
-    return Run({.pszName = "AddDriver", .dwLevel = dwLevel, .pSource = pInfo},
-               [&](EmbeddedPorts& r) { return r.drivers.AddDriver(pszServer, dwLevel, pInfo, dwFlags); });
-}
-
-Status FakePrintingPorts::DeleteDriver(const XCHAR* pszServer, const XCHAR* pszEnvironment, const XCHAR* pszDriver,
-                                       DWORD dwFlags, DWORD dwVersion) noexcept {
-    return Run({.pszName = "DeleteDriver", .svName = ViewOf(pszDriver)}, [&](EmbeddedPorts& r) {
-        return r.drivers.DeleteDriver(pszServer, pszEnvironment, pszDriver, dwFlags, dwVersion);
-    });
-}
-
-Status FakePrintingPorts::OpenPrinterUi(const XCHAR* pszModule, HANDLE& rhUi) noexcept {
-    return Run({.pszName = "OpenPrinterUi", .svName = ViewOf(pszModule)}, [&](EmbeddedPorts&) {
-        const std::lock_guard oLock(m_oMutex);
-        if (m_eOpenUi != Status::Success) return m_eOpenUi;
-        ++m_cOpenUi;
-        rhUi = this;
-        return Status::Success;
-    });
+Status FakePrintingPorts::OpenPrinterUi(const XCHAR*, HANDLE& rhUi) noexcept {
+    const std::lock_guard oLock(m_oMutex);
+    if (m_eOpenUi != Status::Success) return m_eOpenUi;
+    ++m_cOpenUi;
+    rhUi = this;
+    return Status::Success;
 }
 
 Status FakePrintingPorts::RunPrinterUi(HANDLE hUi, const XCHAR* pszCommandLine, DWORD& rdwAnswer) noexcept {
-    return Run({.pszName = "RunPrinterUi", .svName = ViewOf(pszCommandLine)}, [&](EmbeddedPorts&) {
-        std::function<DWORD(XStringView)> fnRun;
-        {
-            const std::lock_guard oLock(m_oMutex);
-            if (pszCommandLine == nullptr) return Status::InvalidParameter;
-            if (hUi != this || m_cOpenUi == 0) return m_rSpooler.Misuse(hUi);
-            m_vUiCommands.emplace_back(pszCommandLine);
-            fnRun = m_fnRunUi;
-        }
-        rdwAnswer = fnRun ? fnRun(pszCommandLine) : 0;
-        return Status::Success;
-    });
+    const AllocationExempt oExempt;
+    std::function<DWORD(XStringView)> fnRun;
+    {
+        const std::lock_guard oLock(m_oMutex);
+        if (pszCommandLine == nullptr) return Status::InvalidParameter;
+        if (hUi != this || m_cOpenUi == 0) return m_rSpooler.Misuse(hUi);
+        m_vUiCommands.emplace_back(pszCommandLine);
+        fnRun = m_fnRunUi;
+    }
+    rdwAnswer = fnRun ? fnRun(pszCommandLine) : 0;
+    return Status::Success;
 }
 
 Status FakePrintingPorts::ClosePrinterUi(HANDLE hUi) noexcept {
-    return Run({.pszName = "ClosePrinterUi"}, [&](EmbeddedPorts&) {
-        const std::lock_guard oLock(m_oMutex);
-        if (hUi != this || m_cOpenUi == 0) return m_rSpooler.Misuse(hUi);
-        --m_cOpenUi;
-        return Status::Success;
-    });
+    const std::lock_guard oLock(m_oMutex);
+    if (hUi != this || m_cOpenUi == 0) return m_rSpooler.Misuse(hUi);
+    --m_cOpenUi;
+    return Status::Success;
 }
 
 }  // namespace vlm::test

@@ -152,23 +152,15 @@ Status FakeSpoolerPort::OpenPrinterHandle(const XCHAR* pszName, DWORD dwAccess, 
             return SpoolerStatus(UNKNOWN_PORT);
         }
         rhPrinter = reinterpret_cast<HANDLE>(m_uiLastHandle += 4);
-        m_mapPrinters[rhPrinter] = {pszName != nullptr, nullptr, dwAccess, {}, false};
+        m_mapPrinters[rhPrinter] = {pszName != nullptr, nullptr, dwAccess, false};
         return Status::Success;
     }
     HANDLE hPrinter = nullptr;
     const Status eStatus = m_oEmbedded.spooler.OpenPrinterHandle(pszName, dwAccess, hPrinter);
     if (eStatus != Status::Success) return eStatus;
-    m_mapPrinters[hPrinter] = {svName.find(VTEXT(",Xcv")) != XStringView::npos, nullptr, dwAccess, {}, true};
+    m_mapPrinters[hPrinter] = {svName.find(VTEXT(",Xcv")) != XStringView::npos, nullptr, dwAccess, true};
     rhPrinter = hPrinter;
     return Status::Success;
-}
-
-HANDLE FakeSpoolerPort::AddOpenPrinter(XStringView svName) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    const HANDLE hPrinter = reinterpret_cast<HANDLE>(m_uiLastHandle += 4);
-    m_mapPrinters[hPrinter].name = svName;
-    return hPrinter;
 }
 
 Status FakeSpoolerPort::PrinterName(HANDLE hPrinter, XCHAR* pszName, DWORD& rcName) noexcept {
@@ -176,13 +168,8 @@ Status FakeSpoolerPort::PrinterName(HANDLE hPrinter, XCHAR* pszName, DWORD& rcNa
     const std::lock_guard oLock(m_oMutex);
     const auto it = m_mapPrinters.find(hPrinter);
     if (it == m_mapPrinters.end()) return Misuse(hPrinter);
-    if (it->second.fEmbeddedSpooler) return m_oEmbedded.spooler.PrinterName(hPrinter, pszName, rcName);
-    const XString& rName = it->second.name;
-    if (rName.empty()) return Status::InvalidHandle;
-    if (pszName == nullptr || rName.size() >= rcName) return Status::MoreData;
-    *std::copy(rName.begin(), rName.end(), pszName) = 0;
-    rcName = static_cast<DWORD>(rName.size());
-    return Status::Success;
+    if (!it->second.fEmbeddedSpooler) return Status::InvalidHandle;
+    return m_oEmbedded.spooler.PrinterName(hPrinter, pszName, rcName);
 }
 
 Status FakeSpoolerPort::ClosePrinterHandle(HANDLE hPrinter) noexcept {

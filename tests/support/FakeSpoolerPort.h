@@ -39,8 +39,6 @@ public:
     ~FakeSpoolerPort() override;
 
     // --- the script ---
-    /// A queue that is open already; the caller closes it.
-    HANDLE AddOpenPrinter(XStringView svName);
     void AddMonitor(XStringView svName, XStringView svDll);
     std::vector<Monitor> Monitors() const;
     void SetScript(Script fnScript);
@@ -88,7 +86,6 @@ private:
         bool fChannel = false;
         HANDLE hEmbedded = nullptr;  ///< the embedded monitor's channel, opened at the first command that needs it
         DWORD dwAccess = 0;
-        XString name;                   ///< of a queue
         bool fEmbeddedSpooler = false;  ///< the embedded spooler's own handle
     };
 

@@ -279,9 +279,7 @@ struct FaultPlatform::Ports {
     FaultProcess oProcess;
     FaultThreads oThreads;
     FaultSpooler oSpooler;
-    FaultQueues oQueues;
-    FaultPrinterData oPrinterData;
-    FaultDrivers oDrivers;
+    FaultPrinting oPrinting;
     FaultCrypto oCrypto;
     FaultIdentity oIdentity;
     FaultEvents oEvents;
@@ -300,9 +298,7 @@ struct FaultPlatform::Ports {
           oProcess(*rBelow.pProcess, rScript),
           oThreads(*rBelow.pThreads, rScript),
           oSpooler(*rBelow.pSpooler, rScript),
-          oQueues(*rBelow.pQueues, rScript),
-          oPrinterData(*rBelow.pPrinterData, rScript),
-          oDrivers(*rBelow.pDrivers, rScript),
+          oPrinting(rBelow, rScript),
           oCrypto(*rBelow.pCrypto, rScript),
           oIdentity(*rBelow.pIdentity, rScript),
           oEvents(*rBelow.pEvents, rScript),
@@ -320,9 +316,9 @@ struct FaultPlatform::Ports {
               .pThreads = &oThreads,
               .pClock = rBelow.pClock,
               .pSpooler = &oSpooler,
-              .pQueues = &oQueues,
-              .pPrinterData = &oPrinterData,
-              .pDrivers = &oDrivers,
+              .pQueues = &oPrinting,
+              .pPrinterData = &oPrinting,
+              .pDrivers = &oPrinting,
               .pCrypto = &oCrypto,
               .pIdentity = &oIdentity,
               .pEvents = &oEvents,
