@@ -49,6 +49,18 @@ bool TryToUnpack(CXString& rcsReason, Body&& body) {
     return false;
 }
 
+/// Runs an unpacking into a folder with the spooler's own identity, while no other process unpacks there.
+template <class Body>
+bool UnpackAlone(const XCHAR* pszWhat, const CXString& kcsTarget, Body&& body) {
+    const vlm::NamedMutex oMutex(MutexName(pszWhat, kcsTarget), OTHER_TRIES);
+    if (!oMutex.IsOwned()) {
+        VLM_REPORT_ERROR(DebugCategory::UtilDll, VTEXT("Unable to get Mutex after 300 tries!"));
+        return false;
+    }
+    const RevertToPrinterSelfWrapper oSelf;
+    return std::forward<Body>(body)();
+}
+
 bool DeleteNested(const CXString& kcsFolder, const CXString& kcsName) {
     const vlm::Status status = folders::DeleteItem(kcsFolder, {kcsName});
     VLM_REPORT(DebugCategory::UtilDll, VTEXT("%s deleting the CAB file (%s) now that we've unpacked it."),
@@ -214,14 +226,8 @@ bool ProductData::UnpackDtdCabFile(int iNumber) {
         const CXString csTarget =
             CXString::FormatString(VTEXT("%s\\DTDs"), GetProductDataFolderWithoutVersion(FAMILY_REQUIRED));
         const CXString csCab = GetCabFile(VTEXT("q9dtd073"), iNumber);
-        const vlm::NamedMutex oMutex(MutexName(VTEXT("UnpackDtdCabFile"), csTarget), OTHER_TRIES);
-        bool fDone = false;
-        if (!oMutex.IsOwned()) {
-            VLM_REPORT_ERROR(DebugCategory::UtilDll, VTEXT("Unable to get Mutex after 300 tries!"));
-        } else {
-            const RevertToPrinterSelfWrapper oSelf;
-            fDone = UnpackOneCabFile(csCab, csTarget, false);
-        }
+        const bool fDone =
+            UnpackAlone(VTEXT("UnpackDtdCabFile"), csTarget, [&] { return UnpackOneCabFile(csCab, csTarget, false); });
         VLM_REPORT(DebugCategory::UtilDll, VTEXT("UnpackDtdCabFile() returning."));
         return fDone;
     });
@@ -235,12 +241,8 @@ bool ProductData::UnpackJarCabFile(int iNumber) {
         VLM_REPORT(DebugCategory::UtilDll, VTEXT("About to Unpack the JAR CAB file"));
         const CXString csTarget = folders::Join(GetProductDataFolderWithoutVersion(FAMILY_REQUIRED), VTEXT("JARs"));
         const CXString csCab = GetCabFile(VTEXT("q9jar073"), iNumber);
-        const vlm::NamedMutex oMutex(MutexName(VTEXT("UnpackJarCabFile"), csTarget), OTHER_TRIES);
-        bool fDone = false;
-        if (oMutex.IsOwned()) {
-            const RevertToPrinterSelfWrapper oSelf;
-            fDone = UnpackOneCabFile(csCab, csTarget, false);
-        }
+        const bool fDone =
+            UnpackAlone(VTEXT("UnpackJarCabFile"), csTarget, [&] { return UnpackOneCabFile(csCab, csTarget, false); });
         VLM_REPORT(DebugCategory::UtilDll, VTEXT("UnpackJarCabFile() returning."));
         return fDone;
     });

@@ -9,6 +9,7 @@
 #include "printing/ProductBench.h"
 #include "support/FaultLoop.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
+#include "utilities/utilitiesdll/Hash32.h"
 
 namespace vlm::test {
 
@@ -287,6 +288,17 @@ TEST_F(UnpackedProductTest, DtdAndJarFilesGoBesideTheVersions) {
     EXPECT_FALSE(oProduct.UnpackJarCabFile(0));
     EXPECT_EQ(Contents(Path(ROOT, "kx100\\DTDs\\j.dtd")), "dtd");
     EXPECT_EQ(Contents(Path(ROOT, "kx100\\JARs\\a.jar")), "jar");
+    // Another process has taken the mutexes' names.
+    for (const auto& [pszWhat, pszFolder] :
+         {std::pair{"UnpackDtdCabFile", "\\kx100\\DTDs"}, {"UnpackJarCabFile", "\\kx100\\JARs"}}) {
+        const CXString csTarget = (CXString(ROOT) + CXString(pszFolder)).MakeLower();
+        const CXString csName =
+            CXString::FormatString(VTEXT("Global\\Velom_%S_%08lX"), pszWhat, Hash32::GetHash32(csTarget));
+        oFake.events.TakeName(csName, FakeEventPort::Kind::Event);
+    }
+    RecordingSink oSink;
+    EXPECT_FALSE(oProduct.UnpackDtdCabFile(0) || oProduct.UnpackJarCabFile(2));
+    EXPECT_EQ(oSink.Count("Unable to get Mutex after 300 tries!"), 2u);
 }
 
 TEST_F(UnpackedProductTest, DataFilesTravelToAndFromAServer) {
