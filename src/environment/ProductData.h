@@ -199,7 +199,9 @@ public:
     CXString GetDCPContentVersion();
     /// The versions of all families in the public DCP folder, by family.
     std::map<CXString, CXString> GetDCPMap();
-    /// Reads the map files of a folder and all below it, and of the public DCP folder, and makes them the records.
+    /// Reads the map files of a folder and all below it, and of the public DCP folder, and makes them the records:
+    /// those of public data that is newer than its family's before all others, and those of other public data behind
+    /// them.
     /// @param csFolder empty: the product data folder.  @param fOutermost INNER: only gathers, for folders below.
     /// @return whether records were stored.
     bool UpdateRegistryMappings(CXString csFolder, bool fOutermost);

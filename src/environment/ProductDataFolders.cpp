@@ -17,8 +17,7 @@ namespace {
 
 namespace folders = vlm::folders;
 
-constexpr const XCHAR *PRODUCT_DATA = VTEXT("Product Data"), *PUBLIC_DCPS = VTEXT("Public\\DCPs"),
-                      *VERSION_FILE = VTEXT("DCPVersion.txt");
+constexpr const XCHAR *PRODUCT_DATA = VTEXT("Product Data"), *VERSION_FILE = VTEXT("DCPVersion.txt");
 /// A version file holds one short line.
 constexpr DWORD MAX_VERSION_FILE_BYTES = 256;
 
@@ -29,14 +28,14 @@ CXString EnvironmentOf(const XCHAR* pszName) {
     return CXString(achValue.data(), static_cast<int>(cUnits));
 }
 
-bool IsGreater(const CXString& kcsLeft, const CXString& kcsRight) {
-    DriverVersion oLeft, oRight;
-    DriverVersion::TryParse(kcsLeft, oLeft);
-    DriverVersion::TryParse(kcsRight, oRight);
-    return oLeft > oRight;
-}
-
 }  // namespace
+
+bool vlm::IsNewer(const CXString& kcsVersion, const CXString& kcsThan) {
+    DriverVersion oVersion, oThan;
+    DriverVersion::TryParse(kcsVersion, oVersion);
+    DriverVersion::TryParse(kcsThan, oThan);
+    return oVersion > oThan;
+}
 
 void ProductData::SetTransientPath(const CXString& kcsPath) {
     const CriticalResourceLock oLock(m_CriticalStaticResource);
@@ -83,7 +82,7 @@ CXString ProductData::GetPrinterModelProductDataFolder() {
 CXString ProductData::GetPublicDCPFolderPath(bool fWithVersion) {
     CXString csRoot = GetProductDataRoot();
     if (csRoot.IsEmpty()) return csRoot;
-    CXString csPublic = csRoot + VTEXT("\\") + PUBLIC_DCPS;
+    CXString csPublic = csRoot + VTEXT("\\") + vlm::PUBLIC_DCPS;
     if (m_ProductFamily.IsEmpty()) return csPublic;
     if (!fWithVersion) return CXString::FormatString(VTEXT("%s\\%s"), csPublic, m_ProductFamily);
     return CXString::FormatString(VTEXT("%s\\%s\\%s"), csPublic, m_ProductFamily, vlm::VERSION_LEVEL);
@@ -100,9 +99,9 @@ CXString ProductData::ResolveDataFile(const CXString& kcsName) {
     const CXString csPublic = GetPublicDCPFolderPath(WITH_VERSION);
     CXString csPublicFile = folders::Join(csPublic, kcsName);
     DWORD dwAttributes = 0;
-    if (vlm::GetPlatform().pFiles->GetAttributes(csPublicFile, dwAttributes) == vlm::Status::Success &&
-        IsGreater(GetDCPContentVersionFromPath(csPublic), GetDCPContentVersionFromPath(csFolder))) {
-        return csPublicFile;
+    if (vlm::GetPlatform().pFiles->GetAttributes(csPublicFile, dwAttributes) == vlm::Status::Success) {
+        const CXString csVersion = GetDCPContentVersionFromPath(csPublic);
+        if (vlm::IsNewer(csVersion, GetDCPContentVersionFromPath(csFolder))) return csPublicFile;
     }
     return folders::Join(csFolder, kcsName);
 }
@@ -124,13 +123,15 @@ CXString ProductData::GetDCPContentVersion() {
     if (csFolder.IsEmpty()) return csFolder;
     const CXString csOwn = GetDCPContentVersionFromPath(csFolder);
     const CXString csPublic = GetDCPContentVersionFromPath(GetPublicDCPFolderPath(WITH_VERSION));
-    return IsGreater(csPublic, csOwn) ? csPublic : csOwn;
+    return vlm::IsNewer(csPublic, csOwn) ? csPublic : csOwn;
 }
 
 std::map<CXString, CXString> ProductData::GetDCPMap() {
     return vlm::TranslateOutOfMemory([&] {
         std::map<CXString, CXString> mapVersions;
-        const CXString csPublic = folders::Join(GetProductDataRoot(), PUBLIC_DCPS);
+        const CXString csRoot = GetProductDataRoot();
+        if (csRoot.IsEmpty()) return mapVersions;
+        const CXString csPublic = folders::Join(csRoot, vlm::PUBLIC_DCPS);
         std::vector<folders::Item> voItems;
         if (folders::List(csPublic, voItems) != vlm::Status::Success) return mapVersions;
         for (const folders::Item& rItem : voItems) {

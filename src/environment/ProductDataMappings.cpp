@@ -8,7 +8,6 @@
 #include "utilities/Bounds.h"
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
-#include "utilities/utilitiesdll/DriverVersion.h"
 #include "utilities/utilitiesdll/Hash32.h"
 #include "utilities/utilitiesdll/SystemText.h"
 
@@ -91,12 +90,6 @@ void DeleteStaleMappings(HANDLE hPrinter, std::size_t cRecords) {
     }
 }
 
-DriverVersion VersionOf(const CXString& kcsText) {
-    DriverVersion oVersion;
-    DriverVersion::TryParse(kcsText, oVersion);
-    return oVersion;
-}
-
 }  // namespace
 
 void ProductData::ClearCachedMapData() noexcept {
@@ -166,8 +159,11 @@ bool ProductData::ParseMapFile(const CXString& kcsFile, std::vector<MappingData>
     }
 }
 
+/// Reads the map files of a tree, but for the public data in it.
 void ProductData::GatherMappings(const CXString& kcsFolder, std::vector<MappingData>& rvoMappings) {
+    const CXString csPublicFamilies = CXString(vlm::PUBLIC_DCPS) + VTEXT("\\");
     const vlm::Status status = folders::Walk(kcsFolder, [&](const CXString& kcsBelow, const auto& rvoItems) {
+        if (kcsBelow.FindNoCase(csPublicFamilies) == 0) return vlm::Status::Success;
         const CXString csFolder = folders::Join(kcsFolder, kcsBelow);
         VLM_REPORT(DebugCategory::UtilDll, VTEXT("Looking for map files: %s"),
                    CXString::FormatString(VTEXT("%s\\*.*"), csFolder));
@@ -187,20 +183,28 @@ bool ProductData::UpdateRegistryMappings(CXString csFolder, bool fOutermost) {
     return vlm::TranslateOutOfMemory([&] {
         if (csFolder.IsEmpty()) csFolder = GetProductDataFolderWithoutVersion(FAMILY_OPTIONAL);
         if (csFolder.IsEmpty()) return false;
-        std::vector<MappingData> voMappings;
-        GatherMappings(csFolder, voMappings);
-        if (!fOutermost) return !voMappings.empty();
-        // What came from a print server comes first when it is newer: the first record of a name is the one that
-        // counts.
-        const CXString csPublic = m_ProductFamily.IsEmpty() ? CXString() : GetPublicDCPFolderPath(WITHOUT_VERSION);
-        if (!csPublic.IsEmpty() && csPublic.Find(csFolder) != 0) {
-            std::vector<MappingData> voPublic;
-            GatherMappings(csPublic, voPublic);
-            const bool fNewer =
-                VersionOf(GetDCPContentVersionFromPath(csPublic)) > VersionOf(GetDCPContentVersionFromPath(csFolder));
-            if (fNewer) voMappings.swap(voPublic);
-            voMappings.insert(voMappings.end(), voPublic.begin(), voPublic.end());
+        std::vector<MappingData> voOwn;
+        GatherMappings(csFolder, voOwn);
+        if (!fOutermost) return !voOwn.empty();
+        // The first record of a name is the one that counts.
+        std::vector<MappingData> voMappings, voOlder;
+        const auto AddPublic = [&](const CXString& kcsPublic, const CXString& kcsFamily) {
+            const CXString csVersion = GetDCPContentVersionFromPath(folders::Join(kcsPublic, vlm::VERSION_LEVEL));
+            const CXString csOwn = GetDCPContentVersionFromPath(folders::Join(kcsFamily, vlm::VERSION_LEVEL));
+            GatherMappings(kcsPublic, vlm::IsNewer(csVersion, csOwn) ? voMappings : voOlder);
+        };
+        std::vector<folders::Item> voFamilies;
+        const CXString csPublic = folders::Join(csFolder, vlm::PUBLIC_DCPS);
+        if (folders::List(csPublic, voFamilies) == vlm::Status::Success) {
+            for (const folders::Item& rItem : voFamilies) {
+                if (!rItem.IsFolder()) continue;
+                AddPublic(folders::Join(csPublic, rItem.csName), folders::Join(csFolder, rItem.csName));
+            }
+        } else if (!m_ProductFamily.IsEmpty()) {
+            AddPublic(GetPublicDCPFolderPath(WITHOUT_VERSION), csFolder);
         }
+        voMappings.insert(voMappings.end(), voOwn.begin(), voOwn.end());
+        voMappings.insert(voMappings.end(), voOlder.begin(), voOlder.end());
         const bool fWritten = WriteMappings(voMappings);
         if (voMappings.empty()) return false;
         StoreInCache(std::move(voMappings));

@@ -135,6 +135,8 @@ TEST_F(ProductDataTest, QuestionsBeforeTheirTimeAreFailedAssertions) {
         EXPECT_EQ(oSink.Count(pszText), 1u) << pszText;
     }
     EXPECT_EQ(cs, VTEXT("kept"));
+    oFake.files.AddFile(VTEXT("Public\\DCPs\\kx100\\a"), {});  // of whatever folder is the current one
+    EXPECT_TRUE(oProduct.GetDCPMap().empty());
 }
 
 TEST_F(ProductDataTest, TheProductIsUnpackedAndItsRecordsReachThePrinter) {
@@ -253,6 +255,16 @@ TEST_F(UnpackedProductTest, FilesAreUnpackedOnDemandAndNeverOutsideTheirFolder) 
     EXPECT_TRUE(oProduct.LoadFile(PD_AUTO, bb) && bb.size() == 5);
     EXPECT_EQ(oProduct.GetDCPContentVersion(), VTEXT("5.1009.1.2"));
     EXPECT_EQ(oProduct.GetDCPMap()[VTEXT("kx100")], VTEXT("5.1009.1.2"));
+    // So do its records, wherever the search begins; those of older data come last.
+    oFake.files.AddFile(Path(csPublic, "new.map").View(), BytesOf("KX 1:PRODUCTNAME=Newer\n"));
+    oFake.files.AddFile(Path(ROOT, "Public\\DCPs\\aaaaa\\old.map").View(), BytesOf("KX 2:OLD=1\n"));
+    for (const auto& [pszFolder, cRecords] : {std::pair{ROOT, 5u}, {VTEXT(""), 1u}}) {
+        EXPECT_TRUE(oProduct.UpdateRegistryMappings(pszFolder, ProductData::OUTERMOST));
+        const std::vector<MappingData> voMappings = oProduct.GetMappings();
+        ASSERT_EQ(voMappings.size(), cRecords);
+        EXPECT_EQ(voMappings.front().GetData(VTEXT("PRODUCTNAME")), VTEXT("Newer"));
+        EXPECT_EQ(voMappings.back().GetData(VTEXT("OLD")), cRecords > 1 ? VTEXT("1") : VTEXT(""));
+    }
 }
 
 TEST_F(UnpackedProductTest, ABrokenProductLeavesWhatWasThere) {

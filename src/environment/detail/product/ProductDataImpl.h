@@ -33,9 +33,13 @@ namespace vlm {
 
 /// Keys and names of the family that product data and its clean-up share.
 inline constexpr const XCHAR* VERSION_LEVEL = VTEXT("V5.0");
+/// The folder, below the product data folder, of what came from a print server.
+inline constexpr const XCHAR* PUBLIC_DCPS = VTEXT("Public\\DCPs");
 inline constexpr const XCHAR* VALUE_OF_MAPPINGS = VTEXT("XProductData");
 inline constexpr const XCHAR* PREFIX_OF_MAPPINGS = VTEXT("PDMap-");
 
+/// Is a version of data greater than another?
+bool IsNewer(const CXString& kcsVersion, const CXString& kcsThan);
 /// Does the text of a list of languages name one?  Any letter case; a word counts wherever it stands.
 bool NamesLanguage(const CXString& kcsList, XStringView word);
 
