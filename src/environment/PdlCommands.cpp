@@ -134,7 +134,8 @@ bool PdlCommands::ConvertAmpCommands(XStringView instruction, PdlType ePdlType, 
             instruction.remove_prefix(strName.size() + 1);
             const int iCharacter =
                 strName.front() == '#' ? NumericCharacter(strName) : vlm::FindCharacterEntity(strName);
-            const bool fValue = strName.size() == 6 && strName.starts_with("value") && strName[5] >= '1';
+            const bool fValue =
+                strName.size() == 6 && strName.starts_with("value") && strName[5] >= '1' && strName[5] <= '9';
             const vlm::AmpCommand* const pCommand = vlm::FindAmpCommand(strName);
             bool fWritten = true;
             if (iCharacter >= 0) {

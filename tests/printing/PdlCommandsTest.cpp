@@ -118,6 +118,7 @@ TEST(PdlCommandsTest, InstructionsExpandToTheBytesOfTheirLanguage) {
          "2026612062"
          "3B"},
         {"&nobody;", nullptr, nullptr},
+        {"&valueA;", nullptr, nullptr},
         {"&#256;", nullptr, nullptr},
         {"&#1A;", nullptr, nullptr},
     };
