@@ -169,8 +169,9 @@ void ProductData::AddFamiliesOfQueue(const CXString& kcsQueue, std::set<CXString
     ProductData oProduct;
     oProduct.m_oPrinter.SetPrinterHandle(oPrinter.GetPrinterHandle());
     oProduct.m_bTransient = false;
+    // A family may lie deeper; the folder that is kept is its uppermost.
     for (const MappingData& rRecord : oProduct.GetMappings())
-        rsetFamilies.insert(rRecord.GetData(VTEXT("FAMPATH")).MakeLower());
+        rsetFamilies.insert(rRecord.GetData(VTEXT("FAMPATH")).MakeLower().SpanExcluding(VTEXT("\\/")));
 }
 
 void ProductData::DeleteOrphanedProductDataFolders() {

@@ -122,7 +122,7 @@ TEST_F(ProductCleanUpTest, FamiliesThatAQueuesRecordsNameStay) {
     {
         const OpenQueue oQueue;
         ProductData oProduct(oQueue, CXString(), MT_MODEL_NAME, CXString());
-        oFake.files.AddFile(Path(ROOT, "m.map").View(), BytesOf("X:FAMPATH=OLD01\n"));
+        oFake.files.AddFile(Path(ROOT, "m.map").View(), BytesOf("X:FAMPATH=OLD01\\deep\n"));
         ASSERT_TRUE(oProduct.UpdateRegistryMappings(CXString(), ProductData::OUTERMOST));
     }
     ProductData::ClearCachedMapData();
