@@ -361,8 +361,8 @@ private:
 
     HANDLE m_hPrinter = nullptr;
     bool m_fOwned = false;
-    CXString m_csPrinterName;
-    CXString m_csPort;  ///< cached
+    CXString m_csPrinterName;  ///< the spooler's, once it was asked
+    CXString m_csPort;         ///< cached
     ByteBuffer m_bbPrinterInfo;
     ByteBuffer m_bbPrinterData;
     DWORD m_dwPrinterDataType = 0;

@@ -46,13 +46,11 @@ void Printer::SetPrinterHandle(HANDLE hPrinter) noexcept {
 
 Status Printer::Open(const XCHAR* pszPrinterName, DWORD dwAccess) {
     if (!pszPrinterName || !*pszPrinterName) return static_cast<Status>(vlm::SpoolerPort::INVALID_PRINTER_NAME);
-    CXString csName(pszPrinterName);  // it may be the object's own
     HANDLE hPrinter = nullptr;
-    const Status eStatus = vlm::Spooler().OpenPrinterHandle(csName, dwAccess, hPrinter);
+    const Status eStatus = vlm::Spooler().OpenPrinterHandle(pszPrinterName, dwAccess, hPrinter);
     if (eStatus != Status::Success) return eStatus;
     SetPrinterHandle(hPrinter);
     m_fOwned = true;
-    m_csPrinterName.swap(csName);
     return eStatus;
 }
 

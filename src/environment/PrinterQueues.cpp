@@ -90,7 +90,6 @@ bool Printer::AddLocalPrinter(const XCHAR* pszName, const XCHAR* pszDriver, cons
         }
         SetPrinterHandle(hPrinter);
         m_fOwned = true;
-        m_csPrinterName.swap(csName);
         return true;
     });
 }

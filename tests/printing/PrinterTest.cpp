@@ -34,6 +34,7 @@ protected:
 TEST_F(PrinterTest, OnlyAnOwnedHandleIsClosed) {
     EXPECT_NE(Thrown<ExceptionPrinterFailure>([] { Printer(VTEXT("None"), Printer::THROW); }), "");
     EXPECT_FALSE(Printer(VTEXT("None"), Printer::NO_THROW).IsValidHandle());
+    EXPECT_EQ(Printer(VTEXT("qUEUE"), Printer::THROW).GetPrinterName(), QUEUE);
     {
         Printer oOwner(QUEUE, Printer::THROW);
         EXPECT_EQ(m_oFake.spooler.OpenHandles(), 1u);
