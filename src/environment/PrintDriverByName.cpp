@@ -79,12 +79,6 @@ bool PrintDriver::GetProductDataCabFileNameAndFileTime(const XCHAR* pszPrinter, 
     });
 }
 
-bool PrintDriver::HasProductCabBeenExtracted(const XCHAR* pszPrinter) noexcept {
-    return vlm::NoThrow(
-        [&] { return WithQueue(pszPrinter, [&](HANDLE hPrinter) { return HasProductCabBeenExtracted(hPrinter); }); },
-        false);
-}
-
 CXString PrintDriver::GetDeviceFeatureValueString(const XCHAR* pszPrinter, const XCHAR* pszFeature) {
     return GetDeviceFeatureValueStringEx(pszPrinter, vlm::driver::PRINTER_DRIVER_DATA, pszFeature);
 }

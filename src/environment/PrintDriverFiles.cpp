@@ -125,6 +125,20 @@ bool HasEntries(const CXString& kcsFolder) noexcept {
     return fEntry;
 }
 
+/// Asks whether the product CAB was extracted; false, and reported, when the question ends in an exception.
+template <class Ask>
+bool AskWhetherExtracted(Ask&& ask) noexcept {
+    bool bExtracted = false;
+    try {
+        bExtracted = std::forward<Ask>(ask)();
+    } catch (const std::exception&) {
+        VLM_REPORT_ERROR(DebugCategory::Utils,
+                         VTEXT("PrintDriver::HasProductCabBeenExtracted() caught an exception and will return %u."),
+                         bExtracted);
+    }
+    return bExtracted;
+}
+
 }  // namespace
 
 CXString PrintDriver::GetDriverFiles(HANDLE hPrinter, FileType eType, const CXString& kcsFolder) {
@@ -157,8 +171,10 @@ CXString PrintDriver::GetDriverFiles(HANDLE hPrinter, FileType eType, const CXSt
             return csId.IsEmpty() ? csId
                                   : CXString::FormatString(VTEXT("%s\\%s%s%s.cab"), Folder(), PREFIX, csId, SUFFIX);
         }
-        case FT_TEXT_RESOURCE_CAB:
-            return InFolder(Folder(), TextResourceCab(hPrinter));
+        case FT_TEXT_RESOURCE_CAB: {
+            const CXString csFolder = Folder();
+            return InFolder(csFolder, TextResourceCab(hPrinter));
+        }
         case FT_JAVA_CLASS_PATH:
             return CXString(JAVA_CLASS_PATH);
         case FT_CONFIGURATION_FILE: {
@@ -208,13 +224,13 @@ bool PrintDriver::GetProductDataCabFileNameAndFileTime(HANDLE hPrinter, CXString
 }
 
 bool PrintDriver::HasProductCabBeenExtracted(HANDLE hPrinter) noexcept {
-    bool bExtracted = false;
-    try {
-        bExtracted = HasEntries(GetVelomDriverDataFilePathFromHandle(hPrinter) + VTEXT("\\Product Data"));
-    } catch (const std::exception&) {
-        VLM_REPORT_ERROR(DebugCategory::Utils,
-                         VTEXT("PrintDriver::HasProductCabBeenExtracted() caught an exception and will return %u."),
-                         bExtracted);
-    }
-    return bExtracted;
+    return AskWhetherExtracted(
+        [&] { return HasEntries(GetVelomDriverDataFilePathFromHandle(hPrinter) + VTEXT("\\Product Data")); });
+}
+
+bool PrintDriver::HasProductCabBeenExtracted(const XCHAR* pszPrinter) noexcept {
+    return AskWhetherExtracted([&] {
+        return vlm::driver::WithQueue(pszPrinter,
+                                      [&](HANDLE hPrinter) { return HasProductCabBeenExtracted(hPrinter); });
+    });
 }

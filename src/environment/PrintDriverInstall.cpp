@@ -105,10 +105,22 @@ bool AnyDriver(Body&& body) {
     return std::any_of(pDrivers, pDrivers + cDrivers, std::forward<Body>(body));
 }
 
+/// Runs what stores an installation state; what it throws is reported.
+template <class Body>
+bool TryToStore(Body&& body) noexcept {
+    try {
+        return std::forward<Body>(body)();
+    } catch (const std::exception& rException) {
+        VLM_REPORT_ERROR(INSTALLATION, VTEXT("An exception occurred in SetInstallationState(): %s."),
+                         VelomException::GetExceptionDescription(rException));
+    }
+    return false;
+}
+
 }  // namespace
 
 bool PrintDriver::SetInstallationState(HANDLE hPrinter, WORD wState) noexcept {
-    try {
+    return TryToStore([&] {
         if (wState < InstallationState::Phase1Started || wState > InstallationState::Phase2BDone) {
             VLM_REPORT_ERROR(INSTALLATION, VTEXT("PrintDriver::SetInstallationState(): Illegal state argument: %u"),
                              wState);
@@ -124,23 +136,16 @@ bool PrintDriver::SetInstallationState(HANDLE hPrinter, WORD wState) noexcept {
             bbState.data(), bbState.GetLength());
         if (dwStatus == 0) return true;
         VLM_REPORT_ERROR(INSTALLATION, VTEXT("SetInstallationState() failed writing PrinterData!"));
-    } catch (const std::exception& rException) {
-        VLM_REPORT_ERROR(INSTALLATION, VTEXT("An exception occurred in SetInstallationState(): %s."),
-                         VelomException::GetExceptionDescription(rException));
-    }
-    return false;
+        return false;
+    });
 }
 
 bool PrintDriver::SetInstallationState(const XCHAR* pszPrinter, WORD wState) noexcept {
-    try {
+    return TryToStore([&] {
         const RevertToPrinterSelfWrapper oSelf;
         const vlm::driver::OpenedQueue oQueue(pszPrinter, vlm::SpoolerPort::ALL_ACCESS);
         return SetInstallationState(oQueue.Handle(), wState);
-    } catch (const std::exception& rException) {
-        VLM_REPORT_ERROR(INSTALLATION, VTEXT("SetInstallationState() did not reach the printer: %s"),
-                         VelomException::GetExceptionDescription(rException));
-    }
-    return false;
+    });
 }
 
 WORD PrintDriver::GetInstallationStateFromHandle(HANDLE hPrinter) {

@@ -44,6 +44,7 @@ TEST_F(PrintDriverTest, OnlyFourStatesAreWritten) {
     EXPECT_FALSE(PrintDriver::SetInstallationState(m_hPrinter, State::Phase1Done));
     EXPECT_EQ(m_oSink.Count("SetInstallationState() failed writing PrinterData!"), 1u);
     EXPECT_FALSE(PrintDriver::SetInstallationState(VTEXT("no queue"), State::Phase1Done));
+    EXPECT_EQ(m_oSink.Count("An exception occurred in SetInstallationState(): "), 1u);
 }
 
 TEST_F(PrintDriverTest, TheStoreOfDriversIsNeverTouched) {

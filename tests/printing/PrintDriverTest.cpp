@@ -126,7 +126,8 @@ TEST_F(PrintDriverTest, TheProductCabHasATime) {
     m_oFake.files.AddFolder(FOLDER + VTEXT("\\Velom\\Product Data\\Family"));
     EXPECT_TRUE(m_oDriver.HasProductCabBeenExtracted(QUEUE));
     EXPECT_FALSE(m_oDriver.HasProductCabBeenExtracted(HANDLE{nullptr}));
-    EXPECT_EQ(m_oSink.Count("HasProductCabBeenExtracted() caught an exception and will return 0."), 1u);
+    EXPECT_FALSE(m_oDriver.HasProductCabBeenExtracted(VTEXT("no queue")));
+    EXPECT_EQ(m_oSink.Count("HasProductCabBeenExtracted() caught an exception and will return 0."), 2u);
 }
 
 TEST_F(PrintDriverTest, NamesFoldersAndVersionsComeFromTheBlock) {
