@@ -128,10 +128,12 @@ void* Printer::GetCrc32PrinterData(HANDLE hPrinter, const XCHAR* kszPrinterFeatu
     m_bbCrc32PrinterData.clear();
     VLM_ASSERT(IsValidHandle(hPrinter));
     VLM_ASSERT(kszPrinterFeatureName);
-    if (!IsValidHandle(hPrinter) || !kszPrinterFeatureName || !*kszPrinterFeatureName) return nullptr;
     ByteBuffer bbData;
-    DWORD dwStatus =
-        CallGetPrinterDataExWithRetries(hPrinter, PRINTER_DRIVER_DATA, kszPrinterFeatureName, nullptr, bbData);
+    DWORD dwStatus = ToDword(Status::InvalidParameter);
+    if (IsValidHandle(hPrinter) && kszPrinterFeatureName && *kszPrinterFeatureName) {
+        dwStatus =
+            CallGetPrinterDataExWithRetries(hPrinter, PRINTER_DRIVER_DATA, kszPrinterFeatureName, nullptr, bbData);
+    }
     if (dwStatus == 0) {
         dwStatus = ToDword(Status::InvalidData);
         if (bbData.size() > CRC_BYTES) {
@@ -156,11 +158,13 @@ bool Printer::SetCrc32PrinterData(HANDLE hPrinter, const XCHAR* kszPrinterFeatur
     VLM_ASSERT(IsValidHandle(hPrinter));
     VLM_ASSERT(kszPrinterFeatureName);
     VLM_ASSERT(pPrinterData);
-    if (!IsValidHandle(hPrinter) || !kszPrinterFeatureName || !*kszPrinterFeatureName || !pPrinterData || dwSize == 0)
-        return false;
-    VLM_ASSERT(!IsRemotePrinterConnection(hPrinter));
     const DWORD dwStatus = vlm::NoThrow(
         [&] {
+            if (!IsValidHandle(hPrinter) || !kszPrinterFeatureName || !*kszPrinterFeatureName || !pPrinterData ||
+                dwSize == 0) {
+                return ToDword(Status::InvalidParameter);
+            }
+            VLM_ASSERT(!IsRemotePrinterConnection(hPrinter));
             ByteBuffer bbData(static_cast<const BYTE*>(pPrinterData), dwSize);
             bbData.appendDwordValue(Crc32::GetCrc(bbData.data(), dwSize));
             // Refuses on a connection to another machine.

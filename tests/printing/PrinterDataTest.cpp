@@ -217,6 +217,8 @@ TEST_F(PrinterDataTest, AValueWithACrcComesBackUnlessAnyBitOfItChanged) {
     EXPECT_EQ(Reported("(IsValidHandle(hPrinter))"), 2u);
     EXPECT_EQ(Reported("(kszPrinterFeatureName)"), 1u);
     EXPECT_EQ(Reported("(pPrinterData)"), 1u);
+    EXPECT_FALSE(m_oPrinter.SetCrc32PrinterData(Handle(), VTEXT("Feature"), 3, abyData, 0));
+    EXPECT_EQ(Reported("Printer:SetCrc32PrinterData(LPCTSTR, LPCTSTR, DWORD, PVOID, DWORD) failed because"), 2u);
 }
 
 TEST_F(PrinterDataTest, TheSpoolersOwnNamesLandInTheClass) {
