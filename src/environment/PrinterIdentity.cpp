@@ -1,30 +1,10 @@
 /// @file
 /// Which product a queue is: what the installer stored in its printer data.
-#include <algorithm>
-
+#include "environment/DottedNumbersImpl.h"
 #include "environment/PrinterImpl.h"
 #include "utilities/utilitiesdll/DriverLoadedContext.h"
 
 using vlm::TextOfStatus;
-
-namespace {
-
-/// One to four decimal numbers of at most five digits, with dots between.
-bool IsVersion(const CXString& kcsText) noexcept {
-    int cNumbers = 0, cDigits = 0;
-    for (const XCHAR ch : kcsText.View()) {
-        if (ch >= VTEXT('0') && ch <= VTEXT('9')) {
-            if (++cDigits > 5) return false;
-        } else {
-            if (ch != VTEXT('.') || cDigits == 0) return false;
-            ++cNumbers;
-            cDigits = 0;
-        }
-    }
-    return cDigits != 0 && cNumbers < 4;
-}
-
-}  // namespace
 
 CXString Printer::GetPrinterProductUniqueIdFromIniFile() {
     CXString csValue;
@@ -74,7 +54,8 @@ CXString Printer::GetPrinterModelVersion() {
                   m_hPrinter, DriverLoadedContext::GetName(), TextOfStatus(dwStatus));
     }
     // Deliberate: a blank is missing in the text.
-    if (!IsVersion(csValue)) {
+    const int cNumbers = vlm::CountDottedNumbers(csValue.View(), 5);
+    if (cNumbers < 1 || cNumbers > 4) {
         VLM_THROW(ExceptionPrinterFailure,
                   VTEXT("Printer::GetPrinterModelVersion(): %s read from PrinterDriverDatais not a valid model "
                         "version.\nContext = %s\nWindows Error = %s\n"),

@@ -5,6 +5,7 @@
 #include <array>
 #include <utility>
 
+#include "environment/DottedNumbersImpl.h"
 #include "platform/SpoolerPort.h"
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
@@ -19,26 +20,12 @@ constexpr const XCHAR* MONITOR_CHANNEL = VTEXT(",XcvMonitor Standard TCP/IP Port
 constexpr DWORD FIRST_DEVICE = 1;
 constexpr const XCHAR* COMMUNITY = VTEXT("public");
 
-/// Is the address four decimal numbers with dots between?
-bool IsIPAddress(const CXString& kcsAddress) {
-    int iPosition = 0, iParts = 0;
-    if (kcsAddress.GetLength() > TCPPortData::MAX_IP_ADDRESS ||
-        !kcsAddress.SpanExcluding(VTEXT("0123456789.")).IsEmpty())
-        return false;
-    for (CXString csPart = kcsAddress.Tokenize(VTEXT("."), iPosition); !csPart.IsEmpty();
-         csPart = kcsAddress.Tokenize(VTEXT("."), iPosition)) {
-        ++iParts;
-        if (!csPart.IsContainNumericCharsOnly() || csPart.GetLength() > 3) return false;
-    }
-    return iParts == 4;
-}
-
 TCPPortData MakePortData(const CXString& kcsPortName, const CXString& kcsAddress) {
     TCPPortData oData;
     oData.m_csPortName = kcsPortName;
     oData.m_dwProtocol = TCPPortData::PROTOCOL_RAW_TCP;
     oData.m_csHostAddress = kcsAddress;
-    if (IsIPAddress(kcsAddress)) oData.m_csIPAddress = kcsAddress;
+    if (vlm::CountDottedNumbers(kcsAddress.View(), 3) == 4) oData.m_csIPAddress = kcsAddress;
     oData.m_csCommunity = COMMUNITY;
     oData.m_dwPortNumber = TCPMonPort::RAW_PORT_NUMBER;
     oData.m_dwSNMPEnabled = 1;

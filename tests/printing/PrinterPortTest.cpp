@@ -117,8 +117,10 @@ protected:
 TEST_F(PrinterPortTest, ATcpPortIsSentAsItsRecord) {
     TCPMonPort oPort;
     EXPECT_TRUE(oPort.AddTCPPort("Office", "printer.example", PT_RAW_TCP));
+    EXPECT_TRUE(oPort.AddTCPPort("Dots", "10..1.2.3", PT_RAW_TCP));  // no IP address
     EXPECT_TRUE(oPort.AddTCPPort("10.1.2.3", PT_RAW_TCP));
     EXPECT_THAT(m_vInputs, testing::ElementsAre(Record(VTEXT("Office"), VTEXT("printer.example"), VTEXT("")),
+                                                Record(VTEXT("Dots"), VTEXT("10..1.2.3"), VTEXT("")),
                                                 Record(VTEXT("X_10.1.2.3"), VTEXT("10.1.2.3"), VTEXT("10.1.2.3"))));
     EXPECT_THAT(m_vCommands, testing::Each(XString(VTEXT("AddPort"))));
     EXPECT_EQ(m_oFake.spooler.LastAccess(), SpoolerPort::ACCESS_ADMINISTER);
