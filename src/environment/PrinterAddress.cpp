@@ -207,7 +207,8 @@ void Printer::UpdatePortCacheAsPortChanged() noexcept {
 
 bool Printer::GetPortInfo(HANDLE hPrinter, CXString& rcsMonitor) noexcept {
     return vlm::TryOperation([&] {
-        rcsMonitor = MonitorOf(ServerOf(hPrinter), GetPrinterPort(hPrinter));
+        const CXString csServer = ServerOf(hPrinter);
+        rcsMonitor = MonitorOf(csServer, GetPrinterPort(hPrinter));
         return !rcsMonitor.IsEmpty();
     });
 }
@@ -223,8 +224,10 @@ CXString Printer::GetMonitorsSubKeyPath(const XCHAR* pszSubKey, const XCHAR* psz
 }
 
 bool Printer::GetIPOrHostNameFromTcpMon(CXString& rcsAddress) noexcept {
-    return vlm::TryOperation(
-        [&] { return GetIPOrHostNameFromTcpMon(ServerOf(m_hPrinter), GetPrinterPort(), rcsAddress); });
+    return vlm::TryOperation([&] {
+        const CXString csServer = ServerOf(m_hPrinter);
+        return GetIPOrHostNameFromTcpMon(csServer, GetPrinterPort(), rcsAddress);
+    });
 }
 
 bool Printer::GetIPOrHostNameFromTcpMon(const XCHAR* pszPort, CXString& rcsAddress) noexcept {

@@ -220,9 +220,8 @@ bool Printer::GetSupportedTrays(std::vector<CXString>& rvcsTrays) noexcept {
         }
         // Where no driver can be asked there is what it published for the directory.
         ByteBuffer bbNames;
-        DWORD dwType = 0;
         if (vcsTrays.empty() && CallGetPrinterDataExWithRetries(m_hPrinter, VTEXT("DsDriver"), VTEXT("printBinNames"),
-                                                                &dwType, bbNames) == 0) {
+                                                                nullptr, bbNames) == 0) {
             CXString csNames = bbNames.getAsStringValue();
             for (XStringView svRest = csNames.View(); !svRest.empty();) {
                 const std::size_t cUnits = std::min(svRest.find(XCHAR{0}), svRest.size());
