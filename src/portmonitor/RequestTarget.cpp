@@ -161,10 +161,8 @@ XStringView BasePathOfRoot(_HKEYREGISTRY_ eRoot) noexcept {
 Status ResolveKey(_HKEYREGISTRY_ eRoot, const CXString& kcsSid, const CXString& kcsSubKey, ResolvedKey& rKey) {
     ResolvedKey oKey;
     oKey.m_eRoot = eRoot;
-    if (IsUserRoot(eRoot)) {
-        oKey.m_eTree = ResolvedKey::Tree::User;
-        oKey.m_csSid = kcsSid;
-    }
+    if (DoesRootNeedSid(eRoot)) oKey.m_csSid = kcsSid;
+    if (IsUserRoot(eRoot)) oKey.m_eTree = ResolvedKey::Tree::User;
     CXString csBase = BasePathOfRoot(eRoot);
     if (eRoot == HKeyRegistry::Hkey_Low_Rights_Storage_User) csBase += VTEXT("\\") + kcsSid;
     if (kcsSubKey.IsEmpty()) {

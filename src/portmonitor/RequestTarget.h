@@ -12,7 +12,7 @@ struct ResolvedKey {
 
     Tree m_eTree = Tree::Machine;
     _HKEYREGISTRY_ m_eRoot = HKeyRegistry::Hkey_None;  ///< the hive that it was reached through
-    CXString m_csSid;   ///< of the user's tree; ".DEFAULT" for the default user; empty for the machine
+    CXString m_csSid;   ///< the user that the hive is about; ".DEFAULT" for the default user; empty for other hives
     CXString m_csPath;  ///< "Software\Velom\…"; never empty in the machine tree
 };
 

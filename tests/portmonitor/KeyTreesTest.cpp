@@ -8,6 +8,7 @@ namespace {
 
 constexpr auto VERSION = HKeyRegistry::Hkey_Machine_Version;
 constexpr auto STORAGE = HKeyRegistry::Hkey_Low_Rights_Storage;
+constexpr auto STORAGE_USER = HKeyRegistry::Hkey_Low_Rights_Storage_User;
 
 XString InVersion(const XCHAR* pszPath) {
     return XString(VERSION_PATH) + VTEXT("\\") + pszPath;
@@ -37,25 +38,27 @@ ByteBuffer Zeros(std::size_t cBytes) {
     return bbData;
 }
 
-TEST(KeyTrees, ACopyHasEveryValueAndKeyAndKeepsWhatIsThere) {
+TEST(KeyTrees, ACopyGoesThroughAHandleAndKeepsWhatIsThere) {
     MonitorBench oBench;
     FakeRegistryPort& rRegistry = oBench.oFake.registry;
     rRegistry.AddText(InVersion(VTEXT("From")), VTEXT(""), VTEXT("default"));
     rRegistry.AddDword(InVersion(VTEXT("From\\A\\B")), VTEXT("n"), 5);
-    rRegistry.AddKey(InVersion(VTEXT("From\\C")));
     rRegistry.AddDword(InVersion(VTEXT("To\\A")), VTEXT("kept"), 1);
     rRegistry.AddDword(InVersion(VTEXT("To\\A\\B")), VTEXT("N"), 6);
-    EXPECT_EQ(Copy(oBench, VTEXT("To"), VTEXT("From")), Status::Success);
+    PortMonitorRequest oByHandle =
+        MakeRequest(Function::CopyKeyAndSubkeysFrom, oBench.OpenToken(Function::OpenKey, VTEXT("To")));
+    oByHandle.m_csThird = VTEXT("From");
+    EXPECT_EQ(oBench.Send(oByHandle), Status::Success);
     EXPECT_EQ(rRegistry.ValueAt(InVersion(VTEXT("To")), VTEXT(""))->vbyData.size(), 16u);
     EXPECT_EQ(rRegistry.ValueAt(InVersion(VTEXT("To\\A\\B")), VTEXT("n"))->vbyData[0], 5);
     EXPECT_TRUE(rRegistry.ValueAt(InVersion(VTEXT("To\\A")), VTEXT("kept")));
-    EXPECT_TRUE(rRegistry.HasKey(InVersion(VTEXT("To\\C"))));
-    // Into a key that is made by it, and through a key handle.
-    const ULONGLONG ullToken = oBench.OpenToken(Function::CreateKey, VTEXT("Other"));
-    PortMonitorRequest oByHandle = MakeRequest(Function::CopyKeyAndSubkeysFrom, ullToken);
-    oByHandle.m_csThird = VTEXT("From");
+    // In a user's own storage, where the handle knows whose it is.
+    rRegistry.AddDword(InStorage(XString(OWN_SID) + VTEXT("\\From")), VTEXT("n"), 7);
+    PortMonitorRequest oStorage = MakeRequest(Function::CreateKey, STORAGE_USER, VTEXT("To"));
+    oStorage.m_csThird = OWN_SID;
+    oByHandle.m_ullKeyHandle = TokenIn(oBench.Send(oStorage));
     EXPECT_EQ(oBench.Send(oByHandle), Status::Success);
-    EXPECT_TRUE(rRegistry.HasKey(InVersion(VTEXT("Other\\A\\B"))));
+    EXPECT_TRUE(rRegistry.ValueAt(InStorage(XString(OWN_SID) + VTEXT("\\To")), VTEXT("n")));
     EXPECT_EQ(Copy(oBench, VTEXT("Third"), VTEXT("none")), Status::FileNotFound);
     EXPECT_FALSE(rRegistry.HasKey(InVersion(VTEXT("Third"))));
 }
@@ -117,19 +120,6 @@ TEST(KeyTrees, CopiesAreBounded) {
     EXPECT_EQ(Copy(oBench, VTEXT("z"), VTEXT("Large")), Status::NoSystemResources);
     rRegistry.AddValue(InVersion(VTEXT("Link")), VTEXT("v"), RegistryPort::TYPE_LINK, {1, 2});
     EXPECT_EQ(Copy(oBench, VTEXT("z"), VTEXT("Link")), Status::AccessDenied);
-}
-
-TEST(KeyTrees, DeletionTakesWholeTreesThatAreTheCallersOwn) {
-    MonitorBench oBench;
-    FakeRegistryPort& rRegistry = oBench.oFake.registry;
-    rRegistry.AddDword(InVersion(VTEXT("One\\Two\\Three\\Four")), VTEXT("n"), 1);
-    rRegistry.AddKey(InVersion(VTEXT("One\\Two\\Five")));
-    EXPECT_EQ(Delete(oBench, VTEXT("One\\Two"), Function::DeleteKey), Status::AccessDenied);
-    EXPECT_EQ(Delete(oBench, VTEXT("One\\Two\\Five"), Function::DeleteKey), Status::Success);
-    EXPECT_EQ(Delete(oBench, VTEXT("One\\Two")), Status::Success);
-    EXPECT_FALSE(rRegistry.HasKey(InVersion(VTEXT("One\\Two"))));
-    EXPECT_EQ(Delete(oBench, VTEXT("One\\Two")), Status::FileNotFound);
-    EXPECT_EQ(oBench.oFake.registry.OpenHandles(), 0u);
 }
 
 TEST(KeyTrees, WhatIsTrustedDoesNotGoWithTheKeyAboveIt) {
