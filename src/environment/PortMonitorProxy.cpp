@@ -1,10 +1,9 @@
 /// @file
 /// One registry operation, from its arguments to the request that the port monitor accepts.
-#include <limits>
-
 #include "environment/PortMonitorImpl.h"
 #include "environment/PortMonitorRequestRules.h"
 #include "utilities/debuggingandexceptions/NoThrow.h"
+#include "utilities/registry/detail/RegistryCounter.h"
 
 namespace {
 
@@ -35,16 +34,6 @@ CXString TidyKeyPath(const CXString& kcsPath) {
     return csTidy.TrimRight(VTEXT('\\'));
 }
 
-/// (value + 1) modulo the modulus, with the remainder's sign of the system's division; the sum wraps.
-/// @return false for a modulus of 0, and for one of -1 with the largest value, whose remainder does not exist.
-template <class Integer>
-bool NextOfCounter(Integer value, Integer modulus, Integer& rNext) noexcept {
-    using Unsigned = std::make_unsigned_t<Integer>;
-    if (modulus == 0 || (modulus == -1 && value == std::numeric_limits<Integer>::max())) return false;
-    rNext = static_cast<Integer>(static_cast<Integer>(static_cast<Unsigned>(value) + 1) % modulus);
-    return true;
-}
-
 bool DecodeNumber(std::span<const BYTE> reply, LONG& rlValue) noexcept {
     return vlm::PortMonitorReply::DecodeLong(reply, rlValue);
 }
@@ -72,13 +61,14 @@ bool VelomPortMonitor::Proxy::DoWithText(const ProxyOperation& rOperation, const
 template <class Integer>
 bool VelomPortMonitor::Proxy::Increment(const ProxyOperation& rOperation, _XPMRegistryFunction eStore,
                                         Integer defaultValue, Integer modulus, Integer& rValue) noexcept {
-    Integer next = 0;
-    if (!NextOfCounter(defaultValue, modulus, next)) return Note(Fail(Status::InvalidParameter));
+    if (modulus == 0) return Note(Fail(Status::InvalidParameter));
     const vlm::NumberBytes oModulus(modulus);
     const bool fDone = Do({rOperation.m_eFunction, rOperation.m_kcsName, oModulus},
                           [&rValue](const ByteBuffer& kbbReply) { return DecodeNumber(kbbReply, rValue); });
     if (fDone || m_rMonitor.m_dwLastStatus != vlm::ToDword(Status::FileNotFound)) return fDone;
     // An absent value is the client's to begin: the request has no room for the default.
+    Integer next = 0;
+    if (!vlm::NextOfCounter(defaultValue, modulus, next)) return Note(Fail(Status::InvalidParameter));
     const vlm::NumberBytes oNext(next);
     if (!Do({eStore, rOperation.m_kcsName, oNext})) return false;
     rValue = defaultValue;

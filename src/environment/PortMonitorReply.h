@@ -19,7 +19,7 @@ namespace vlm {
 ///     Long      4       the first four bytes of the value
 ///     Long64    8       the first eight
 ///     Count     4
-///     Text      2n + 2  UTF-16 with its zero; a value stored without one gets it
+///     Text      2n + 2  UTF-16 with its zero; a value stored without one gets it, a stored text ends at its first
 ///     Bytes     any     the value's data as stored
 ///     Names     4 + ..  count; then each name as a counted string (2 bytes count, UTF-16 units)
 ///     Values    ..      an entry of 32 bytes for each value asked for, in that order; then the data, in that order and

@@ -2,12 +2,12 @@
 /// Reads, writes, renames and counts up values.
 #include "portmonitor/ValueOperations.h"
 
-#include <limits>
 #include <type_traits>
 
 #include "environment/PortMonitorRequestRules.h"
 #include "portmonitor/KeyContents.h"
 #include "utilities/Bounds.h"
+#include "utilities/registry/detail/RegistryCounter.h"
 
 namespace vlm {
 
@@ -45,8 +45,14 @@ Status ReadBoolean(const PortMonitorRequest& rRequest, HKEY hKey, ByteBuffer& rb
 Status ReadText(const PortMonitorRequest& rRequest, HKEY hKey, ByteBuffer& rbbReply) {
     StoredValue oValue;
     const Status eStatus = ReadValue(hKey, rRequest.m_csValueName, oValue);
-    if (eStatus == Status::Success) PortMonitorReply::AppendText(rbbReply, oValue.m_vbyData);
-    return eStatus;
+    if (eStatus != Status::Success) return eStatus;
+    const bool fOneText = oValue.m_dwType == RegistryPort::TYPE_SZ || oValue.m_dwType == RegistryPort::TYPE_EXPAND_SZ;
+    std::span<const BYTE> text = oValue.m_vbyData;
+    for (std::size_t i = 0; fOneText && i + 2 <= text.size(); i += 2) {
+        if (text[i] == 0 && text[i + 1] == 0) text = text.first(i);
+    }
+    PortMonitorReply::AppendText(rbbReply, text);
+    return Status::Success;
 }
 
 Status ReadBytes(const PortMonitorRequest& rRequest, HKEY hKey, ByteBuffer& rbbReply) {
@@ -56,15 +62,17 @@ Status ReadBytes(const PortMonitorRequest& rRequest, HKEY hKey, ByteBuffer& rbbR
     return eStatus;
 }
 
-Status AskForExistence(const PortMonitorRequest& rRequest, HKEY hKey) {
+Status AskForExistence(HKEY hKey, const CXString& kcsName) {
     DWORD dwType = 0, cbData = 0;
-    return Registry().QueryValue(hKey, rRequest.m_csValueName, dwType, nullptr, cbData);
+    return Registry().QueryValue(hKey, kcsName, dwType, nullptr, cbData);
 }
 
-/// What is read is gone for the next reader; both under the monitor's lock.
+/// What is read, or too short to be read, is gone for the next reader; both under the monitor's lock.
 Status ReadAndClear(const PortMonitorRequest& rRequest, HKEY hKey, ByteBuffer& rbbReply) {
     const Status eStatus = ReadBoolean(rRequest, hKey, rbbReply);
-    return eStatus == Status::Success ? Registry().DeleteValue(hKey, rRequest.m_csValueName) : eStatus;
+    if (eStatus != Status::Success && eStatus != Status::InvalidData) return eStatus;
+    const Status eDeleted = Registry().DeleteValue(hKey, rRequest.m_csValueName);
+    return eDeleted == Status::Success ? eStatus : eDeleted;
 }
 
 template <class T>
@@ -80,11 +88,11 @@ template <class T>
 Status Increase(const PortMonitorRequest& rRequest, HKEY hKey, DWORD dwType, ByteBuffer& rbbReply) {
     StoredValue oValue;
     const Status eStatus = ReadPart(rRequest, hKey, sizeof(T), oValue);
-    if (eStatus != Status::Success) return eStatus;
-    const T value = NumberFrom<T>(oValue.m_vbyData);
-    const T modulus = NumberFrom<T>(rRequest.m_bbData);
-    if (modulus == -1 && value == std::numeric_limits<T>::max()) return Status::InvalidParameter;
-    const T next = static_cast<T>(static_cast<std::make_unsigned_t<T>>(value) + 1) % modulus;
+    // Too few bytes are no counter: it begins anew, as an absent one does.
+    if (eStatus != Status::Success) return eStatus == Status::InvalidData ? Status::FileNotFound : eStatus;
+    T next = 0;
+    if (!NextOfCounter(NumberFrom<T>(oValue.m_vbyData), NumberFrom<T>(rRequest.m_bbData), next))
+        return Status::InvalidParameter;
     ByteBuffer bbNext;
     if constexpr (sizeof(T) == 4) {
         bbNext.appendIntValue(next);
@@ -202,7 +210,7 @@ Status RunValueOperation(const PortMonitorRequest& rRequest, HKEY hKey, ByteBuff
         case RenameValue:
             return Rename(rRequest, hKey);
         case DoesValueExist:
-            return AskForExistence(rRequest, hKey);
+            return AskForExistence(hKey, kcsName);
         case QueryMultipleValues:
             return QueryMany(rRequest, hKey, rbbReply);
         case GetClearBooleanValue:

@@ -20,6 +20,18 @@ namespace {
 
 constexpr auto VERSION = HKeyRegistry::Hkey_Machine_Version;
 
+/// A user of few rights, and a monitor behind the spooler.
+struct JoinedBench {
+    JoinedBench() {
+        oFake.spooler.AddMonitor(VTEXT("Velom Virtualization Port"), VTEXT("q7lrsl.dll"));
+        oFake.registry.AddKey(VERSION_PATH);
+        oFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(OWN_SID));
+    }
+
+    FakePlatform oFake;
+    const PlatformScope oScope{oFake.Get()};
+};
+
 /// What a key answered, one line for each operation with the status behind it.
 class Transcript {
 public:
@@ -58,8 +70,9 @@ std::vector<std::string> UseEverything(bool fDirect) {
     oKey.SetStringValue(VTEXT("empty"), VTEXT(""));
     oKey.SetBytesValue(VTEXT("bytes"), bbData);
     oKey.SetLongValue(VTEXT(""), 5);
-    for (const XCHAR* pszName : {VTEXT("flag"), VTEXT("LONG"), VTEXT("long64"), VTEXT("text"), VTEXT("empty"),
-                                 VTEXT("bytes"), VTEXT(""), VTEXT("absent")}) {
+    for (const XCHAR* pszName :
+         {VTEXT("flag"), VTEXT("LONG"), VTEXT("long64"), VTEXT("text"), VTEXT("empty"), VTEXT("bytes"), VTEXT(""),
+          VTEXT("absent"), VTEXT("two texts"), VTEXT("list"), VTEXT("short"), VTEXT("nothing")}) {
         oNotes.Note("exists", oKey.DoesValueExist(pszName));
         oNotes.Note("boolean", oKey.GetBooleanValue(pszName, true));
         oNotes.Note("long", oKey.GetLongValue(pszName, -1));
@@ -68,13 +81,14 @@ std::vector<std::string> UseEverything(bool fDirect) {
         oNotes.Note("bytes", oKey.GetBytesValue(pszName, bbBack));
         oNotes.Note("bytes", bbBack.getAsHexBinaryString());
     }
-    for (const LONG lModulus : {3, -1000, 1}) {
-        oNotes.Note("count", oKey.GetIncLongValue(VTEXT("counter"), 5, lModulus));
+    for (const LONG lModulus : {3, -1000, 1, -1}) {
+        oNotes.Note("count", oKey.GetIncLongValue(VTEXT("counter"), std::numeric_limits<LONG>::max(), lModulus));
+        oNotes.Note("count", oKey.GetIncLongValue(VTEXT("short"), 5, lModulus));
         oNotes.Note("count", oKey.GetIncLong64Value(VTEXT("counter64"), 5, lModulus));
         oNotes.Note("wrap", oKey.GetIncLongValue(VTEXT("long"), 5, lModulus));
     }
-    oNotes.Note("consume", oKey.GetClearBooleanValue(VTEXT("flag"), false));
-    oNotes.Note("consume", oKey.GetClearBooleanValue(VTEXT("flag"), false));
+    for (const XCHAR* pszName : {VTEXT("flag"), VTEXT("flag"), VTEXT("nothing"), VTEXT("nothing")})
+        oNotes.Note("consume", oKey.GetClearBooleanValue(pszName, true));
     oNotes.Note("rename", oKey.RenameValue(VTEXT("text"), VTEXT("TEXT")));
     oNotes.Note("rename", oKey.RenameValue(VTEXT("TEXT"), VTEXT("other")));
     oNotes.Note("rename", oKey.RenameValue(VTEXT("absent"), VTEXT("other")));
@@ -89,7 +103,10 @@ std::vector<std::string> UseEverything(bool fDirect) {
     oNotes.Note("key", vcsNames);
     oKey.EnumValueNames(vcsNames);
     oNotes.Note("value", vcsNames);
-    RegistryMultiValueOperations oValues;
+    oKey.SetBytesValue(VTEXT("nothing"), ByteBuffer());
+    RegistryMultiValueOperations oValues, oNothing;
+    oNothing.Add(VTEXT("nothing"));
+    oNotes.Note("query", oKey.QueryMultipleValues(oNothing));
     oValues.Add(VTEXT("other"));
     oValues.Add(VTEXT("long64"));
     oNotes.Note("query", oKey.QueryMultipleValues(oValues));
@@ -107,18 +124,73 @@ std::vector<std::string> UseEverything(bool fDirect) {
 TEST(RegistryKeyJoined, AForwardedKeyAnswersLikeADirectOne) {
     std::vector<std::string> vDirect, vForwarded;
     for (const bool fDirect : {true, false}) {
-        FakePlatform oFake;
-        oFake.spooler.AddMonitor(VTEXT("Velom Virtualization Port"), VTEXT("q7lrsl.dll"));
-        oFake.registry.AddKey(VERSION_PATH);
-        oFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(OWN_SID));
-        const PlatformScope oScope(oFake.Get());
+        JoinedBench oBench;
+        const XString path = XString(VERSION_PATH) + VTEXT("\\Key");
+        oBench.oFake.registry.AddValue(path, VTEXT("two texts"), RegistryPort::TYPE_SZ, FromHex("410000004200"));
+        oBench.oFake.registry.AddValue(path, VTEXT("list"), RegistryPort::TYPE_MULTI_SZ, FromHex("410000004200000000"));
+        oBench.oFake.registry.AddValue(path, VTEXT("short"), RegistryPort::TYPE_BINARY, FromHex("0102"));
+        oBench.oFake.registry.AddValue(path, VTEXT("nothing"), RegistryPort::TYPE_BINARY, {});
         (fDirect ? vDirect : vForwarded) = UseEverything(fDirect);
-        EXPECT_EQ(oFake.TakenResources(), 0u);
+        EXPECT_EQ(oBench.oFake.TakenResources(), 0u);
     }
-    ASSERT_GT(vDirect.size(), 70u);
+    ASSERT_GT(vDirect.size(), 110u);
     ASSERT_EQ(vForwarded.size(), vDirect.size());
     for (std::size_t i = 0; i < vDirect.size(); ++i)
         EXPECT_EQ(vForwarded[i], vDirect[i]) << "line " << i;
+}
+
+TEST(RegistryKeyJoined, RefusalsAreToldApartAndTheKeyGoesToItsCopy) {
+    JoinedBench oBench;
+    RegistryKey oFirst(VERSION, RegistryKey::AS_NEEDED, RegistryKey::OWN_TREE);
+    oFirst.CreateRegistryKey(VTEXT("Key"), RegistryKey::READ_WRITE_ACCESS);
+    RegistryKey oKey(oFirst);
+    EXPECT_FALSE(oFirst.GetPortMonitor());
+    EXPECT_EQ(oFirst.GetLongValue(VTEXT("n"), 5), 5);
+    oKey.SetLongValue(VTEXT("n"), 1);
+    EXPECT_THROW(oKey.SetLongValue(VTEXT("XMLConstraint"), 1), ExceptionRegistryRequest);
+    EXPECT_THROW(oKey.SetBooleanValue(VTEXT("XMLConstraint"), true), ExceptionRegistryRequest);
+    EXPECT_EQ(oKey.GetLastStatus(), ToDword(Status::AccessDenied));
+    // What no request can say.
+    EXPECT_FALSE(oKey.CopyKeyAndSubkeysFrom(HKeyRegistry::Hkey_Current_User, VTEXT("Other")));
+    EXPECT_EQ(oKey.GetLastStatus(), ToDword(Status::NotSupported));
+    EXPECT_THROW(oKey.SetValue(VTEXT("v"), RegistryPort::TYPE_MULTI_SZ, ByteBuffer()), ExceptionRegistryRequest);
+    EXPECT_EQ(oKey.GetLastStatus(), ToDword(Status::NotSupported));
+    EXPECT_THROW(VelomUtilities::Write32BitValueIntoRegistry(VERSION, VTEXT("Key"), VTEXT("XMLConstraint"), 1),
+                 ExceptionRegistryRequest);
+    // Without a monitor the process does what it may itself.
+    oBench.oFake.spooler.RefuseOpen(static_cast<Status>(SpoolerPort::INVALID_PRINTER_NAME));
+    const auto apoDirect = RegistryKey::TryOpenRegistryKey(VERSION, VTEXT("Key"));
+    ASSERT_TRUE(apoDirect);
+    EXPECT_FALSE(apoDirect->IsForwarded());
+    EXPECT_EQ(apoDirect->GetLongValue(VTEXT("n"), 0), 1);
+}
+
+TEST(RegistryKeyJoined, WhateverFailsAForwardedWriteIsDoneOrNot) {
+    FaultLoop oLoop;
+    oLoop.vStatuses = {Status::AccessDenied, Status::NotEnoughMemory, static_cast<Status>(1726)};
+    oLoop.fnPrepare = [](FakePlatform& rFake) {
+        rFake.identity.SetMisuseFailsTest(false);
+        rFake.spooler.AddMonitor(VTEXT("Velom Virtualization Port"), VTEXT("q7lrsl.dll"));
+        rFake.registry.AddKey(VERSION_PATH);
+    };
+    oLoop.fnRun = [] {
+        return Attempt<ExceptionRegistryRequest, ExceptionOutOfMemory>([&] {
+            RegistryKey oKey(VERSION, RegistryKey::AS_NEEDED, RegistryKey::OWN_TREE);
+            oKey.CreateRegistryKey(VTEXT("Key"), RegistryKey::FULL_ACCESS);
+            oKey.SetLongValue(VTEXT("v"), 7);
+        });
+    };
+    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome eOutcome) {
+        const auto oValue = rFake.registry.ValueAt(XString(VERSION_PATH) + VTEXT("\\Key"), VTEXT("v"));
+        if (eOutcome == FaultOutcome::Succeeded) {
+            EXPECT_TRUE(oValue);
+        }
+        if (oValue) {
+            EXPECT_EQ(ToHex(oValue->vbyData), "07000000");
+        }
+        EXPECT_FALSE(rFake.identity.EndedWith() && eOutcome == FaultOutcome::Succeeded);
+    };
+    EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 10u);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 /// @file
 /// Reads of a registry key's values.
-#include <algorithm>
-#include <limits>
 #include <type_traits>
 
 #include "environment/PortMonitor.h"
@@ -9,6 +7,7 @@
 #include "utilities/Bounds.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 #include "utilities/registry/RegistryKey.h"
+#include "utilities/registry/detail/RegistryCounter.h"
 #include "utilities/registry/detail/RegistryKeyImpl.h"
 #include "utilities/registry/detail/RegistryStatus.h"
 
@@ -38,7 +37,6 @@ DWORD RegistryKey::ReadValue(const CXString& kcsName, ByteBuffer& rbbData, DWORD
     Status eStatus = Registry().QueryValue(m_hKey, kcsName, rdwType, nullptr, cbData);
     // The value may have another size by the time that it is read.
     for (int i = 0; i < MAX_READ_ATTEMPTS && (eStatus == Status::Success || eStatus == Status::MoreData); ++i) {
-        if (eStatus == Status::Success && cbData == rbbData.size()) return 0;
         if (cbData > vlm::bounds::MAX_REGISTRY_VALUE_BYTES) return ToDword(Status::MoreData);
         VLM_REPORT(DebugCategory::Registry, VTEXT("RegQueryValueEx() reserving %ld bytes for the data"), cbData);
         rbbData.resize(cbData);
@@ -190,7 +188,8 @@ T RegistryKey::GetAndIncrement(const CXString& kcsName, T defaultValue, T modulu
     const DWORD dwStatus = m_dwLastStatus;
     const bool fAbsent = dwStatus == ToDword(Status::FileNotFound) || dwStatus == ToDword(Status::InvalidData);
     if (!fRead && !fAbsent) return value;
-    const bool fCanCount = modulus != 0 && (modulus != -1 || value != std::numeric_limits<T>::max());
+    T next = 0;
+    const bool fCanCount = vlm::NextOfCounter(value, modulus, next);
     if (!fCanCount) {
         VLM_ASSERT_IN(DebugCategory::Errors | DebugCategory::Registry, fCanCount,
                       VTEXT("The counter %s cannot go on from %lld modulo %lld"), kcsName, static_cast<LONGLONG>(value),
@@ -198,8 +197,6 @@ T RegistryKey::GetAndIncrement(const CXString& kcsName, T defaultValue, T modulu
         Note(ToDword(Status::InvalidParameter));
         return value;
     }
-    using Unsigned = std::make_unsigned_t<T>;
-    const T next = static_cast<T>(static_cast<T>(static_cast<Unsigned>(value) + 1) % modulus);
     ByteBuffer bbNext;
     if constexpr (sizeof(T) == sizeof(LONG)) {
         bbNext.appendLongValue(next);
