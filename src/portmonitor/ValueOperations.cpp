@@ -114,10 +114,13 @@ Status Rename(const PortMonitorRequest& rRequest, HKEY hKey) {
     if (oValue.m_dwType == RegistryPort::TYPE_LINK) return Status::AccessDenied;
     if (kcsOld.CompareNoCase(csNew) != 0) {
         eStatus = Write(hKey, csNew, oValue.m_dwType, oValue.m_vbyData);
-        return eStatus == Status::Success ? Registry().DeleteValue(hKey, kcsOld) : eStatus;
+        if (eStatus == Status::Success) eStatus = Registry().DeleteValue(hKey, kcsOld);
+        // A registry that knows the case of more letters than ours takes both for one name: the value is gone with it.
+        if (eStatus != Status::Success || AskForExistence(hKey, csNew) != Status::FileNotFound) return eStatus;
+    } else {
+        eStatus = Registry().DeleteValue(hKey, kcsOld);
+        if (eStatus != Status::Success) return eStatus;
     }
-    eStatus = Registry().DeleteValue(hKey, kcsOld);
-    if (eStatus != Status::Success) return eStatus;
     eStatus = Write(hKey, csNew, oValue.m_dwType, oValue.m_vbyData);
     if (eStatus != Status::Success) Write(hKey, kcsOld, oValue.m_dwType, oValue.m_vbyData);
     return eStatus;

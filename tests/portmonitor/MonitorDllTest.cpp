@@ -167,7 +167,10 @@ TEST_F(MonitorDll, EveryCodeIsAnswered) {
     EXPECT_EQ(Hex(On(GetClearBooleanValue, VTEXT("b"))), "01");
     EXPECT_EQ(On(DoesValueExist, VTEXT("b")), Status::FileNotFound);
     EXPECT_EQ(On(RenameValue, VTEXT("y"), TextData(VTEXT("Y"))), Status::Success);
-    EXPECT_EQ(On(DeleteValue, VTEXT("Y")), Status::Success);
+    // Two names to us, one to the system.
+    EXPECT_EQ(On(RenameValue, VTEXT("Y"), TextData(VTEXT("\u00C4"))), Status::Success);
+    EXPECT_EQ(On(RenameValue, VTEXT("\u00C4"), TextData(VTEXT("\u00E4"))), Status::Success);
+    EXPECT_EQ(On(DeleteValue, VTEXT("\u00E4")), Status::Success);
     EXPECT_EQ(Hex(On(GetCountOfValues)), "03000000");
     std::vector<CXString> vcsNames;
     EXPECT_TRUE(PortMonitorReply::DecodeNames(On(EnumValueNames).vbyReply, vcsNames));

@@ -50,8 +50,8 @@ public:
     /// How often a read asks again when a value has grown since its size was asked for.
     static constexpr int MAX_READ_ATTEMPTS = 5;
 
-    /// Nothing is opened yet.  @throws ExceptionRegistryRequest for a hive that does not exist, and for
-    /// Hkey_Port_Monitor_Key.
+    /// Nothing is opened yet.  Hkey_Port_Monitor_Key is a failed assertion, and the key cannot be opened.
+    /// @throws ExceptionRegistryRequest for a hive that does not exist.
     RegistryKey(_HKEYREGISTRY_ eHive, bool fDirect, bool fUsersTree);
     /// Round a handle that is open already, which becomes the object's own.  Such a key is never forwarded.  When the
     /// constructor throws, the handle stays the caller's.
@@ -156,7 +156,8 @@ public:
     bool DeleteValue(const CXString& kcsName) noexcept;
     /// Gives a value another name.  Names that differ in case alone: the old value is deleted, then the data written
     /// under the new name, and put back under the old one should that fail.  Other names: written, then the old one
-    /// deleted; a value that has the new name is replaced.
+    /// deleted; a value that has the new name is replaced.  Where the registry takes two names for one, however they
+    /// differ, nothing is lost.
     /// @return whether both was done.
     bool RenameValue(const CXString& kcsOldName, const CXString& kcsNewName) noexcept;
 

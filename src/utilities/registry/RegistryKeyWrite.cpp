@@ -97,10 +97,13 @@ bool RegistryKey::RenameDirectly(const CXString& kcsOldName, const CXString& kcs
     if (!GetValue(kcsOldName, bbData, &dwType)) return false;
     if (kcsOldName == kcsNewName) return true;
     if (kcsOldName.CompareNoCase(kcsNewName) != 0) {
-        return Note(StoreValue(kcsNewName, dwType, bbData)) && DeleteValue(kcsOldName);
+        if (!Note(StoreValue(kcsNewName, dwType, bbData)) || !DeleteValue(kcsOldName)) return false;
+        // A registry that knows the case of more letters than ours takes both for one name: the value is gone with it.
+        if (DoesValueExist(kcsNewName)) return Note(0);
+    } else if (!DeleteValue(kcsOldName)) {
+        // The registry keeps the case of a name that it has: the value must go before it can come back.
+        return false;
     }
-    // The registry keeps the case of a name that it has: the value must go before it can come back.
-    if (!DeleteValue(kcsOldName)) return false;
     if (Note(StoreValue(kcsNewName, dwType, bbData))) return true;
     const DWORD dwStatus = m_dwLastStatus;
     StoreValue(kcsOldName, dwType, bbData);
