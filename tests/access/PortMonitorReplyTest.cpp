@@ -44,26 +44,6 @@ TEST(PortMonitorReply, LayoutsHaveTheirBytes) {
     }
 }
 
-TEST(PortMonitorReply, WhatIsWrittenIsTakenApartAgain) {
-    std::vector<CXString> vcsNames;
-    ASSERT_TRUE(PortMonitorReply::DecodeNames(NamesReply(), vcsNames));
-    EXPECT_EQ(vcsNames, (std::vector<CXString>{VTEXT("Ab"), VTEXT(""), VTEXT("C")}));
-    std::vector<PortMonitorReply::Value> vValues;
-    ASSERT_TRUE(PortMonitorReply::DecodeValues(ValuesReply(), 2, vValues));
-    EXPECT_EQ(vValues[0].m_dwType, 4u);
-    EXPECT_EQ(vValues[0].m_dwOffset, 64u);
-    EXPECT_EQ(vValues[0].m_cbData, 3u);
-    EXPECT_EQ(vValues[1].m_dwOffset, 67u);
-    CXString csText;
-    EXPECT_TRUE(PortMonitorReply::DecodeText(FromHex("41004200"
-                                                     "0000"),
-                                             csText));
-    EXPECT_EQ(csText, VTEXT("AB"));
-    LONGLONG llValue = 0;
-    EXPECT_TRUE(PortMonitorReply::DecodeLong64(FromHex("FEFFFFFFFFFFFFFF"), llValue));
-    EXPECT_EQ(llValue, -2);
-}
-
 TEST(PortMonitorReply, EveryCutAndEveryExtensionIsRefused) {
     std::vector<CXString> vcsNames;
     std::vector<PortMonitorReply::Value> vValues;

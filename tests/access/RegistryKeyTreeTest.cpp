@@ -25,20 +25,17 @@ TEST_P(RegistryKeyTree, CountsAndListsSayWhatIsThere) {
     EXPECT_TRUE(m_oKey.EnumKeyNamesAndValueNames(&vcsKeys, &vcsValues));
     EXPECT_TRUE(vcsKeys.empty() && vcsValues.empty());
     const CXString csLong(VTEXT('k'), 255), csLongValue(VTEXT('v'), 1000);
-    for (const XCHAR* pszKey : {VTEXT("Two"), VTEXT("one"), csLong.GetLpcwstr()})
-        EXPECT_TRUE(Make(pszKey)->IsCreated());
-    EXPECT_FALSE(Make(VTEXT("ONE"))->IsCreated());
+    EXPECT_TRUE(Make(csLong)->IsCreated());
+    EXPECT_FALSE(Make(csLong)->IsCreated());
+    Make(VTEXT("one"));
     m_oKey.SetLongValue(csLongValue, 1);
-    m_oKey.SetLongValue(VTEXT(""), 1);
     EXPECT_TRUE(m_oKey.AnySubKeysExist());
-    EXPECT_EQ(m_oKey.GetCountOfSubKeys(), 3u);
-    EXPECT_EQ(m_oKey.GetCountOfValues(), 2u);
-    EXPECT_TRUE(m_oKey.EnumKeyNames(vcsKeys));
-    EXPECT_TRUE(m_oKey.EnumValueNames(vcsValues));
+    EXPECT_EQ(m_oKey.GetCountOfSubKeys(), 2u);
+    EXPECT_EQ(m_oKey.GetCountOfValues(), 1u);
+    EXPECT_TRUE(m_oKey.EnumKeyNamesAndValueNames(&vcsKeys, &vcsValues));
     std::sort(vcsKeys.begin(), vcsKeys.end());
-    std::sort(vcsValues.begin(), vcsValues.end());
-    EXPECT_EQ(vcsKeys, (std::vector<CXString>{VTEXT("Two"), csLong, VTEXT("one")}));
-    EXPECT_EQ(vcsValues, (std::vector<CXString>{CXString(), csLongValue}));
+    EXPECT_EQ(vcsKeys, (std::vector<CXString>{csLong, VTEXT("one")}));
+    EXPECT_EQ(vcsValues, (std::vector<CXString>{csLongValue}));
 }
 
 TEST_P(RegistryKeyTree, KeysAreDeletedOneByOneOrWithAllBelow) {
@@ -46,24 +43,22 @@ TEST_P(RegistryKeyTree, KeysAreDeletedOneByOneOrWithAllBelow) {
     EXPECT_FALSE(m_oKey.DeleteKey(VTEXT("a")));
     EXPECT_EQ(m_oKey.GetLastStatus(), 5u);
     EXPECT_TRUE(m_oKey.DeleteKey(VTEXT("A\\b\\C")));
-    EXPECT_TRUE(Has(VTEXT("a\\b")));
-    EXPECT_FALSE(m_oKey.DeleteKey(VTEXT("none")));
-    EXPECT_EQ(m_oKey.GetLastStatus(), 2u);
     EXPECT_TRUE(m_oKey.DeleteKeyAndSubkeys(VTEXT("a")));
     EXPECT_FALSE(Has(VTEXT("a")));
-    EXPECT_FALSE(m_oKey.DeleteKeyAndSubkeys(VTEXT("a")));
     // An empty name would mean the key itself.
     EXPECT_FALSE(m_oKey.DeleteKey(VTEXT("")));
     EXPECT_FALSE(m_oKey.DeleteKeyAndSubkeys(VTEXT("")));
-    EXPECT_TRUE(m_oKey.DoesValueExist(VTEXT("")) || m_oKey.GetLastStatus() == 2);
 }
 
 TEST_P(RegistryKeyTree, ATreeIsCopiedFromAKeyOrFromAPath) {
     const auto apoSource = Make(VTEXT("source")), apoTarget = Make(VTEXT("target"));
     apoSource->SetLongValue(VTEXT("n"), 5);
     Make(VTEXT("source\\below"))->SetStringValue(VTEXT("t"), VTEXT("deep"));
+    apoTarget->SetLongValue(VTEXT("kept"), 6);
+    Make(VTEXT("target\\below"))->SetLongValue(VTEXT("T"), 7);
     EXPECT_TRUE(apoTarget->CopyKeyAndSubkeysFrom(*apoSource));
     EXPECT_EQ(apoTarget->GetLongValue(VTEXT("n"), 0), 5);
+    EXPECT_EQ(apoTarget->GetLongValue(VTEXT("kept"), 0), 6);
     EXPECT_EQ(Make(VTEXT("target\\below"))->GetStringValue(VTEXT("t"), VTEXT("")), CXString(VTEXT("deep")));
     const auto apoSecond = Make(VTEXT("second"));
     EXPECT_TRUE(apoSecond->CopyKeyAndSubkeysFrom(HIVE, m_csPath + VTEXT("\\source")));
@@ -73,6 +68,7 @@ TEST_P(RegistryKeyTree, ATreeIsCopiedFromAKeyOrFromAPath) {
     // Into the source itself: the copy ends.
     EXPECT_TRUE(Make(VTEXT("source\\below\\copy"))->CopyKeyAndSubkeysFrom(*apoSource));
     EXPECT_TRUE(Has(VTEXT("source\\below\\copy\\below\\copy")));
+    EXPECT_FALSE(Has(VTEXT("source\\below\\copy\\below\\copy\\below")));
 }
 
 TEST_P(RegistryKeyTree, CountsAreRefusedWithoutTheRightToAsk) {
@@ -87,16 +83,11 @@ TEST_P(RegistryKeyTree, CountsAreRefusedWithoutTheRightToAsk) {
     EXPECT_TRUE(vcsNames.empty());
     EXPECT_FALSE(apoWriter->AnySubKeysExist());
     EXPECT_EQ(apoWriter->GetLastStatus(), 5u);
-    for (const char* pszText :
-         {"Error calling GetCountOfSubKeys(). Does the hKey have the required permissions (e.g. KEY_WRITE does not "
-          "include queries.): ",
-          "Error calling GetCountOfValues(). Does the hKey have the required permissions (e.g. KEY_WRITE does not "
-          "include queries.): ",
-          "Error calling RegQueryInfoKey(). Does the hKey have the required permissions (e.g. KEY_WRITE does not "
-          "include queries.): ",
-          "Error enumerating reg subkeys to count them: "}) {
-        EXPECT_EQ(oSink.Count(pszText), 1u) << pszText;
-    }
+    const std::string hint =
+        ". Does the hKey have the required permissions (e.g. KEY_WRITE does not include queries.): ";
+    for (const char* pszCall : {"GetCountOfSubKeys()", "GetCountOfValues()", "RegQueryInfoKey()"})
+        EXPECT_EQ(oSink.Count("Error calling " + (pszCall + hint)), 1u) << pszCall;
+    EXPECT_EQ(oSink.Count("Error enumerating reg subkeys to count them: "), 1u);
     EXPECT_EQ(oSink.Count("(dwStatus == (DWORD)0L)"), 3u);
     EXPECT_EQ(oSink.Count("(dwStatus == 0L || dwStatus == 259L)"), 1u);
 }

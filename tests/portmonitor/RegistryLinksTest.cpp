@@ -1,7 +1,10 @@
 /// @file
 /// Symbolic links planted in the family's tree: at every place, for every operation, the key that they lead to stays as
 /// it is.  Runs against the platform in memory, and under Windows against the real registry.
+#include <map>
+
 #include "MonitorBench.h"
+#include "utilities/registry/detail/RegistryTree.h"
 
 namespace vlm::test {
 
@@ -15,57 +18,37 @@ protected:
 
     void SetUp() override {
         m_oFake.identity.SetProcessIdentity(FakeIdentityPort::MakeIdentity(OWN_SID, IdentityPort::INTEGRITY_SYSTEM));
-        const HKEY hMachine = Registry().RootKey(RegistryPort::Root::LocalMachine);
         m_name = Wide("q9-links-" + std::to_string(GetSystemPlatform().pProcess->CurrentProcessId()));
-        m_hBase = Make(hMachine, VTEXT("Software\\Velom\\") + m_name);
-        m_hVictims = Make(hMachine, VTEXT("Software\\") + m_name);
-        const HKEY hVictim = Make(m_hVictims, VTEXT("victim\\inner\\leaf"));
-        EXPECT_EQ(Registry().SetValue(hVictim, VTEXT("secret"), RegistryPort::TYPE_DWORD, "\1\2\3\4", 4),
+        m_hBase = Make(Machine(), BasePath());
+        m_hVictims = Make(Machine(), VictimsPath());
+        const HKEY hLeaf = Make(m_hVictims, VTEXT("victim\\inner\\leaf"));
+        EXPECT_EQ(Registry().SetValue(hLeaf, VTEXT("secret"), RegistryPort::TYPE_DWORD, "\1\2\3\4", 4),
                   Status::Success);
-        Registry().Close(hVictim);
+        Registry().Close(hLeaf);
         m_hVictim = Make(m_hVictims, VTEXT("victim"));
-        if (!IsSupported()) GTEST_SKIP() << "this registry has no links";
+        if (Registry().CreateLink(m_hBase, VTEXT("probe"), m_hVictim) != Status::Success)
+            GTEST_SKIP() << "this registry has no links";
         ASSERT_EQ(m_oChannels.Open(SpoolerPort::ACCESS_ADMINISTER, m_hChannel), Status::Success);
     }
     void TearDown() override {
         m_oChannels.CloseAll();
-        const HKEY hMachine = Registry().RootKey(RegistryPort::Root::LocalMachine);
-        for (const HKEY hKey : {m_hBase, m_hVictims}) {
-            RemoveBelow(hKey);
+        for (const HKEY hKey : {m_hBase, m_hVictims, m_hVictim})
             EXPECT_EQ(Registry().Close(hKey), Status::Success);
-        }
-        Registry().Close(m_hVictim);
-        EXPECT_EQ(Registry().DeleteKey(hMachine, (VTEXT("Software\\Velom\\") + m_name).c_str()), Status::Success);
-        EXPECT_EQ(Registry().DeleteKey(hMachine, (VTEXT("Software\\") + m_name).c_str()), Status::Success);
+        EXPECT_EQ(DeleteRegistryTree(Machine(), BasePath().c_str()), Status::Success);
+        EXPECT_EQ(DeleteRegistryTree(Machine(), VictimsPath().c_str()), Status::Success);
     }
 
     const Platform& Ports() const { return GetParam() == Adapter::Fake ? m_oFake.Get() : GetSystemPlatform(); }
     RegistryPort& Registry() const { return *Ports().pRegistry; }
-
-    bool IsSupported() {
-        const Status eStatus = Registry().CreateLink(m_hBase, VTEXT("probe"), m_hVictim);
-        return eStatus == Status::Success;
-    }
+    HKEY Machine() const { return Registry().RootKey(RegistryPort::Root::LocalMachine); }
+    XString BasePath() const { return VTEXT("Software\\Velom\\") + m_name; }
+    XString VictimsPath() const { return VTEXT("Software\\") + m_name; }
     HKEY Make(HKEY hParent, const XString& rPath) const {
         HKEY hKey = nullptr;
         bool fCreated = false;
         EXPECT_EQ(Registry().Create(hParent, rPath.c_str(), RegistryPort::RIGHTS_ALL, false, hKey, fCreated),
                   Status::Success);
         return hKey;
-    }
-    /// Deletes everything below, links as links.
-    void RemoveBelow(HKEY hKey) const {
-        XCHAR szName[256];
-        DWORD cName = 256;
-        while (Registry().EnumerateKey(hKey, 0, szName, cName) == Status::Success) {
-            HKEY hChild = nullptr;
-            bool fLink = false;
-            ASSERT_EQ(Registry().OpenLink(hKey, szName, RegistryPort::RIGHTS_ALL, hChild, fLink), Status::Success);
-            if (!fLink) RemoveBelow(hChild);
-            ASSERT_EQ(Registry().DeleteOpenKey(hChild), Status::Success);
-            Registry().Close(hChild);
-            cName = 256;
-        }
     }
     std::string Victim() const { return Dump(Registry(), m_hVictims); }
 
@@ -86,27 +69,15 @@ std::vector<PortMonitorRequest> AllRequests(const XString& rPath, const XString&
         PortMonitorRequest oRequest =
             MakeRequest(pOperation->m_eFunction, HKeyRegistry::Hkey_Machine_Velom, XStringView(rPath));
         if (pOperation->m_eName != RequestName::No) oRequest.m_csValueName = VTEXT("secret");
-        switch (pOperation->m_eData) {
-            case RequestData::Bytes1:
-                oRequest.m_bbData = ByteBuffer(FromHex("01"));
-                break;
-            case RequestData::Bytes4:
-                oRequest.m_bbData = ByteBuffer::createFromLongValue(7);
-                break;
-            case RequestData::Bytes8:
-                oRequest.m_bbData = ByteBuffer::createFromLong64Value(7);
-                break;
-            case RequestData::Text:
-            case RequestData::ValueName:
-            case RequestData::Bytes:
-                oRequest.m_bbData = TextData(VTEXT("other"));
-                break;
-            case RequestData::ValueList:
-                oRequest.m_bbData = ValueListData({VTEXT("secret")});
-                break;
-            case RequestData::None:
-                break;
-        }
+        const std::map<RequestData, ByteBuffer> mapData = {
+            {RequestData::None, {}},
+            {RequestData::Bytes1, ByteBuffer(FromHex("01"))},
+            {RequestData::Bytes4, ByteBuffer::createFromLongValue(7)},
+            {RequestData::Bytes8, ByteBuffer::createFromLong64Value(7)},
+            {RequestData::ValueList, ValueListData({VTEXT("secret")})},
+        };
+        const auto it = mapData.find(pOperation->m_eData);
+        oRequest.m_bbData = it != mapData.end() ? it->second : TextData(VTEXT("other"));
         if (pOperation->m_eEffect == RequestEffect::Copy) {
             // Once from there, once to there.
             oRequest.m_csThird = XStringView(rName + VTEXT("\\plain"));

@@ -20,52 +20,23 @@ using Function = _XPMRegistryFunction;
 constexpr const XCHAR* OWN_SID = VTEXT("S-1-5-21-1-2-3-1001");
 constexpr const XCHAR* OTHER_SID = VTEXT("S-1-5-21-1-2-3-1002");
 
-enum class Path {
-    Base,
-    Below,
-    Deep,
-    Escape,
-    Sibling,
-    OtherUser,
-    OwnStorage,
-    Trusted,
-    Mirrored,
-    OtherUserFolded,
-    Count
-};
 enum class Sid { Own, Other, Default, Count };
 
-std::basic_string<XCHAR> KeyPath(Path ePath) {
-    const std::basic_string<XCHAR> storage = VTEXT("Software\\Velom\\PrinterDriver\\V5.0\\LowRightsStorage\\");
-    switch (ePath) {
-        case Path::Base:
-            return {};
-        case Path::Below:
-            return VTEXT("alpha");
-        case Path::Deep:
-            return VTEXT("alpha\\beta");
-        case Path::Escape:
-            return VTEXT("SYSTEM\\x\\Software\\Velom\\PrinterDriver\\V5.0\\LowRightsStorage\\y");
-        case Path::Sibling:
-            return VTEXT("Software\\Velom\\PrinterDriver\\V5.0\\LowRightsStorageEvil");
-        case Path::OtherUser:
-            return storage + OTHER_SID + VTEXT("\\a\\b");
-        case Path::OwnStorage:
-            return storage + OWN_SID + VTEXT("\\a\\b");
-        case Path::Trusted:
-            return VTEXT("Software\\Velom\\KestrixDebugConfig\\a\\b");
-        case Path::Mirrored:
-            return VTEXT("Software\\Velom\\PrinterDriver\\V5.0\\a\\mirrored\\b");
-        case Path::OtherUserFolded: {
-            auto sid = std::basic_string<XCHAR>(OTHER_SID);
-            sid[0] = VTEXT('s');
-            return storage + sid + VTEXT("\\a\\b");
-        }
-        case Path::Count:
-            break;
-    }
-    return {};
-}
+#define Q9_STORAGE "Software\\Velom\\PrinterDriver\\V5.0\\LowRightsStorage"
+
+/// One path of each class.
+const XCHAR* const PATHS[] = {
+    VTEXT(""),
+    VTEXT("alpha"),
+    VTEXT("alpha\\beta"),
+    VTEXT("SYSTEM\\x\\" Q9_STORAGE "\\y"),
+    VTEXT(Q9_STORAGE "Evil"),
+    VTEXT(Q9_STORAGE "\\S-1-5-21-1-2-3-1001\\a\\b"),
+    VTEXT(Q9_STORAGE "\\S-1-5-21-1-2-3-1002\\a\\b"),
+    VTEXT(Q9_STORAGE "\\s-1-5-21-1-2-3-1002\\a\\b"),
+    VTEXT("Software\\Velom\\KestrixDebugConfig\\a\\b"),
+    VTEXT("Software\\Velom\\PrinterDriver\\V5.0\\a\\mirrored\\b"),
+};
 
 struct Expected {
     bool fAllowed;
@@ -170,54 +141,49 @@ vlm::RequestCaller Caller(CallerClass eClass) {
     return {eClass, OWN_SID, 0};
 }
 
+/// One request by all callers; counts cells and permissions.
+void CompareWithOracle(const vlm::PortMonitorRequest& rRequest, Sid eSid, int& riCells, int& riAllowed) {
+    const int iRoot = rRequest.m_eRoot, iCode = static_cast<int>(rRequest.m_eFunction);
+    const std::string path = Lower(vlm::test::Narrow(rRequest.m_csKeyPath.View()));
+    for (int iCaller = 0; iCaller < static_cast<int>(CallerClass::Count); ++iCaller) {
+        const auto eCaller = static_cast<CallerClass>(iCaller);
+        vlm::RequestDecision oDecision;
+        const bool fAllowed = vlm::DecideRequest(rRequest, Caller(eCaller), nullptr, oDecision) == Status::Success;
+        const Expected oExpected = Oracle(iRoot, Kind(iCode, rRequest.m_dwAccessMask), eCaller, path, eSid,
+                                          rRequest.m_csValueName == VTEXT("XMLConstraint"));
+        ++riCells;
+        riAllowed += fAllowed;
+        const bool fSame = fAllowed == oExpected.fAllowed &&
+                           (!fAllowed || (oDecision.m_eRights == RequestRights::AsCaller) == oExpected.fAsCaller);
+        ASSERT_TRUE(fSame) << "root " << iRoot << ", operation " << iCode << ", path " << path << ", SID "
+                           << static_cast<int>(eSid) << ", caller " << iCaller << ", mask " << std::hex
+                           << rRequest.m_dwAccessMask << ", value " << vlm::test::Narrow(rRequest.m_csValueName);
+    }
+}
+
 TEST(RequestAuthorisation, TheWholeMatrixEqualsTheOracle) {
     int iCells = 0, iAllowed = 0;
-    for (int iRoot = 1; iRoot <= 9; ++iRoot) {
-        const bool fSid = vlm::DoesRootNeedSid(static_cast<_HKEYREGISTRY_>(iRoot));
-        for (int iCode = 0; iCode <= 32; ++iCode) {
-            if (!vlm::FindRequestOperation(static_cast<WORD>(iCode))) {
-                EXPECT_EQ(Kind(iCode, 0), 0) << iCode;
-                continue;
-            }
-            for (int iPath = 0; iPath < static_cast<int>(Path::Count); ++iPath) {
-                for (int iSid = 0; iSid < (fSid ? static_cast<int>(Sid::Count) : 1); ++iSid) {
-                    for (int iCaller = 0; iCaller < static_cast<int>(CallerClass::Count); ++iCaller) {
-                        for (const DWORD dwMask : {0x20019u, 0x20006u}) {
-                            for (const XCHAR* pszValue : {VTEXT("plain"), VTEXT("XMLConstraint")}) {
-                                vlm::PortMonitorRequest oRequest;
-                                oRequest.m_eRoot = static_cast<_HKEYREGISTRY_>(iRoot);
-                                oRequest.m_eFunction = static_cast<Function>(iCode);
-                                oRequest.m_dwAccessMask = dwMask;
-                                oRequest.m_csKeyPath = KeyPath(static_cast<Path>(iPath));
-                                const char chKind = Kind(iCode, dwMask);
-                                if (chKind == 'C' || chKind == 'X') continue;
-                                const vlm::RequestOperation& rOperation =
-                                    *vlm::FindRequestOperation(static_cast<WORD>(iCode));
-                                const bool fName = rOperation.m_eName != vlm::RequestName::No;
-                                if (fName) oRequest.m_csValueName = pszValue;
-                                if (iCode == 20) oRequest.m_bbData = ByteBuffer::createFromIntValue('n');
-                                const Sid eSid = static_cast<Sid>(iSid);
-                                if (fSid)
-                                    oRequest.m_csThird = eSid == Sid::Own     ? OWN_SID
-                                                         : eSid == Sid::Other ? OTHER_SID
-                                                                              : VTEXT(".DEFAULT");
-                                vlm::RequestDecision oDecision;
-                                const auto eCaller = static_cast<CallerClass>(iCaller);
-                                const Status status = vlm::DecideRequest(oRequest, Caller(eCaller), nullptr, oDecision);
-                                const Expected oExpected = Oracle(
-                                    iRoot, chKind, eCaller, Lower(vlm::test::Narrow(oRequest.m_csKeyPath.View())), eSid,
-                                    fName && CXString(pszValue) == VTEXT("XMLConstraint"));
-                                ++iCells;
-                                iAllowed += status == Status::Success;
-                                ASSERT_EQ(status == Status::Success, oExpected.fAllowed)
-                                    << "root " << iRoot << ", operation " << iCode << ", path " << iPath << ", SID "
-                                    << iSid << ", caller " << iCaller << ", mask " << std::hex << dwMask << ", value "
-                                    << vlm::test::Narrow(pszValue);
-                                if (status != Status::Success) continue;
-                                ASSERT_EQ(oDecision.m_eRights == RequestRights::AsCaller, oExpected.fAsCaller)
-                                    << "root " << iRoot << ", operation " << iCode << ", path " << iPath << ", caller "
-                                    << iCaller;
-                            }
+    const XCHAR* const apszSids[] = {OWN_SID, OTHER_SID, VTEXT(".DEFAULT")};
+    for (int iCode = 0; iCode <= 32; ++iCode) {
+        const vlm::RequestOperation* const pOperation = vlm::FindRequestOperation(static_cast<WORD>(iCode));
+        EXPECT_EQ(pOperation != nullptr, Kind(iCode, 0) != 0) << iCode;
+        if (!pOperation || Kind(iCode, 0) == 'C' || Kind(iCode, 0) == 'X') continue;
+        const bool fName = pOperation->m_eName != vlm::RequestName::No;
+        vlm::PortMonitorRequest oRequest;
+        oRequest.m_eFunction = static_cast<Function>(iCode);
+        if (iCode == 20) oRequest.m_bbData = ByteBuffer::createFromIntValue('n');
+        for (int iRoot = 1; iRoot <= 9; ++iRoot) {
+            oRequest.m_eRoot = static_cast<_HKEYREGISTRY_>(iRoot);
+            const bool fSid = vlm::DoesRootNeedSid(oRequest.m_eRoot);
+            for (int iSid = 0; iSid < (fSid ? static_cast<int>(Sid::Count) : 1); ++iSid) {
+                oRequest.m_csThird = fSid ? apszSids[iSid] : VTEXT("");
+                for (const XCHAR* const pszPath : PATHS) {
+                    oRequest.m_csKeyPath = pszPath;
+                    for (const DWORD dwMask : {0x20019u, 0x20006u}) {
+                        oRequest.m_dwAccessMask = dwMask;
+                        for (const XCHAR* pszValue : {VTEXT("plain"), VTEXT("XMLConstraint")}) {
+                            oRequest.m_csValueName = fName ? pszValue : VTEXT("");
+                            CompareWithOracle(oRequest, static_cast<Sid>(iSid), iCells, iAllowed);
                         }
                     }
                 }
@@ -250,32 +216,25 @@ TEST(RequestAuthorisation, CopiesStayInOneTreeAndNeverGoBelowTheirSource) {
     EXPECT_EQ(Copy(Administrator, VERSION, VTEXT("LowRightsStorage\\x\\y"), VTEXT("b")), Status::Success);
 }
 
+Status Set(_HKEYREGISTRY_ eRoot, const XCHAR* pszPath, const XCHAR* pszValue, const XCHAR* pszSid = VTEXT("")) {
+    vlm::PortMonitorRequest oRequest;
+    oRequest.m_eRoot = eRoot;
+    oRequest.m_eFunction = Function::SetLongValue;
+    oRequest.m_csKeyPath = pszPath;
+    oRequest.m_csValueName = pszValue;
+    oRequest.m_csThird = pszSid;
+    vlm::RequestDecision oDecision;
+    return vlm::DecideRequest(oRequest, Caller(CallerClass::Standard), nullptr, oDecision);
+}
+
 TEST(RequestAuthorisation, DefaultUserTakesOnlyTheValuesMadeForIt) {
-    const auto Set = [](const XCHAR* pszValue) {
-        vlm::PortMonitorRequest oRequest;
-        oRequest.m_eRoot = HKeyRegistry::Hkey_User_Velom;
-        oRequest.m_eFunction = Function::SetLongValue;
-        oRequest.m_csKeyPath = VTEXT("a");
-        oRequest.m_csValueName = pszValue;
-        oRequest.m_csThird = VTEXT(".DEFAULT");
-        vlm::RequestDecision oDecision;
-        return vlm::DecideRequest(oRequest, Caller(CallerClass::Standard), nullptr, oDecision);
-    };
-    EXPECT_EQ(Set(VTEXT("VRCheck")), Status::Success);
-    EXPECT_EQ(Set(VTEXT("vrcheck")), Status::Success);
-    EXPECT_EQ(Set(VTEXT("Other")), Status::AccessDenied);
+    for (const XCHAR* const pszValue : {VTEXT("VRCheck"), VTEXT("vrcheck"), VTEXT("Other")}) {
+        EXPECT_EQ(Set(HKeyRegistry::Hkey_User_Velom, VTEXT("a"), pszValue, VTEXT(".DEFAULT")),
+                  CXString(pszValue) == VTEXT("Other") ? Status::AccessDenied : Status::Success);
+    }
 }
 
 TEST(RequestAuthorisation, NoSpellingOfAProtectedNameIsOverlooked) {
-    const auto Set = [](_HKEYREGISTRY_ eRoot, const XCHAR* pszPath, const XCHAR* pszValue) {
-        vlm::PortMonitorRequest oRequest;
-        oRequest.m_eRoot = eRoot;
-        oRequest.m_eFunction = Function::SetLongValue;
-        oRequest.m_csKeyPath = pszPath;
-        oRequest.m_csValueName = pszValue;
-        vlm::RequestDecision oDecision;
-        return vlm::DecideRequest(oRequest, Caller(CallerClass::Standard), nullptr, oDecision);
-    };
     constexpr auto FAMILY = HKeyRegistry::Hkey_Machine_Velom, VERSION = HKeyRegistry::Hkey_Machine_Version;
     const struct {
         _HKEYREGISTRY_ eRoot;

@@ -121,38 +121,9 @@ TEST(RequestServer, OtherCommandsAndTheirInput) {
     EXPECT_EQ(oBench.Command(VTEXT("XRemoveSID"), ByteBuffer(FromHex("53002D00"))), Status::InvalidParameter);
     EXPECT_EQ(oBench.Command(VTEXT("XRemoveSID"), Text(OTHER_SID)), Status::AccessDenied);
     EXPECT_EQ(oBench.Command(VTEXT("XRemoveSID"), Text(OWN_SID)), Status::Success);  // there is nothing
-    EXPECT_EQ(oBench.Command(VTEXT("upgrade"), {}, ADMINISTER), Status::AccessDenied);
     oBench.ActAsAdministrator();
     EXPECT_EQ(oBench.Command(VTEXT("upgrade"), {}, 0), Status::AccessDenied);
     EXPECT_EQ(oBench.Command(VTEXT("upgrade"), {}, ADMINISTER), Status::Success);
-    EXPECT_EQ(oBench.Command(VTEXT("XRemoveLRS"), {}, 0), Status::AccessDenied);
-    IdentityPort::Identity oRemote = FakeIdentityPort::MakeIdentity(OWN_SID, IdentityPort::INTEGRITY_HIGH, true);
-    oRemote.fRemote = true;
-    oBench.oFake.identity.Impersonate(oRemote);
-    EXPECT_EQ(oBench.Command(VTEXT("isready")), Status::Success);
-    EXPECT_EQ(oBench.Command(VTEXT("XRemoveLRS"), {}, ADMINISTER), Status::AccessDenied);
-    EXPECT_EQ(oBench.Send(MakeRequest(Function::GetCountOfSubKeys, VERSION, CXString())), Status::AccessDenied);
-}
-
-TEST(RequestServer, StorageIsRemovedForOneUserOrForAll) {
-    MonitorBench oBench;
-    FakeRegistryPort& rRegistry = oBench.oFake.registry;
-    const XString own = XString(STORAGE_PATH) + VTEXT("\\") + OWN_SID,
-                  other = XString(STORAGE_PATH) + VTEXT("\\") + OTHER_SID;
-    const auto Fill = [&] {
-        for (const XString& rPath : {own, other, XString(STORAGE_PATH) + VTEXT("\\shared")})
-            rRegistry.AddDword(rPath + VTEXT("\\a\\b"), VTEXT("v"), 1);
-    };
-    Fill();
-    EXPECT_EQ(oBench.Command(VTEXT("XRemoveSID"), TextData(OWN_SID)), Status::Success);
-    EXPECT_FALSE(rRegistry.HasKey(own));
-    EXPECT_TRUE(rRegistry.HasKey(other + VTEXT("\\a\\b")));
-    oBench.ActAsAdministrator();
-    Fill();
-    EXPECT_EQ(oBench.Command(VTEXT("XRemoveLRS"), {}, ADMINISTER), Status::Success);
-    EXPECT_FALSE(rRegistry.HasKey(STORAGE_PATH));
-    EXPECT_TRUE(rRegistry.HasKey(VERSION_PATH));
-    EXPECT_EQ(rRegistry.OpenHandles(), 0u);
 }
 
 FakePlatform* gpFake = nullptr;

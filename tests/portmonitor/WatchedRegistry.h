@@ -21,7 +21,6 @@ public:
 
     explicit WatchedRegistry(RegistryPort& rBelow) : m_rBelow(rBelow) {}
     void SetWatcher(Watcher fnWatcher) { m_fnWatcher = std::move(fnWatcher); }
-    std::size_t OpenKeys() const { return m_mapPaths.size(); }
 
     HKEY RootKey(Root eRoot) noexcept override { return m_rBelow.RootKey(eRoot); }
     Status Open(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey) noexcept override {
