@@ -133,10 +133,11 @@ TEST_F(VelomExceptionDisplay, SwitchesAndFlagsDecideWhoSeesABox) {
             EXPECT_THAT(question, HasSubstr("NOTE: A customer would NOT see any message in this case. \r\nSelect OK"));
         }
     }
-    EXPECT_THAT(Show(true, true).vTexts,
-                ElementsAre(AllOf(HasSubstr("It's not legal for both of these parameters to be 'true'!"),
-                                  HasSubstr("(!fForceInReleaseBuild || !fSuppressInReleaseBuild)")),
-                            HasSubstr("Exception caught")));
+    EXPECT_THAT(
+        Show(true, true).vTexts,
+        ElementsAre(AllOf(HasSubstr("It's not legal for both of these parameters to be 'true'!"),
+                          HasSubstr("Failed Condition:\t(!fForceInReleaseBuild || !fSuppressInReleaseBuild)\r\n")),
+                    HasSubstr("Exception caught")));
 }
 
 TEST_F(VelomExceptionDisplay, OnlyADevelopersCancelThrowsAgain) {

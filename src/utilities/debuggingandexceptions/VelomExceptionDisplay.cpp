@@ -114,7 +114,7 @@ bool VelomException::ShowCaughtException(bool fForceInReleaseBuild, bool fSuppre
                                          const CXString& kcsFunctionName,
                                          const ExecutionContextStack* pExecutionContextStack, HWND hwndOwner,
                                          const CXString& kcsTitle, UINT uTitleId, const CXString& kcsMessage) noexcept {
-    VLM_ASSERT((!fForceInReleaseBuild || !fSuppressInReleaseBuild),
+    VLM_ASSERT(!fForceInReleaseBuild || !fSuppressInReleaseBuild,
                VTEXT("It's not legal for both of these parameters to be 'true'!"));
     const CXString csDescription = DescriptionOf(pException);
     vlm::ReportSink* const pSink = vlm::GetReportSink();
