@@ -58,7 +58,7 @@ TEST_F(DebugMessageManagerTest, FilterLetsPassWhatTheSettingsSay) {
         Settings().SetTracingEnabled(rRow.fTracing);
         Settings().SetBeepOnError(rRow.fBeep);
         Settings().SetAllCategoriesRequired(rRow.fAllRequired);
-        DebugMessageCategories effective = 0;
+        DebugMessageCategories effective = ~0ULL;
         EXPECT_EQ(rManager.AllowsMessageWithTheseCategories(rRow.message, effective), rRow.fAllowed);
         EXPECT_EQ(effective, rRow.effective);
         EXPECT_EQ(rManager.Allows(rRow.message), rRow.fAllowed);

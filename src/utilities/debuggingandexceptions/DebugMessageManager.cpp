@@ -139,6 +139,7 @@ bool DebugMessageManager::IsDealtWith(DebugMessageCategories categories, bool fT
 bool DebugMessageManager::AllowsMessageWithTheseCategories(const DebugMessageCategories& messageCategories,
                                                            DebugMessageCategories& effective) const noexcept {
     DebugMessageCategories message = messageCategories;
+    effective = DebugCategory::None;
     if (!m_oConfiguration.IsTracingEnabled() && (message & DebugCategory::TraceMsg)) return false;
     if ((message & DebugCategory::Errors) && m_oConfiguration.IsBeepOnError()) message |= DebugCategory::MsgBeep;
     effective = message & m_oConfiguration.GetAllowedMessageCategories();
