@@ -2,13 +2,10 @@
 /// The root of the exception hierarchy, and the texts made of its objects.
 #include "utilities/debuggingandexceptions/VelomException.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <new>
 
-#include "platform/Platform.h"
-#include "platform/TextPort.h"
 #include "utilities/debuggingandexceptions/ReportSink.h"
 #include "utilities/debuggingandexceptions/VelomDebugMessage.h"
 #include "utilities/debuggingandexceptions/detail/failure/ClassName.h"
@@ -21,7 +18,7 @@ using vlm::SafeText;
 namespace {
 
 /// Size of the buffers that `what()` hands out, in bytes.
-constexpr std::size_t NARROW_BYTES = 2048;
+constexpr int NARROW_BYTES = 2048;
 constexpr const char* NO_DESCRIPTION = "An exception of the library; there is no memory for its description.";
 
 constinit vlm::ThreadGuard goAsserting;
@@ -44,24 +41,6 @@ void AppendLocationAndMessage(SafeText& rText, const CXString& kcsMessage, const
     if (!kcsMessage.IsEmpty()) {
         rText.Append(VTEXT("\r\nDetails:\r\n\t")).Append(kcsMessage.View()).Append(VTEXT("\r\n"));
     }
-}
-
-/// Fills a buffer of NARROW_BYTES with as much of a text as fits, and terminates it.
-void NarrowInto(char* pchTarget, XStringView text) noexcept {
-    constexpr std::size_t ROOM = NARROW_BYTES - 1;
-    vlm::TextPort& rPort = *vlm::GetPlatform().pText;
-    const auto narrow = [&](std::size_t cUnits) { return rPort.ToNarrow(0, text.data(), cUnits, pchTarget, ROOM); };
-
-    // A text that is too long is refused as a whole.  Every unit or pair of surrogates needs a byte, so twice the room
-    // is more than can fit; between that and nothing the longest fitting part is found by halving.
-    std::size_t cFits = 0;
-    std::size_t cTooMany = std::min(text.size(), 2 * ROOM) + 1;
-    for (std::size_t cTry = cTooMany - 1; cFits + 1 < cTooMany; cTry = cFits + (cTooMany - cFits) / 2) {
-        (narrow(cTry) != 0 ? cFits : cTooMany) = cTry;
-    }
-    const bool fSplitsPair = cFits > 0 && cFits < text.size() && (text[cFits - 1] & 0xFC00) == 0xD800;
-    if (fSplitsPair) --cFits;
-    pchTarget[cFits > 0 ? narrow(cFits) : 0] = '\0';
 }
 
 }  // namespace
@@ -107,7 +86,7 @@ const char* VelomException::what() const noexcept {
     std::unique_ptr<char[]> apchNew(new (std::nothrow) char[NARROW_BYTES]);
     if (!apchNew) return NO_DESCRIPTION;
     try {
-        NarrowInto(apchNew.get(), GetExceptionDescription(*this).View());
+        GetExceptionDescription(*this).GetAsMultiByte(apchNew.get(), NARROW_BYTES);
     } catch (...) {
         return NO_DESCRIPTION;
     }

@@ -7,6 +7,7 @@
 #include "utilities/debuggingandexceptions/DebugMessageCategoryHelper.h"
 #include "utilities/debuggingandexceptions/DebugMessageConfiguration.h"
 #include "utilities/utilitiesdll/Format.h"
+#include "utilities/utilitiesdll/TextCodec.h"
 
 namespace vlm {
 
@@ -22,12 +23,6 @@ int WidthOf(DWORD dwWidth) noexcept {
 }
 
 }  // namespace
-
-XStringView CutBetweenCharacters(XStringView text, std::size_t cUnits) noexcept {
-    if (cUnits >= text.size()) return text;
-    const bool fSplitsPair = cUnits > 0 && (text[cUnits - 1] & 0xFC00) == 0xD800 && (text[cUnits] & 0xFC00) == 0xDC00;
-    return text.substr(0, fSplitsPair ? cUnits - 1 : cUnits);
-}
 
 DebugLineSettings::DebugLineSettings(const DebugMessageConfiguration& rConfiguration) noexcept
     : fCategories(rConfiguration.IsShowCategories()),
@@ -55,7 +50,7 @@ void DebugLine::Format(const XCHAR* pszFormat, const Args&... args) noexcept {
 }
 
 void DebugLine::Append(XStringView text) noexcept {
-    const XStringView fits = CutBetweenCharacters(text, ROOM - m_cUnits);
+    const XStringView fits = TextCodec::CutAtCharacter(text, ROOM - m_cUnits);
     std::copy(fits.begin(), fits.end(), m_achText.begin() + static_cast<std::ptrdiff_t>(m_cUnits));
     m_cUnits += fits.size();
 }
@@ -108,7 +103,7 @@ void DebugLine::AppendPlace(const DebugLineSettings& rSettings, const DebugLineM
 }
 
 void DebugLine::End(DWORD dwMaxMessageWidth) noexcept {
-    if (dwMaxMessageWidth > 0) m_cUnits = CutBetweenCharacters(View(), dwMaxMessageWidth).size();
+    if (dwMaxMessageWidth > 0) m_cUnits = TextCodec::CutAtCharacter(View(), dwMaxMessageWidth).size();
     std::replace(m_achText.begin(), m_achText.begin() + static_cast<std::ptrdiff_t>(m_cUnits), XCHAR(), VTEXT(' '));
     std::copy(LINE_END.begin(), LINE_END.end(), m_achText.begin() + static_cast<std::ptrdiff_t>(m_cUnits));
     m_cUnits += LINE_END.size();

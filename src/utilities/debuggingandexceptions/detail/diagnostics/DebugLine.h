@@ -107,7 +107,4 @@ private:
     std::size_t m_cUnits = 0;
 };
 
-/// The longest start of a text that is no longer than `cUnits` and does not end between the halves of a character.
-XStringView CutBetweenCharacters(XStringView text, std::size_t cUnits) noexcept;
-
 }  // namespace vlm

@@ -11,8 +11,8 @@
 #include "platform/Platform.h"
 #include "platform/TextPort.h"
 #include "utilities/debuggingandexceptions/DebugMessageHelper.h"
-#include "utilities/debuggingandexceptions/detail/diagnostics/DebugLine.h"
 #include "utilities/utilitiesdll/CXString.h"
+#include "utilities/utilitiesdll/TextCodec.h"
 
 namespace vlm {
 
@@ -44,7 +44,7 @@ NarrowLine::NarrowLine(XStringView svLine) noexcept {
         m_cBytes = narrow(cTry);
         (m_cBytes != 0 ? cFits : cTooMany) = cTry;
     }
-    const std::size_t cWhole = CutBetweenCharacters(svLine, cFits).size();
+    const std::size_t cWhole = TextCodec::CutAtCharacter(svLine, cFits).size();
     if (m_cBytes == 0 || cWhole < cFits) m_cBytes = cWhole > 0 ? narrow(cWhole) : 0;
     std::copy(LINE_END.begin(), LINE_END.end(), m_achText.begin() + static_cast<std::ptrdiff_t>(m_cBytes));
     m_cBytes += LINE_END.size();
