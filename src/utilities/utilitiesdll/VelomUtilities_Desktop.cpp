@@ -7,9 +7,9 @@
 
 #include "platform/DesktopPort.h"
 #include "platform/Platform.h"
-#include "platform/ProcessPort.h"
 #include "platform/SessionPort.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
+#include "utilities/debuggingandexceptions/detail/failure/ContextStackText.h"
 #include "utilities/debuggingandexceptions/detail/failure/SafeText.h"
 #include "utilities/utilitiesdll/LoaderLock.h"
 
@@ -28,14 +28,6 @@ constinit std::atomic<bool> gfServiceBoxUp{false};
 
 SessionPort& Sessions() noexcept {
     return *vlm::GetPlatform().pSessions;
-}
-
-/// The file name of the running program, for example "spoolsv.exe".
-CXString NameOfProgram() noexcept {
-    std::array<XCHAR, 1024> achPath{};
-    const XStringView path(achPath.data(),
-                           vlm::GetPlatform().pProcess->ModulePath(nullptr, achPath.data(), achPath.size()));
-    return std::move(vlm::SafeText().Append(path.substr(path.find_last_of(VTEXT("\\/")) + 1)).Get());
 }
 
 /// Shows the box in the first active session that takes it.
@@ -80,7 +72,7 @@ int ShowInActiveSession(const XCHAR* pszText, const XCHAR* pszCaption, UINT uSty
 int ShowForService(const XCHAR* pszText, const XCHAR* pszCaption, UINT uStyle) noexcept {
     uStyle |= SessionPort::BOX_SERVICE_NOTIFICATION | SessionPort::BOX_SET_FOREGROUND;
     vlm::SafeText caption;
-    caption.Format(VTEXT("%s: %s"), NameOfProgram(), pszCaption);
+    caption.Format(VTEXT("%s: %s"), vlm::GetNameOfProcess(), pszCaption);
     const int iAnswer = ShowInActiveSession(pszText, caption.Get(), uStyle);
     return iAnswer != 0 ? iAnswer : Sessions().ShowBox(nullptr, pszText, caption.Get(), uStyle);
 }

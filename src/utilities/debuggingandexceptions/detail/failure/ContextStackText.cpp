@@ -8,11 +8,11 @@
 
 namespace vlm {
 
-CXString GetNameOfProcess() {
+CXString GetNameOfProcess() noexcept {
     std::array<XCHAR, 1024> achPath{};
     const std::size_t cUnits = GetPlatform().pProcess->ModulePath(nullptr, achPath.data(), achPath.size());
     const XStringView path(achPath.data(), cUnits);
-    return CXString(path.substr(path.find_last_of(VTEXT("\\/")) + 1));
+    return std::move(SafeText().Append(path.substr(path.find_last_of(VTEXT("\\/")) + 1)).Get());
 }
 
 }  // namespace vlm

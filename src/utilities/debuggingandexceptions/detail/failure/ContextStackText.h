@@ -21,8 +21,8 @@ inline constexpr const XCHAR* WRONG_CONTEXT_ON_TOP = VTEXT(
     "Expected to pop this context, '%s', but this one is on top of the stack, '%s'! There's a problem with the "
     "order in which contexts are ending. We'll pop the last item for now, but somebody needs to fix this.");
 
-/// The last part of the executable's path.
-CXString GetNameOfProcess();
+/// The last part of the executable's path, for example "spoolsv.exe"; empty without memory.
+CXString GetNameOfProcess() noexcept;
 
 /// Makes room for more contexts.  @throws ExceptionOutOfMemory.
 template <class Pointer>
