@@ -2,6 +2,7 @@
 /// What timing scopes print.
 #include "utilities/debuggingandexceptions/PerformanceTimingScope.h"
 
+#include <limits>
 #include <thread>
 
 #include "diagnostics/ManagerFixture.h"
@@ -57,6 +58,16 @@ TEST_F(PerformanceTiming, PrintsHowLongAScopeTook) {
     EXPECT_THAT(NewLines(), ElementsAre("> *PERF L0* Starting (30ms since last snapshot) Work\r\n",
                                         "> *PERF L0*   7.0ms (0.007sec) (30.00ms since last) (session 1557.00ms, "
                                         "1.557s) in Work\r\n"));
+}
+
+TEST_F(PerformanceTiming, SurvivesAnyStoredNumbers) {
+    constexpr LONGLONG LEAST = std::numeric_limits<LONGLONG>::min(), MOST = std::numeric_limits<LONGLONG>::max();
+    for (const LONGLONG llStored : {LEAST, LONGLONG{-1}, LONGLONG{1}, MOST}) {
+        Settings().SetDriverSessionStartTime(llStored);
+        Settings().SetPerfAccountedForTime(llStored);
+        Scope(1);
+        EXPECT_THAT(NewLines(), ElementsAre(HasSubstr("*PERF L0*   1.0ms")));
+    }
 }
 
 TEST_F(PerformanceTiming, SwitchesDecideWhatIsPrinted) {

@@ -2,7 +2,6 @@
 /// The settings of the debug messages: the performance session and what is noted about timing levels.
 #include <algorithm>
 #include <chrono>
-#include <limits>
 #include <utility>
 
 #include "utilities/debuggingandexceptions/DebugClock.h"
@@ -10,6 +9,7 @@
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 #include "utilities/debuggingandexceptions/detail/diagnostics/EmissionGuard.h"
+#include "utilities/debuggingandexceptions/detail/diagnostics/Ticks.h"
 #include "utilities/debuggingandexceptions/detail/failure/SafeText.h"
 #include "utilities/registry/RegistryKey.h"
 
@@ -22,14 +22,6 @@ constexpr LONG MAX_LEVELS = 65536;
 constexpr DebugSettingId SESSION_SETTINGS[] = {DMS_PerfSessionStartTime64, DMS_PerfSessionStartTimeBeforeUtilitiesDll64,
                                                DMS_PerfSessionStartTimeBeforeUtilitiesDllAsSystemTime64,
                                                DMS_PerfLastOperationTime64, DMS_PerfAccountedForTime64};
-
-/// From one moment to a later one; 0 when it is not later.  The moments may be anything: they come from the registry.
-LONGLONG TicksBetween(LONGLONG llEarlier, LONGLONG llLater) noexcept {
-    if (llLater <= llEarlier) return 0;
-    const ULONGLONG ullTicks = static_cast<ULONGLONG>(llLater) - static_cast<ULONGLONG>(llEarlier);
-    constexpr ULONGLONG MOST = std::numeric_limits<LONGLONG>::max();
-    return static_cast<LONGLONG>(std::min(ullTicks, MOST));
-}
 
 /// A time of day as 100 ns since 1601, the system's own 64-bit form; 0 for a date that there is not.
 LONGLONG AsSystemTime64(const vlm::CalendarTime& rTime) noexcept {
@@ -62,12 +54,12 @@ bool DebugMessageConfiguration::ResetPerformanceSessionDataIfTimedOut(LONGLONG l
     // An operation may begin before another process's has ended; but none has ended later than now.
     const bool fClockWasSetBack = llNow < llLast && DebugClock::Now() < llLast;
     const bool fIdle =
-        DebugClock::ToMilliseconds(TicksBetween(llLast, llNow)) > GetPerfDriverSessionTimeoutMilliseconds();
+        DebugClock::ToMilliseconds(vlm::TicksBetween(llLast, llNow)) > GetPerfDriverSessionTimeoutMilliseconds();
     if (llStart != 0 && !fClockWasSetBack && !fIdle) return false;
     {
         const CriticalResourceLock lock(m_oValuesResource);
         m_fNewSession = true;
-        m_llPreviousSession = llStart != 0 ? TicksBetween(llStart, llLast) : 0;
+        m_llPreviousSession = llStart != 0 ? vlm::TicksBetween(llStart, llLast) : 0;
     }
     StoreNumber(DMS_PerfSessionStartTimeBeforeUtilitiesDllAsSystemTime64,
                 static_cast<ULONGLONG>(AsSystemTime64(rLocalTime)));

@@ -10,6 +10,7 @@
 #include "utilities/debuggingandexceptions/DebugClock.h"
 #include "utilities/debuggingandexceptions/DebugMessageManager.h"
 #include "utilities/debuggingandexceptions/detail/diagnostics/DebugLine.h"
+#include "utilities/debuggingandexceptions/detail/diagnostics/Ticks.h"
 #include "utilities/utilitiesdll/Format.h"
 #include "utilities/utilitiesdll/LoaderLock.h"
 
@@ -52,7 +53,7 @@ LONGLONG DebugMessageManager::NotifyTimingScopeStarted(const vlm::SourcePosition
         }
         bool fAlreadyWarned = false;
         const LONGLONG llLast = m_oConfiguration.GetTimeOfLastOperationAtLevel(fAlreadyWarned, lLevel);
-        if (llLast != 0) dblSinceLast = DebugClock::ToMilliseconds(llNow - llLast);
+        if (llLast != 0) dblSinceLast = DebugClock::ToMilliseconds(vlm::TicksBetween(llLast, llNow));
         const DWORD dwGap = m_oConfiguration.GetPerfGapSinceLastOperationWithoutWarning();
         if (dblSinceLast > dwGap && !fAlreadyWarned) {
             m_oConfiguration.SetAlreadyWarnedForTickCountOfLastOperationAtLevel(lLevel);
@@ -74,7 +75,7 @@ void DebugMessageManager::NotifyTimingScopeEnded(const vlm::SourcePosition& rPos
                                                  XStringView svDetail, LONGLONG llStart) noexcept {
     if (llStart == 0 || m_dwState.load(std::memory_order_acquire) == 0) return;
     const LONGLONG llNow = DebugClock::Now();
-    const LONGLONG llTicks = std::max<LONGLONG>(llNow - llStart, 0);
+    const LONGLONG llTicks = vlm::TicksBetween(llStart, llNow);
     LONG lLevel = 0;
     double dblSinceLast = 0;
     double dblUnmeasured = 0;
@@ -84,18 +85,18 @@ void DebugMessageManager::NotifyTimingScopeEnded(const vlm::SourcePosition& rPos
         if (!vlm::IsProcessEnding()) {  // the book-keeping has a lock
             bool fAlreadyWarned = false;
             const LONGLONG llLast = m_oConfiguration.GetTimeOfLastOperationAtLevel(fAlreadyWarned, lLevel);
-            if (llLast != 0 && llLast < llStart) dblSinceLast = DebugClock::ToMilliseconds(llStart - llLast);
+            if (llLast != 0) dblSinceLast = DebugClock::ToMilliseconds(vlm::TicksBetween(llLast, llStart));
             LONGLONG llMeasured = 0;
             if (m_oConfiguration.GetMeasuredTimeAtLowerLevels(lLevel, llMeasured)) {
-                dblUnmeasured = DebugClock::ToMilliseconds(llTicks - llMeasured);
+                dblUnmeasured = DebugClock::ToMilliseconds(vlm::TicksBetween(llMeasured, llTicks));
             }
             m_oConfiguration.SetLastOperationTimeAndAccountedForTime(
-                llNow, m_oConfiguration.GetAccountedForTimeAtLevel(lLevel) + llTicks, lLevel);
+                llNow, vlm::AddTicks(m_oConfiguration.GetAccountedForTimeAtLevel(lLevel), llTicks), lLevel);
         }
     }
     const double dblDuration = DebugClock::ToMilliseconds(llTicks);
     const double dblSession =
-        DebugClock::ToMilliseconds(std::max<LONGLONG>(llNow - m_oConfiguration.GetDriverSessionStartTime(), 0));
+        DebugClock::ToMilliseconds(vlm::TicksBetween(m_oConfiguration.GetDriverSessionStartTime(), llNow));
     if (IsDurationShown(lLevel, std::llround(dblDuration * 1000))) {
         if (dblDuration < 1) {
             EmitTimingLine(rPosition,
