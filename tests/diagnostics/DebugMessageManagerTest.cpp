@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "diagnostics/ManagerFixture.h"
+#include "support/AllocationFaults.h"
 #include "utilities/debuggingandexceptions/detail/diagnostics/EmissionGuard.h"
 #include "utilities/utilitiesdll/LoaderLock.h"
 
@@ -207,7 +208,10 @@ TEST_F(DebugMessageManagerTest, AnUnwritableLogIsToldOncePerMessage) {
     Settings().SetUseOutputDebugString(false);
     Settings().SetLogFileName(CXString(VTEXT("C:\\none\\debug.log")));
     VLM_REPORT(PERF, VTEXT("one"));
-    VLM_REPORT(PERF, VTEXT("two"));
+    {
+        const vlm::test::AllocationFaults oNoMemory(1, true);
+        VLM_REPORT(PERF, VTEXT("two"));
+    }
     const std::vector<std::string> vLines = DebuggerLines();
     ASSERT_EQ(vLines.size(), 2u);
     EXPECT_THAT(vLines[1], StartsWith("CreateFile(C:\\none\\debug.log) failed in "

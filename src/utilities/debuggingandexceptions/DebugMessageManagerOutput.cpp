@@ -1,16 +1,19 @@
 /// @file
 /// The debug message manager: from a message to its line, and from the line to the outputs.
+#include <array>
+
 #include "platform/ClockPort.h"
 #include "platform/DesktopPort.h"
 #include "platform/Platform.h"
 #include "platform/ProcessPort.h"
+#include "platform/TextPort.h"
 #include "platform/ThreadPort.h"
 #include "utilities/debuggingandexceptions/DebugClock.h"
 #include "utilities/debuggingandexceptions/DebugMessageManager.h"
 #include "utilities/debuggingandexceptions/detail/diagnostics/DebugLine.h"
 #include "utilities/debuggingandexceptions/detail/diagnostics/DebugLogFile.h"
 #include "utilities/debuggingandexceptions/detail/diagnostics/OutputFailure.h"
-#include "utilities/debuggingandexceptions/detail/failure/SafeText.h"
+#include "utilities/utilitiesdll/Format.h"
 #include "utilities/utilitiesdll/LoaderLock.h"
 #include "utilities/utilitiesdll/UtilitiesDllPerThreadStorage.h"
 
@@ -54,19 +57,25 @@ private:
     bool m_fHeld;
 };
 
+/// Takes no memory: there may be none, or, while the process ends, a lock on it that nobody gives back.
 void TellLogFailure(const LogOutcome& rOutcome, const CXString& kcsPath, DWORD dwWanted) noexcept {
-    const CXString csError = vlm::GetSystemErrorText(vlm::ToDword(rOutcome.eStatus));
-    vlm::SafeText text;
+    std::array<XCHAR, 512> achError;
+    const DWORD dwError = vlm::ToDword(rOutcome.eStatus);
+    const XStringView error(achError.data(),
+                            GetPlatform().pText->SystemErrorText(dwError, achError.data(), achError.size()));
+    std::array<XCHAR, vlm::DebugLine::CAPACITY> achText;
     if (rOutcome.eStep == LogOutcome::Step::OpenFailed) {
-        text.Format(VTEXT("CreateFile(%s) failed in DebugMessageManager::OutputDebugMessageString(). %s"), kcsPath,
-                    csError);
+        vlm::FormatToBuffer(achText.data(), achText.size(),
+                            VTEXT("CreateFile(%s) failed in DebugMessageManager::OutputDebugMessageString(). %s"),
+                            kcsPath, error);
     } else {
-        text.Format(VTEXT("WriteFile() failed in DebugMessageManager::OutputDebugMessageString(). It returned %s and "
-                          "wrote %ld bytes (wanted %ld). %s"),
-                    rOutcome.eStatus == vlm::Status::Success ? VTEXT("TRUE") : VTEXT("FALSE"), rOutcome.dwWritten,
-                    dwWanted, csError);
+        vlm::FormatToBuffer(achText.data(), achText.size(),
+                            VTEXT("WriteFile() failed in DebugMessageManager::OutputDebugMessageString(). It returned "
+                                  "%s and wrote %ld bytes (wanted %ld). %s"),
+                            rOutcome.eStatus == vlm::Status::Success ? VTEXT("TRUE") : VTEXT("FALSE"),
+                            rOutcome.dwWritten, dwWanted, error);
     }
-    vlm::TellOutputFailure(text.Get());
+    vlm::TellOutputFailure(achText.data());
 }
 
 }  // namespace
