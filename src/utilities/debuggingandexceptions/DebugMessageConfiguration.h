@@ -23,11 +23,9 @@ class RegistryKey;
 /// The key is opened, never created: an installer or the tool makes it.  When it is there and may be written, values
 /// that are missing are written with their defaults, so that people find every setting to change.  A value that is
 /// missing all the same, whose data is too short for its kind, or a text that is no text, counts as its default.
-/// A getter returns what is in memory; a setter changes only that.  Each line of DebugSettings.inl gives one of each:
-///
-///     VLM_SETTING(Switch, ShowDate, false, IsShowDate, SetShowDate)     bool IsShowDate() const; void
-///     SetShowDate(bool); VLM_SETTING(Number, ...)  DWORD      VLM_SETTING(Number64, ...)  LONGLONG VLM_SETTING(Text,
-///     ...)  CXString
+/// A getter returns what is in memory; a setter changes only that.  Each line of DebugSettings.inl gives one of each,
+/// which take and return `bool` for a switch, `DWORD` for a number, `LONGLONG` for a 64-bit number and `CXString` for a
+/// text.
 ///
 /// In a process named "wmiprvse" messages, timing and timing output stay off, whatever anybody says: the provider host
 /// of the management instrumentation is never traced.

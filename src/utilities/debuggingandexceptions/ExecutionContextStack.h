@@ -37,8 +37,7 @@ public:
     std::size_t GetDepth() const noexcept { return m_vshpoExecutionContextStack.size(); }
 
     /// A header with process, thread and depth, then one line per context, outermost first, each indented by two blanks
-    /// more;
-    /// "<No Context>" when empty.
+    /// more; "<No Context>" when empty.
     /// @param fWithLocations shows where each context began.
     CXString GetMultiLineDisplayString(bool fWithLocations) const;
 

@@ -34,8 +34,9 @@ private:
     int m_iLine;
 };
 
-/// Writes "*Throwing* ExceptionFile: %s" as an error under "errors" and "errinfra".
-VLM_API void ReportThrowing(const SourcePosition& rPosition, const XCHAR* pszClass,
+/// Writes the message that announces a throw, as an error under "errors" and "errinfra".
+/// @param pszFormat for example "*Throwing* ExceptionFile: %s"; takes the exception's message.
+VLM_API void ReportThrowing(const SourcePosition& rPosition, const XCHAR* pszFormat,
                             const CXString& kcsMessage) noexcept;
 
 /// The calling thread's context stack for an exception; null when it has none.

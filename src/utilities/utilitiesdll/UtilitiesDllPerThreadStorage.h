@@ -53,8 +53,7 @@ public:
     static void* GetSlot(PerThreadSlot eSlot) noexcept;
     /// Keeps an object for the calling thread; the former one of that slot is destroyed.
     /// @param pfnDestroy called with the object when it is replaced, and when the thread ends or the library is
-    /// unloaded (on
-    ///        whatever thread that happens); later slots are destroyed before earlier ones.
+    ///        unloaded (on whatever thread that happens); later slots are destroyed before earlier ones.
     /// @return false when the thread has no storage: the object then stays the caller's.
     static bool SetSlot(PerThreadSlot eSlot, void* pObject, void (*pfnDestroy)(void*)) noexcept;
 
