@@ -17,7 +17,7 @@ using XString = std::basic_string<XCHAR>;
 /// Keeps the event port's contract with objects of its own; waits are real, threads are real.  Other processes are
 /// played by the script.  A call on a handle that is not open fails the running test, unless told otherwise.
 /// Threads: any.  The fake must outlive the threads that it started.
-class FakeEventPort final : public EventPort {
+class FakeEventPort : public EventPort {
 public:
     enum class Kind { Event, Mutex, Thread };
 

@@ -110,7 +110,7 @@ private:
 };
 
 /// The system's threads, with an account of what was taken.
-class FakeThreadPort final : public ThreadPort {
+class FakeThreadPort : public ThreadPort {
 public:
     LONGLONG OpenSlots() const { return m_llSlots; }
     LONGLONG LocalBlocks() const { return m_llBlocks; }

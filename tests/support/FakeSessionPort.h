@@ -17,7 +17,7 @@ using XString = std::basic_string<XCHAR>;
 
 /// Keeps the session port's contract: a recorder whose people and windows stand in the script.  Boxes are answered at
 /// once.  Threads: any.
-class FakeSessionPort final : public SessionPort {
+class FakeSessionPort : public SessionPort {
 public:
     struct Box {
         XString text, caption;
