@@ -1,18 +1,28 @@
 /// @file
-/// Reporting, throwing and asserting.
+/// Reporting, throwing and asserting; where exceptions end, and what a lack of memory becomes.
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <string>
+#include <vector>
 
+#include "support/FaultLoop.h"
+#include "support/Narrow.h"
 #include "support/RecordingSink.h"
 #include "utilities/debuggingandexceptions/ExecutionContextLifetime.h"
+#include "utilities/debuggingandexceptions/NoThrow.h"
+#include "utilities/debuggingandexceptions/SourcePosition.h"
+#include "utilities/debuggingandexceptions/VelomComException.h"
+#include "utilities/utilitiesdll/UtilitiesDllPerThreadStorage.h"
 
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
@@ -26,11 +36,6 @@ int CountCalls(int& riCalls) {
 int Explode() {
     throw std::runtime_error("bang");
 }
-
-constexpr const char* EMPTY_RESULT =
-    "A message argument was supplied, but the resulting string is empty. The format string and variable argument list "
-    "for this message causes a crash. Perhaps there's an argument mismatch or one of the arguments is a NULL pointer. "
-    "Look at the message arguments at the file and line number indicated above.";
 
 struct Worker {
     static void Report(int& riCalls) {
@@ -62,14 +67,9 @@ TEST(Report, EvaluatesItsArgumentsOnlyWhenItIsWanted) {
     EXPECT_EQ(report.categories, DebugCategory::Registry | DebugCategory::Utils);
     EXPECT_EQ(report.method, "Worker::Report");
     EXPECT_THAT(report.file, HasSubstr("RaiseMacrosTest.cpp"));
-}
-
-TEST(Report, AnErrorCarriesTheErrorCategory) {
-    const RecordingSink sink;
-    VLM_REPORT_ERROR(DebugCategory::Compress, VTEXT("plain"));
-    ASSERT_EQ(sink.Reports().size(), 1u);
-    EXPECT_TRUE(sink.Reports()[0].fError);
-    EXPECT_EQ(sink.Reports()[0].categories, DebugCategory::Errors | DebugCategory::Compress);
+    VLM_REPORT_ERROR(DebugCategory::Utils, VTEXT("plain"));
+    EXPECT_TRUE(sink.Reports()[1].fError);
+    EXPECT_EQ(sink.Reports()[1].categories, DebugCategory::Errors | DebugCategory::Utils);
 }
 
 TEST(Report, ReplacesAWorthlessTextByADiagnosis) {
@@ -80,19 +80,18 @@ TEST(Report, ReplacesAWorthlessTextByADiagnosis) {
     VLM_REPORT(DebugCategory::Utils, VTEXT("%s"), static_cast<const XCHAR*>(nullptr));
     VLM_REPORT(DebugCategory::Utils, VTEXT("value %d"), Explode());
     VLM_REPORT(DebugCategory::Utils, VTEXT(""));
-    const std::vector<std::string> texts = sink.Texts();
-    ASSERT_EQ(texts.size(), 5u);
-    const std::string intended = std::string(" The format string arguments for the intended error message:\r\n\r\n");
-    EXPECT_EQ(texts[0], EMPTY_RESULT + intended + "VTEXT(\"%s\"), csEmpty");
-    EXPECT_THAT(texts[1], StartsWith(EMPTY_RESULT + intended + "VTEXT(\"%d and %d\"), 1\r\n1 and "));
-    EXPECT_EQ(texts[2], "(null)");
-    EXPECT_THAT(texts[3],
-                HasSubstr("The argument list for this message causes a crash. Some code that executes to marshal "
-                          "the arguments to pass to the format string method causes a crash (e.g., a NULL "
-                          "pointer indirection). Look at the message arguments at the file and line number "
-                          "indicated above. The format string arguments"));
-    EXPECT_THAT(texts[3], HasSubstr("Explode()"));
-    EXPECT_EQ(texts[4], "");
+    constexpr const char* INTENDED = "above. The format string arguments for the intended error message:\r\n\r\n";
+    EXPECT_THAT(
+        sink.Texts(),
+        ElementsAre(
+            AllOf(
+                StartsWith("A message argument was supplied, but the resulting string is empty. The format string and "
+                           "variable argument list for this message causes a crash. Perhaps"),
+                EndsWith(std::string(INTENDED) + "VTEXT(\"%s\"), csEmpty")),
+            HasSubstr(std::string(INTENDED) + "VTEXT(\"%d and %d\"), 1\r\n1 and "), "(null)",
+            AllOf(HasSubstr(" is empty. The argument list for this message causes a crash. Some code that executes"),
+                  HasSubstr(std::string(INTENDED) + "VTEXT(\"value %d\"), Explode()")),
+            ""));
 }
 
 TEST(Throw, ReportsOnceThenThrowsWithPlaceMessageAndContexts) {
@@ -100,7 +99,7 @@ TEST(Throw, ReportsOnceThenThrowsWithPlaceMessageAndContexts) {
     const ExecutionContextLifetime lifetime(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE, VTEXT("in the test")));
     try {
         Worker::Fail();
-        FAIL() << "nothing was thrown";
+        ADD_FAILURE() << "nothing was thrown";
     } catch (const ExceptionFeatureNotFound& rException) {
         EXPECT_EQ(Narrow(rException.GetExceptionMesage().View()), "No feature 7");
         EXPECT_EQ(Narrow(rException.GetExceptionLocationFunctionName().View()), "Worker::Fail");
@@ -108,19 +107,16 @@ TEST(Throw, ReportsOnceThenThrowsWithPlaceMessageAndContexts) {
         EXPECT_EQ(rException.GetExceptionLocationLineNumber(), sink.Reports()[0].dwLine);
         EXPECT_EQ(rException.GetExecutionContextStack().GetDepth(), 1u);
     }
-    EXPECT_THAT(sink.Texts(), ElementsAre("*Throwing* ExceptionFeatureNotFound: No feature 7"));
     EXPECT_TRUE(sink.Reports()[0].fError);
     EXPECT_EQ(sink.Reports()[0].categories, DebugCategory::Errors | DebugCategory::ErrInfra);
-}
-
-TEST(Throw, CarriesTheExtraDataOfTheClassThatHasSome) {
     try {
-        VLM_THROW_WITH(VelomComException, static_cast<HRESULT>(-2147467259), VTEXT("no object"));
+        VLM_THROW_WITH(VelomComException, HRESULT{-5}, VTEXT("no object"));
+        ADD_FAILURE() << "nothing was thrown";
     } catch (const VelomComException& rException) {
-        EXPECT_EQ(rException.GetHresult(), static_cast<HRESULT>(-2147467259));
-        return;
+        EXPECT_EQ(rException.GetHresult(), -5);
     }
-    FAIL() << "nothing was thrown";
+    EXPECT_THAT(sink.Texts(), ElementsAre("*Throwing* ExceptionFeatureNotFound: No feature 7",
+                                          "*Throwing* VelomComException: no object"));
 }
 
 TEST(Assert, ReportsTheConditionInItsFrameAndGoesOn) {
@@ -137,11 +133,11 @@ TEST(Assert, ReportsTheConditionInItsFrameAndGoesOn) {
                 StartsWith("\n\n\n>========================= Failed Assertion ============================<"
                            "Failed Condition:\t(iCount >= 0)\r\n\r\nPath:\t"));
     EXPECT_THAT(report.text, HasSubstr("Method:\tWorker::Check()\r\n"));
-    EXPECT_THAT(report.text, ::testing::EndsWith(
-                                 "\r\nDetails:\r\n\tCount is -3\r\n"
-                                 "\n>========================= End, Failed Assertion =======================<\n\n\n"));
+    EXPECT_THAT(report.text,
+                EndsWith("\r\nDetails:\r\n\tCount is -3\r\n"
+                         "\n>========================= End, Failed Assertion =======================<\n\n\n"));
     VLM_ASSERT(sink.Reports().empty());
-    EXPECT_EQ(sink.Count("(sink.Reports().empty())"), 1u);
+    EXPECT_EQ(sink.Count("Failed Condition:\t(sink.Reports().empty())\r\n"), 1u);
 }
 
 TEST(Assert, InsideTheReportOfAnotherIsDropped) {
@@ -154,16 +150,147 @@ TEST(Assert, InsideTheReportOfAnotherIsDropped) {
 }
 
 TEST(Assert, AsksForABreakOnlyWhenTheSinkWantsOne) {
-    const auto process = [] {
-        return VelomException::ProcessFailedAssertion(VTEXT("(x)"), VTEXT("f"), VTEXT("m"), 1, CXString(), nullptr,
-                                                      DebugCategory::Errors);
-    };
-    EXPECT_FALSE(process());
     RecordingSink sink(DebugCategory::Perf);
-    EXPECT_FALSE(process());
-    sink.fWantsBreak = true;
-    EXPECT_TRUE(process());
+    for (const bool fBreak : {false, true}) {
+        sink.fWantsBreak = fBreak;
+        EXPECT_EQ(VelomException::ProcessFailedAssertion(VTEXT("(x)"), VTEXT("f"), VTEXT("m"), 1, CXString(), nullptr,
+                                                         DebugCategory::Errors),
+                  fBreak);
+    }
     EXPECT_THAT(sink.Texts(), IsEmpty()) << "the categories are not allowed";
+}
+
+TEST(CrtReportHook, MakesAFailedAssertionOfEachReportAndLeavesNothingToTheRuntime) {
+    const RecordingSink sink;
+    const char* const apszNames[] = {"_CRT_WARN", "_CRT_ERROR", "_CRT_ASSERT", "<Unknown!>"};
+    for (int iType = 0; iType < 4; ++iType) {
+        int iBreak = 1;
+        char achMessage[] = "heap is corrupt";
+        EXPECT_EQ(VelomException::VelomCrtDbgReportHook(iType, achMessage, &iBreak), 1);
+        EXPECT_EQ(iBreak, 0);
+        EXPECT_THAT(sink.Texts().back(), AllOf(HasSubstr("Method:\tVelomException::VelomCrtDbgReportHook()"),
+                                               HasSubstr(apszNames[iType] + std::string(")\r\nheap is corrupt"))));
+    }
+    EXPECT_EQ(sink.Count("Missing case in reportType switch statement for 3"), 1u);
+    EXPECT_EQ(sink.Texts().size(), 5u);
+    EXPECT_EQ(VelomException::VelomCrtDbgReportHook(0, nullptr, nullptr), 1);
+}
+
+struct Widget {
+    std::string operator()(int) const {
+        return [] { return Narrow(VLM_HERE.pszMethod); }();
+    }
+};
+
+TEST(SourcePosition, NamesClassAndMethodFromTheTextsOfBothCompilers) {
+    const struct {
+        const char* pszFunction;
+        const char* pszExpected;
+    } aoRows[] = {
+        {"void RegistryKey::GetValue(int) const", "RegistryKey::GetValue"},
+        {"static bool vlm::host::Store::Open(const char16_t*, std::function<void(int)>)", "Store::Open"},
+        {"int {anonymous}::Helper(int (*)(int))", "Helper"},
+        {"CXString::CXString(const CXString&)", "CXString::CXString"},
+        {"bool X::operator<(int) const", "X::operator<"},
+        {"X::operator const char16_t*() const", "X::operator const char16_t*"},
+        {"void List<T, C>::reset() [with T = int; C = A::B]", "List<T, C>::reset"},
+        {"void A::Do(int)::<lambda(int)>", "A::Do"},
+        {"auto A::Do(int)::(anonymous class)::operator()(int) const", "A::Do"},
+        {"", ""},
+    };
+    for (const auto& rRow : aoRows)
+        EXPECT_EQ(vlm::detail::QualifiedName(rRow.pszFunction), rRow.pszExpected);
+}
+
+TEST(SourcePosition, NamesTheMethodAroundALambdaAndTheFileWithBackslashes) {
+    EXPECT_EQ(Widget()(1), "Widget::operator()");
+    EXPECT_THAT(Narrow(VLM_HERE.pszFile), EndsWith("tests\\failure\\RaiseMacrosTest.cpp"));
+}
+
+TEST(NoThrow, AnswersTheBodysAnswerOrTheNeutralOneAndReportsWhatItSwallowed) {
+    const RecordingSink sink;
+    EXPECT_EQ(vlm::NoThrow([] { return 5; }, 0), 5);
+    EXPECT_TRUE(vlm::NoThrow([] {}));
+    EXPECT_EQ(vlm::NoThrow([]() -> int { throw std::out_of_range("too far"); }, -1), -1);
+    EXPECT_FALSE(vlm::NoThrow([] { throw 3; }));
+    EXPECT_THAT(sink.Texts(),
+                ElementsAre(HasSubstr("Object of std::out_of_range\r\n\r\n\ttoo far\r\n"), HasSubstr("unknown class")));
+    EXPECT_TRUE(sink.Reports()[0].fError);
+}
+
+TEST(TranslateOutOfMemory, TurnsTheStandardLibrarysLackOfMemoryIntoOurs) {
+    const RecordingSink sink;
+    EXPECT_EQ(vlm::TranslateOutOfMemory([] { return 5; }), 5);
+    try {
+        vlm::TranslateOutOfMemory([] { throw std::bad_alloc(); });
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const ExceptionOutOfMemory& rException) {
+        EXPECT_EQ(Narrow(rException.GetExceptionLocationFunctionName().View()), "MemoryPool::RaiseOutOfMemory");
+    }
+    EXPECT_THROW(vlm::TranslateOutOfMemory([] { std::vector<int>().reserve(SIZE_MAX); }), ExceptionOutOfMemory);
+    EXPECT_THROW(vlm::TranslateOutOfMemory([] { throw std::out_of_range("x"); }), std::out_of_range);
+    EXPECT_EQ(sink.Count("*Throwing* ExceptionOutOfMemory: There is not enough memory."), 2u);
+}
+
+// Raising, reporting and describing with every request to the system failing: the exception asked for, or the one that
+// says why not; never a third kind, and never the end of the process.
+TEST(OutOfMemory, WhileRaisingNeverGivesAThirdKindOfFailure) {
+    using vlm::test::Attempt;
+    using vlm::test::FaultOutcome;
+    static const CXString kcsLong(VTEXT('m'), 2000);
+    const RecordingSink sink;
+    const auto attempt = [](void (*pfnBody)()) { return [=] { return Attempt<ExceptionOutOfMemory>(pfnBody); }; };
+    const vlm::test::FaultRow ROWS[] = {
+        {"throw in a context", attempt([] {
+             const ExecutionContextLifetime lifetime(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE, kcsLong));
+             try {
+                 VLM_THROW(ExceptionReadFile, VTEXT("%s"), kcsLong);
+             } catch (const ExceptionFile& rException) {
+                 static_cast<void>(rException.what());
+                 rException.GetExceptionIdentifierForUserDisplay();
+             }
+         })},
+        {"report", attempt([] {
+             VLM_ASSERT(kcsLong.IsEmpty(), VTEXT("%s"), kcsLong);
+             VLM_REPORT_ERROR(DebugCategory::Utils, VTEXT("%d and %d"), 1);
+         })},
+        {"swallow", attempt([] { vlm::NoThrow([] { VLM_THROW(ExceptionFile, VTEXT("%s"), kcsLong); }); })},
+        {"the system's lack of memory", attempt([] {
+             try {
+                 vlm::TranslateOutOfMemory([] { throw std::bad_alloc(); });
+             } catch (const ExceptionOutOfMemory&) {  // which it is to be, if there is memory for it
+             }
+         })},
+        {"stack", attempt([] {
+             ExecutionContextStack stack;
+             const ExecutionContextPointer shpoContext(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE, kcsLong));
+             stack.PushContext(shpoContext);
+             const ExecutionContextStack copy(stack);
+             copy.GetMultiLineDisplayString(true);
+             copy.GetMostRecentContextDisplayString(true);
+             stack.PopContext(shpoContext);
+             stack.PopContext(shpoContext);
+             shpoContext->Clone();
+         })},
+        {"bad ids and codes", attempt([] {
+             ExecutionContextBase::GetDebugDisplayString(static_cast<ExecutionContextIdType>(-2), true);
+             const VelomComException com = GetVelomComException(CXString(), CXString(), 3, CXString(), nullptr, 5);
+             VelomComException::GetAdditionalExceptionDescription(&com);
+         })},
+    };
+    UtilitiesDllPerThreadStorage::GetExecutionContextStack();  // made once for the thread
+    RunFaultRows(ROWS);
+    UtilitiesDllPerThreadStorage::CleanUpDueToThreadDetach(false);
+    const vlm::test::FaultRow STORAGE[] = {
+        {"a thread's storage", attempt([] {
+             const struct Detach {
+                 ~Detach() { UtilitiesDllPerThreadStorage::CleanUpDueToThreadDetach(false); }
+             } oDetach;
+             const ExecutionContextLifetime lifetime(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE));
+             UtilitiesDllPerThreadStorage::SetSlot(PTS_PROPERTY_BAG, nullptr, nullptr);
+         })},
+    };
+    RunFaultRows(STORAGE);
 }
 
 }  // namespace
