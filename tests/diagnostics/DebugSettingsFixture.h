@@ -1,9 +1,10 @@
 /// @file
-/// The key of the debug settings in a registry in memory.
+/// The key of the debug settings in a registry in memory, and a debug message manager of its own.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,7 +12,7 @@
 #include "support/FakePlatform.h"
 #include "support/Narrow.h"
 #include "utilities/debuggingandexceptions/DebugClock.h"
-#include "utilities/debuggingandexceptions/DebugMessageConfiguration.h"
+#include "utilities/debuggingandexceptions/DebugMessageManager.h"
 
 namespace vlm::test {
 
@@ -53,6 +54,42 @@ protected:
 
     FakePlatform oFake;
     PlatformScope oScope{oFake.Get()};
+};
+
+/// The manager is made by `Make`, after the test has prepared the platform; its settings key is missing, so everything
+/// has its default until a setter is called.
+class ManagerTest : public DebugSettingsFixture {
+protected:
+    static constexpr const XCHAR* LOG = VTEXT("C:\\logs\\debug.log");
+
+    ManagerTest() { oFake.files.AddFolder(VTEXT("C:\\logs")); }
+
+    DebugMessageManager& Make() { return m_oManager.emplace(CXString(VTEXT("TestDebugConfig"))); }
+    DebugMessageConfiguration& Settings() { return m_oManager->GetConfiguration(); }
+    /// Messages on, to the debugger output.
+    DebugMessageManager& MakeListening() {
+        Make();
+        Settings().SetMessagesEnabled(true);
+        Settings().SetUseOutputDebugString(true);
+        return *m_oManager;
+    }
+    void UseLogFile(const XCHAR* pszPath = LOG) {
+        Settings().SetLogFileName(CXString(pszPath));
+        Settings().SetUseLogFile(true);
+    }
+
+    std::vector<std::string> DebuggerLines() const {
+        std::vector<std::string> vLines;
+        for (const XString& rLine : oFake.desktop.DebuggerLines())
+            vLines.push_back(Narrow(rLine));
+        return vLines;
+    }
+    std::string Log(XStringView svPath = LOG) const {
+        const std::optional<std::vector<BYTE>> oBytes = oFake.files.Contents(svPath);
+        return oBytes ? std::string(oBytes->begin(), oBytes->end()) : "(no file)";
+    }
+
+    std::optional<DebugMessageManager> m_oManager;
 };
 
 }  // namespace vlm::test
