@@ -1,17 +1,17 @@
 /// @file
-/// Exceptions, reports and threads between the library and the program that uses it.
+/// Exceptions and reports between the library and the program that uses it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
-#include <thread>
 
+#include "platform/Platform.h"
+#include "support/FakeSessionPort.h"
 #include "support/RecordingSink.h"
-#include "utilities/debuggingandexceptions/ExecutionContextLifetime.h"
+#include "utilities/debuggingandexceptions/DebugMessageManager.h"
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 #include "utilities/utilitiesdll/MemoryPool.h"
-#include "utilities/utilitiesdll/UtilitiesDllPerThreadStorage.h"
 
 namespace {
 
@@ -47,6 +47,20 @@ void ThrowInTheLibrary() {
     const CXString csLong(VTEXT('x'), 100000);
 }
 
+void ThrowInTheProgram() {
+    throw std::out_of_range("of the program");
+}
+
+void CatchAndShow(void (*pfnRaise)()) {
+    try {
+        pfnRaise();
+    } catch (const std::exception& rException) {
+        VelomException::DisplayExceptionMessage(false, false, &rException, CXString(VTEXT("Caller.cpp")), 1,
+                                                CXString(VTEXT("Caller::Run")), nullptr, nullptr,
+                                                CXString(VTEXT("Title")), CXString());
+    }
+}
+
 TEST(Exceptions, ThrownInTheLibraryAreCaughtInTheProgramByEveryBase) {
     EXPECT_THROW(ThrowInTheLibrary(), ExceptionOutOfMemory);
     EXPECT_THROW(ThrowInTheLibrary(), VelomException);
@@ -62,15 +76,8 @@ TEST(Exceptions, ThrownInTheLibraryAreCaughtInTheProgramByEveryBase) {
 
 TEST(Exceptions, ThrownInTheProgramAreKnownToTheLibrary) {
     const RecordingSink sink;
-    try {
-        VLM_THROW(ExceptionFile, VTEXT("from the program"));
-    } catch (const std::exception& rException) {
-        EXPECT_TRUE(VelomException::IsVelomException(rException));
-        EXPECT_THAT(Narrow(VelomException::GetExceptionIdentifierForUserDisplay(rException).View()),
-                    ::testing::StartsWith("065:000:"));
-    }
+    EXPECT_THROW(VLM_THROW(ExceptionFile, VTEXT("from the program")), ExceptionFile);
     EXPECT_THAT(sink.Texts(), ElementsAre("*Throwing* ExceptionFile: from the program"));
-
     const ProgramException derived(VTEXT("m"), VTEXT("f"), 1, VTEXT("A::B"), nullptr);
     EXPECT_TRUE(VelomException::IsVelomException(derived));
     EXPECT_THAT(Narrow(VelomException::GetExceptionDescription(derived).View()),
@@ -80,21 +87,25 @@ TEST(Exceptions, ThrownInTheProgramAreKnownToTheLibrary) {
 
 TEST(Exceptions, OfTheProgramPassThroughTheLibrary) {
     const MemoryPool::OutOfMemoryHandler pfnFormer = MemoryPool::ExchangeOutOfMemoryHandler([] { throw OutOfPaper(); });
-    const auto raise = [] { CXString().GetBufferSetLength(100000); };
-    {
-        const NoMemory noMemory;
-        EXPECT_THROW(raise(), OutOfPaper);
-    }
+    EXPECT_THROW(ThrowInTheLibrary(), OutOfPaper);
     MemoryPool::ExchangeOutOfMemoryHandler(pfnFormer);
 }
 
-TEST(Threads, AnEndedThreadLeavesNothingInTheLibrary) {
-    const std::size_t cBefore = UtilitiesDllPerThreadStorage::GetAllocatedObjectCount();
-    std::thread([&] {
-        const ExecutionContextLifetime lifetime(MakeExecutionContext(ECIE_THREAD_WSD_REQUEST, VLM_HERE));
-        EXPECT_EQ(UtilitiesDllPerThreadStorage::GetAllocatedObjectCount(), cBefore + 1);
-    }).join();
-    EXPECT_EQ(UtilitiesDllPerThreadStorage::GetAllocatedObjectCount(), cBefore);
+TEST(Exceptions, OfEitherSideAreThrownAgainInTheProgramWhenADeveloperAsksForIt) {
+    vlm::test::FakeSessionPort desktop;
+    vlm::Platform platform = vlm::GetPlatform();
+    platform.pSessions = &desktop;
+    const vlm::PlatformScope scope(platform);
+    DebugMessageConfiguration& rSettings = GetDebugMessageManager().GetConfiguration();
+    rSettings.SetMessagesEnabled(true);
+    RecordingSink sink;
+    sink.iAnswer = vlm::SessionPort::ANSWER_CANCEL;
+    EXPECT_THROW(CatchAndShow(&ThrowInTheLibrary), ExceptionOutOfMemory);
+    EXPECT_THROW(CatchAndShow(&ThrowInTheProgram), std::out_of_range);
+    sink.iAnswer = vlm::SessionPort::ANSWER_OK;
+    EXPECT_NO_THROW(CatchAndShow(&ThrowInTheLibrary));
+    rSettings.SetMessagesEnabled(false);
+    EXPECT_THAT(sink.Questions().at(0), HasSubstr("There is not enough memory to finish the operation."));
 }
 
 }  // namespace

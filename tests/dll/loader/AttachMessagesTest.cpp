@@ -11,33 +11,25 @@
 #include <memory>
 #include <string>
 
+#include "dll/OwnMachineKey.h"
 #include "dll/loader/Module.h"
 
 namespace {
 
 using dlltest::Module;
 using ::testing::HasSubstr;
-using ::testing::MatchesRegex;
 
 constexpr const char* LOADED = "> Driver DLLs loaded. Utilities DLL's DllMain(DLL_PROCESS_ATTACH)\r\n";
 constexpr const char* UNLOADED = "> Driver DLLs unloaded. Utilities DLL's DllMain(DLL_PROCESS_DETACH)\r\n\r\n";
 
-/// The settings' key, in a machine part of the registry of this process's own.
+/// The settings' key.
 class Settings {
 public:
     Settings() {
-        RegCreateKeyExW(HKEY_CURRENT_USER, m_name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &m_hMachine,
-                        nullptr);
-        RegOverridePredefKey(HKEY_LOCAL_MACHINE, m_hMachine);
         RegCreateKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Velom\\KestrixDebugConfig", 0, nullptr, 0, KEY_ALL_ACCESS,
                         nullptr, &m_hKey, nullptr);
     }
-    ~Settings() {
-        RegCloseKey(m_hKey);
-        RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
-        RegCloseKey(m_hMachine);
-        RegDeleteTreeW(HKEY_CURRENT_USER, m_name.c_str());
-    }
+    ~Settings() { RegCloseKey(m_hKey); }
     Settings(const Settings&) = delete;
     Settings& operator=(const Settings&) = delete;
 
@@ -52,7 +44,6 @@ public:
         RegSetValueExW(m_hKey, pszName, 0, REG_SZ, reinterpret_cast<const BYTE*>(rText.c_str()),
                        static_cast<DWORD>((rText.size() + 1) * sizeof(wchar_t)));
     }
-    static std::wstring NameFor(DWORD dwProcess) { return L"Software\\q9load-" + std::to_wstring(dwProcess); }
     /// How many values there are.
     DWORD Count() const {
         DWORD cValues = 0;
@@ -62,8 +53,7 @@ public:
     }
 
 private:
-    std::wstring m_name = NameFor(GetCurrentProcessId());
-    HKEY m_hMachine = nullptr;
+    const dlltest::OwnMachineKey m_oMachine;
     HKEY m_hKey = nullptr;
 };
 
@@ -82,15 +72,11 @@ private:
         std::filesystem::temp_directory_path() / ("q9-load-" + std::to_string(GetCurrentProcessId()) + ".log");
 };
 
-TEST(AttachMessages, SeedTheSettingsAndSayNothingUntilTheyAreOn) {
-    Settings settings;
-    { ASSERT_TRUE(Module(Q9_LIBRARY_FILE).IsLoaded()); }
-    EXPECT_EQ(settings.Count(), 68u);
-}
-
 TEST(AttachMessages, TellThatTheLibraryComesAndGoes) {
     Settings settings;
     const LogFile log;
+    { ASSERT_TRUE(Module(Q9_LIBRARY_FILE).IsLoaded()); }
+    EXPECT_EQ(settings.Count(), 68u) << "seeded; and nothing is said until that is switched on";
     settings.Set(L"MessagesEnabled", true);
     settings.Set(L"UseLogFile", true);
     settings.Set(L"LogFileName", log.Name());
@@ -137,7 +123,8 @@ TEST(AttachMessages, TellThatTheProcessEnds) {
     EXPECT_EQ(dwExitCode, 0u);
     CloseHandle(oProcess.hThread);
     CloseHandle(oProcess.hProcess);
-    RegDeleteTreeW(HKEY_CURRENT_USER, Settings::NameFor(oProcess.dwProcessId).c_str());  // it left that behind
+    RegDeleteTreeW(HKEY_CURRENT_USER,
+                   dlltest::OwnMachineKey::NameFor(oProcess.dwProcessId).c_str());  // it left that behind
     EXPECT_THAT(log.Contents(), HasSubstr(LOADED));
     EXPECT_TRUE(log.Contents().ends_with(UNLOADED)) << log.Contents();
 }
