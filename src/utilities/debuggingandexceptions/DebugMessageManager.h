@@ -72,8 +72,8 @@ public:
     void AddMessage(DebugMessageCategories messageCategories, const vlm::SourcePosition& rPosition,
                     XStringView svText) noexcept;
 
-    /// The filter.  @param effective the categories of the message that are allowed, also when it is refused for want of
-    /// others; with "BeepOnError" an error may gain "msgbeep".  None for a trace message while tracing is off.
+    /// The filter.  @param effective the categories of the message that are allowed, also when it is refused for want
+    /// of others; with "BeepOnError" an error may gain "msgbeep".  None for a trace message while tracing is off.
     bool AllowsMessageWithTheseCategories(const DebugMessageCategories& messageCategories,
                                           DebugMessageCategories& effective) const noexcept;
 
