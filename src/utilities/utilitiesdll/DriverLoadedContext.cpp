@@ -7,6 +7,7 @@
 
 #include "platform/Platform.h"
 #include "platform/ProcessPort.h"
+#include "utilities/utilitiesdll/detail/text/TextKernels.h"
 
 namespace {
 
@@ -25,10 +26,8 @@ constexpr std::array NAMED_CONTEXTS = {
 };
 
 bool IsNamed(XStringView name, XStringView wanted) noexcept {
-    return std::equal(name.begin(), name.end(), wanted.begin(), wanted.end(), [](XCHAR chName, XCHAR chWanted) {
-        const bool fUpper = chName >= VTEXT('A') && chName <= VTEXT('Z');
-        return (fUpper ? static_cast<XCHAR>(chName + 32) : chName) == chWanted;
-    });
+    return std::equal(name.begin(), name.end(), wanted.begin(), wanted.end(),
+                      [](XCHAR chName, XCHAR chWanted) { return vlm::text::ToLower(chName) == chWanted; });
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "utilities/utilitiesdll/DriverVersion.h"
 
 #include "q9version.h"
+#include "utilities/utilitiesdll/detail/text/TextKernels.h"
 
 DriverVersion DriverVersion::GetLibraryVersion() noexcept {
     return DriverVersion(Q9_VERSION_MAJOR, Q9_VERSION_MINOR, Q9_VERSION_PATCH, Q9_VERSION_BUILD);
@@ -55,7 +56,7 @@ bool DriverVersion::TryParse(const CXString& kcsText, DriverVersion& rVersion) {
             uValue = 0;
             fDigit = false;
         } else {
-            if (ch < VTEXT('0') || ch > VTEXT('9')) return false;
+            if (!vlm::text::IsDigit(ch)) return false;
             uValue = uValue * 10 + static_cast<UINT>(ch - VTEXT('0'));
             if (uValue > MAX_PART) return false;
             fDigit = true;

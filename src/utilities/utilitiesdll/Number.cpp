@@ -12,15 +12,13 @@
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 #include "utilities/utilitiesdll/HexText.h"
+#include "utilities/utilitiesdll/detail/text/TextKernels.h"
 #include "utilities/utilitiesdll/detail/values/Rounding.h"
 
 namespace {
 
 bool IsBlank(XCHAR ch) noexcept {
     return ch == VTEXT(' ') || ch == VTEXT('\t');
-}
-bool IsDigit(XCHAR ch) noexcept {
-    return ch >= VTEXT('0') && ch <= VTEXT('9');
 }
 
 XStringView WithoutBlanks(XStringView text) noexcept {
@@ -53,7 +51,7 @@ bool ParseDecimal(XStringView text, double& rdblValue) {
     for (const XCHAR ch : text) {
         if (ch == VTEXT('.') && !fPoint) {
             fPoint = true;
-        } else if (IsDigit(ch)) {
+        } else if (vlm::text::IsDigit(ch)) {
             fDigit = true;
             fWhole = fWhole || (!fPoint && ch != VTEXT('0'));
         } else {

@@ -7,6 +7,7 @@
 
 #include "platform/ClockPort.h"
 #include "platform/Platform.h"
+#include "utilities/utilitiesdll/detail/text/TextKernels.h"
 
 namespace {
 
@@ -49,7 +50,7 @@ bool TakeDigits(XStringView& rText, std::size_t cDigits, ULONGLONG& rullValue) n
     if (cDigits == 0 || rText.size() < cDigits) return false;
     ULONGLONG ullValue = 0;
     for (const XCHAR ch : rText.substr(0, cDigits)) {
-        if (ch < VTEXT('0') || ch > VTEXT('9')) return false;
+        if (!vlm::text::IsDigit(ch)) return false;
         ullValue = ullValue * 10 + static_cast<ULONGLONG>(ch - VTEXT('0'));
     }
     rText.remove_prefix(cDigits);
