@@ -75,7 +75,7 @@ TEST(CXStringEdit, TrimmingTakesOneEndOnly) {
 }
 
 TEST(CXStringEdit, ReversingKeepsCharactersWhole) {
-    EXPECT_EQ(CXString(VTEXT("a\U0001F600b\U0001F601")).MakeReverse(), VTEXT("\U0001F601b\U0001F600a"));
+    EXPECT_EQ(CXString(VTEXT("\U0001F600ab\U0001F601")).MakeReverse(), VTEXT("\U0001F601ba\U0001F600"));
 }
 
 TEST(CXStringEdit, FilterKeepsOrDropsASet) {

@@ -27,15 +27,9 @@ constexpr Unit MM100 = Dimension::DUE_HUNDREDTHS_OF_MM;
 constexpr Unit MM1000 = Dimension::DUE_THOUSANDTHS_OF_MM;
 constexpr Unit PT = Dimension::DUE_POINTS;
 
-/// The 64-bit conversion of the processor, taken from the bits of the double.
+/// The 64-bit conversion of the processor: what it cannot hold, and what is no number, is the lowest value.
 std::int64_t ModelTruncate(double dbl) {
-    const std::uint64_t bits = std::bit_cast<std::uint64_t>(dbl);
-    const int exponent = static_cast<int>(bits >> 52 & 0x7FF) - 1075;
-    const std::uint64_t mantissa = (bits & 0xFFFFFFFFFFFFF) | 0x10000000000000;  // 53 bits
-    if (exponent <= -53) return 0;                                               // also zero and the denormals
-    if (exponent > 10) return std::numeric_limits<std::int64_t>::min();          // 2^63 and beyond, and no numbers
-    const std::uint64_t magnitude = exponent >= 0 ? mantissa << exponent : mantissa >> -exponent;
-    return static_cast<std::int64_t>(bits >> 63 != 0 ? 0 - magnitude : magnitude);
+    return dbl >= -0x1p63 && dbl < 0x1p63 ? static_cast<std::int64_t>(dbl) : std::numeric_limits<std::int64_t>::min();
 }
 
 /// The rounding rule, step by step.
