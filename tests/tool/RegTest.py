@@ -54,6 +54,8 @@ class RegTest(harness.ToolTest):
         tree = self.run_reg("tree", self.HIVE, self.key, "--json").document
         self.assertEqual(tree["keys"]["Below"], {"values": {"": "dword:7"}, "keys": {}})
         self.assertEqual(self.run_reg("tree", self.HIVE, self.key, "--depth", 0, "--json").document["keys"], {"Below": None})
+        self.run_reg("set", self.HIVE, self.key + "\\\uffff", "\uffff", "string:\uffff")
+        self.assertEqual(list(self.run_reg("tree", self.HIVE, self.key, "--json").document["keys"]["\uffff"]["values"]), ["\uffff"])
 
     def test_trees_are_copied_and_deleted(self):
         self.run_reg("set", self.HIVE, self.key + "\\From\\Deep", "n", "dword:7")

@@ -18,7 +18,7 @@ class SettingsEditTest(harness.ToolTest):
         return next(s["attributes"] for s in document["nameSpaces"] if s["nameSpace"] == name_space)
 
     PATHS = [("1/feature:-2147483648", "integer:2147483647"), ("1/feature:258", "option:value:7"), ("1/newfeature:", "string:"),
-             ("1/newfeature:Größe 日本 😀", 'string:tab\\u0009"quoted" \\u0000 \\u001B[31m end'),
+             ("1/newfeature:Größe 日本 😀", '{"type":"STRING","specified":true,"value":"tab\\t\\"quoted\\" \\u0000 \\u001b[31m end"}'),
              ("1/newvalue:N/A:1", "range:5:-5"), ("1/item:0", "rangeofdimension:-2147483.648mm:2147483.647mm"),
              ("1/capability:258:-32768", "dimension:25.4mm"), ("1/newcapability:Duplex:er:32767", "resolution:600x1200:1"),
              ("1/namespace:3", "blob:0AFF00"), ("2/feature:2", "datetime:2026-01-01T00:00:00Z"),
@@ -29,6 +29,15 @@ class SettingsEditTest(harness.ToolTest):
             self.assertEqual(self.run_tool("settings", "get", self.block, path).text, value + "\n", path)
         self.assertEqual(json.loads(self.run_tool("settings", "get", self.block, "1/value:5").text),
                          {"type": "BOOLEAN", "specified": False, "value": False})
+        odd = '{"type": "LIST", "kind": 1, "records": [{"id": {"type": "NEWVALUE", "name": "\\udc00\\uffff"}, "value": {"type": "STRING", "value": "\\ud800\\u009b"}}]}'
+        self.run_tool("settings", "set", self.block, "2/item:1", odd)
+        self.run_tool("settings", "set", self.block, "2/item:2", '{"type": "STRING", "value": "\\ud800\\u000a"}')
+        for path in [path for path, _ in self.PATHS] + ["1/value:5", "2/feature:1", "2/item:1", "2/item:2"]:
+            printed = self.run_tool("settings", "get", self.block, path).text
+            self.assertEqual(len(printed.splitlines()), 1, path)
+            self.run_tool("settings", "set", self.block, "2/item:3", printed[:-1])
+            values = [self.run_tool("settings", "get", self.block, p, "--json").document["value"] for p in (path, "2/item:3")]
+            self.assertEqual(values[0], values[1], path)
         document = self.run_tool("settings", "get", self.block, "2/feature:1", "--json").document
         self.assertEqual((document["found"], document["value"]),
                          (True, sample.EVERY_KIND["nameSpaces"][2]["attributes"][0]["value"]))
@@ -79,6 +88,8 @@ class SettingsEditTest(harness.ToolTest):
         document = self.run_tool("settings", "delete", self.block, "1/feature:5", "--json", expect=ANSWER_NO).document
         self.assertEqual(document["found"], False)
         self.assertEqual(self.block.read_bytes(), contents)
+        out = self.run_tool("settings", "delete", "-", "1/feature:5", stdin=contents, expect=ANSWER_NO, plain=False).out
+        self.assertTrue(out == contents)
 
     def test_the_container_stays_what_it_was(self):
         for form in ("raw", "indexed"):

@@ -144,7 +144,7 @@ class SettingsTest(harness.ToolTest):
     def test_hostile_documents_end_in_a_refusal(self):
         nested = '{"form":"raw","attributes":[' + '{"id":{"type":"FEATURE","number":1},"value":{"type":"LIST","kind":0,"records":[' * 65
         for text in (b"", b"\xff", b"[" * 100000, b"{", b"null", b"[]", b"{}", b'"\\ud800', b'{"form":"\\ud800"}', b'{"\\udc00":1}',
-                     b'{"form":"raw","attributes":[]}x', b'{"form":"raw","attributes":[1e999]}', b"\xef\xbb\xbf{}",
+                     b'{"form":"raw","attributes":[]}x', b'{"form":"raw","attributes":[]}\0', b'{"form":"raw","attributes":[1e999]}', b"\xef\xbb\xbf{}",
                      '{"form":"raw"}'.encode("utf-16"), (nested + "]}}" * 65 + "]}").encode()):
             with self.subTest(text=text[:40]):
                 target = self.file("kept.bin", b"kept")

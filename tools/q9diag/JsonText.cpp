@@ -1,6 +1,7 @@
 // JSON text in and out, for strings of any UTF-16 code units.
 #include "JsonText.h"
 
+#include <algorithm>
 #include <optional>
 #include <set>
 #include <vector>
@@ -168,7 +169,7 @@ Json JsonString(XStringView strText) {
 }
 
 Json JsonString(std::string_view strUtf8) {
-    return JsonString(XStringView(FromUtf8(Printable(strUtf8), "text")));
+    return JsonString(XStringView(FromAnyUtf8(strUtf8)));
 }
 
 XText JsonUnits(const Json& rString) {
@@ -188,6 +189,9 @@ XText JsonUnits(const Json& rString) {
 }
 
 Json ParseJson(std::string_view strText) {
+    // The library takes a zero byte for the end, whatever follows.
+    if (const std::size_t uZero = strText.find('\0'); uZero != std::string_view::npos)
+        RefuseInput(PlaceOf(strText, uZero + 1) + ": a zero byte");
     const std::string strMarked = MarkEscapes(strText);
     ParseGuard guard;
     try {
@@ -201,23 +205,34 @@ Json ParseJson(std::string_view strText) {
     }
 }
 
-std::string WriteJson(const Json& rDocument) {
-    const std::string strMarked = rDocument.dump(2);
-    std::string strResult;
-    strResult.reserve(strMarked.size() + 1);
+std::string JsonName(XStringView strText) {
+    return JsonString(strText).get<std::string>();
+}
+
+std::string WriteJson(const Json& rDocument, JsonLayout eLayout) {
+    const std::string strMarked = rDocument.dump(static_cast<int>(eLayout));
+    std::string strUnmarked;
+    strUnmarked.reserve(strMarked.size() + 1);
     for (std::size_t i = 0; i < strMarked.size();) {
         const std::string_view strRest = std::string_view(strMarked).substr(i);
         if (!strRest.starts_with(MARK_UTF8)) {
-            strResult += strRest.front();
+            strUnmarked += strRest.front();
             ++i;
             continue;
         }
         const std::string_view strDigits = strRest.substr(MARK_UTF8.size(), 3);
         const unsigned uUnit = strDigits == MARK_ITSELF ? MARK : 0xD800 + HexValue(strDigits).value_or(0);
-        strResult.append("\\u").append(Hex(uUnit, 4));
+        strUnmarked.append("\\u").append(Hex(uUnit, 4));
         i += MARK_UTF8.size() + 3;
     }
-    strResult += '\n';
+    // Line ends stand between members only, never in a string.
+    std::string strResult;
+    strResult.reserve(strUnmarked.size() + 1);
+    for (std::size_t uBegin = 0; uBegin < strUnmarked.size();) {
+        const std::size_t uEnd = std::min(strUnmarked.find('\n', uBegin), strUnmarked.size());
+        strResult.append(Printable(std::string_view(strUnmarked).substr(uBegin, uEnd - uBegin))) += '\n';
+        uBegin = uEnd + 1;
+    }
     return strResult;
 }
 

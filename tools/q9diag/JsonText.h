@@ -21,10 +21,13 @@ using Json = nlohmann::ordered_json;
 
 /// A text as a string of a document; the inverse of `JsonUnits`.
 Json JsonString(XStringView strText);
-/// The same for UTF-8 of the tool's own making; bytes that are not well-formed appear as \xXX.
+/// The same for UTF-8; bytes that are not well-formed appear as \xXX.
 Json JsonString(std::string_view strUtf8);
 /// The code units of a document's string.  @param rString must be a string that came from `ParseJson` or `JsonString`.
 XText JsonUnits(const Json& rString);
+
+/// A text as the name of a member.
+std::string JsonName(XStringView strText);
 
 /// How deep arrays and objects may nest: lists nest 64 deep in settings, and each level takes three in JSON.
 constexpr int MAX_JSON_DEPTH = 3 * 64 + 16;
@@ -35,7 +38,9 @@ constexpr int MAX_JSON_DEPTH = 3 * 64 + 16;
 ///         stands twice or lies too deep.
 Json ParseJson(std::string_view strText);
 
-/// Writes one document with two blanks of indentation and a line end.
-std::string WriteJson(const Json& rDocument);
+/// Writes one document with two blanks of indentation, or on one line, and a line end.  What could change the state of
+/// a terminal is written as \uXXXX.
+enum class JsonLayout : int { OneLine = -1, Indented = 2 };
+std::string WriteJson(const Json& rDocument, JsonLayout eLayout = JsonLayout::Indented);
 
 }  // namespace vlm::tool

@@ -17,8 +17,12 @@ namespace vlm::tool {
 
 namespace {
 
+XStringView ViewOf(const XCHAR* pszText) {
+    return pszText ? XStringView(pszText) : XStringView();
+}
+
 std::string Utf8(const XCHAR* pszText) {
-    return Printable(pszText ? XStringView(pszText) : XStringView());
+    return Printable(ViewOf(pszText));
 }
 
 std::string DefaultQueue() {
@@ -30,7 +34,7 @@ std::string DefaultQueue() {
 
 /// What a user would call it.
 std::string KindOf(const PrinterInfo2& rInfo) {
-    const XStringView svPort = rInfo.pPortName ? XStringView(rInfo.pPortName) : XStringView();
+    const XStringView svPort = ViewOf(rInfo.pPortName);
     if ((rInfo.Attributes & PrintQueuePort::ATTRIBUTE_NETWORK) != 0) return "connection";
     if (svPort.starts_with(VTEXT("ipp://")) || svPort.starts_with(VTEXT("http"))) return "IPP";
     return (rInfo.Attributes & PrintQueuePort::ATTRIBUTE_SHARED) != 0 ? "shared" : "local";
@@ -53,13 +57,13 @@ int List(Output& rOutput) {
         const bool bDefault = strName == strDefault, bPaused = (rInfo.Status & PrintQueuePort::STATUS_PAUSED) != 0;
         vRows.push_back({strName, KindOf(rInfo), Utf8(rInfo.pDriverName), Utf8(rInfo.pPortName),
                          std::string(bPaused ? "paused" : "ready") + (bDefault ? ", default" : "")});
-        oQueues.push_back({{"name", strName},
+        oQueues.push_back({{"name", JsonString(ViewOf(rInfo.pPrinterName))},
                            {"kind", KindOf(rInfo)},
-                           {"driver", Utf8(rInfo.pDriverName)},
-                           {"port", Utf8(rInfo.pPortName)},
-                           {"processor", Utf8(rInfo.pPrintProcessor)},
-                           {"comment", Utf8(rInfo.pComment)},
-                           {"location", Utf8(rInfo.pLocation)},
+                           {"driver", JsonString(ViewOf(rInfo.pDriverName))},
+                           {"port", JsonString(ViewOf(rInfo.pPortName))},
+                           {"processor", JsonString(ViewOf(rInfo.pPrintProcessor))},
+                           {"comment", JsonString(ViewOf(rInfo.pComment))},
+                           {"location", JsonString(ViewOf(rInfo.pLocation))},
                            {"attributes", rInfo.Attributes},
                            {"status", rInfo.Status},
                            {"default", bDefault}});
@@ -86,10 +90,10 @@ int Sample(bool fRemove, Output& rOutput) {
         const auto Text = [](const CXString& kcsText) { return Printable(kcsText.View()); };
         vRows.push_back({Text(rQueue.m_csName), Text(rQueue.m_csKind), Text(rQueue.m_csDriver), Text(rQueue.m_csPort),
                          rQueue.m_bAdded ? "added" : "was there"});
-        oQueues.push_back({{"name", Text(rQueue.m_csName)},
-                           {"kind", Text(rQueue.m_csKind)},
-                           {"driver", Text(rQueue.m_csDriver)},
-                           {"port", Text(rQueue.m_csPort)},
+        oQueues.push_back({{"name", JsonString(rQueue.m_csName.View())},
+                           {"kind", JsonString(rQueue.m_csKind.View())},
+                           {"driver", JsonString(rQueue.m_csDriver.View())},
+                           {"port", JsonString(rQueue.m_csPort.View())},
                            {"added", rQueue.m_bAdded}});
     }
     rOutput.Table(vRows, 0, {Style::Name});

@@ -39,7 +39,7 @@ Json Show(const RegPlace& rPlace, const CXString& kcsPath, int iLevel, int iDeep
         RegValue oValue;
         if (!oKey.GetValue(rcsName, oValue.bbData, &oValue.dwType)) continue;
         vRows.push_back({rcsName.IsEmpty() ? "(default)" : Printable(rcsName.View()), RegValueText(oValue)});
-        oValues[ToUtf8(rcsName.View())] = RegValueText(oValue);
+        oValues[JsonName(rcsName.View())] = RegValueText(oValue);
     }
     rOutput.Table(vRows, 2 * iLevel);
     for (const CXString& rcsName : vcsKeys) {
@@ -47,9 +47,9 @@ Json Show(const RegPlace& rPlace, const CXString& kcsPath, int iLevel, int iDeep
                      rOutput.Styled(Style::Name, Printable(rcsName.View()) + "\\"));
         if (iLevel < iDeepest) {
             const CXString csBelow = kcsPath.IsEmpty() ? rcsName : kcsPath + VTEXT("\\") + rcsName;
-            oKeys[ToUtf8(rcsName.View())] = Show(rPlace, csBelow, iLevel + 1, iDeepest, rOutput);
+            oKeys[JsonName(rcsName.View())] = Show(rPlace, csBelow, iLevel + 1, iDeepest, rOutput);
         } else {
-            oKeys[ToUtf8(rcsName.View())] = nullptr;
+            oKeys[JsonName(rcsName.View())] = nullptr;
         }
     }
     return {{"values", std::move(oValues)}, {"keys", std::move(oKeys)}};

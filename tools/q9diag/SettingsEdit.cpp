@@ -9,6 +9,7 @@
 #include "RecordJson.h"
 #include "SettingsEdit.h"
 #include "SettingsText.h"
+#include "utilities/debuggingandexceptions/VelomException.h"
 
 namespace vlm::tool {
 
@@ -55,6 +56,22 @@ int AnswerAbsent(const SettingsPath& rPath, Output& rOutput) {
     return EXIT_ANSWER_NO;
 }
 
+/// VALUE as `set` takes it: short where that says everything, else JSON on one line.
+std::string TextForSet(const AttributeBytesValue& rValue) {
+    const auto isSaidBy = [&](const std::string& strText) {
+        try {
+            return ParseValue(strText)->IsEqual(rValue);
+        } catch (const VelomException&) {
+            return false;
+        }
+    };
+    std::string strText = TextOf(rValue);
+    if (isSaidBy(strText)) return strText;
+    strText = WriteJson(ToJson(rValue), JsonLayout::OneLine);
+    strText.pop_back();  // its line end
+    return strText;
+}
+
 int Get(const Options& rOptions, Output& rOutput) {
     Settings oSettings = DecodeSettings(ReadInput(rOptions.strFile), rOptions.strFile);
     const SettingsPath oPath = ParsePath(rOptions.strPath, oSettings);
@@ -63,8 +80,7 @@ int Get(const Options& rOptions, Output& rOutput) {
     const auto it = FindRecord(*pGroup, oPath);
     if (it == pGroup->vshpoRecords.end()) return AnswerAbsent(oPath, rOutput);
     const AttributeBytesValue& rValue = (*it)->GetAttributeBytesValue();
-    const bool fNeedsJson = rValue.IsList() || !rValue.IsSpecified();
-    rOutput.Line(fNeedsJson ? ToJson(rValue).dump() : TextOf(rValue));
+    rOutput.Line(TextForSet(rValue));
     Json oDocument = {{"path", JsonString(std::string_view(PathText(oPath.olNameSpace, *oPath.apoId)))},
                       {"found", true}};
     oDocument["id"] = ToJson((*it)->GetAttributeBytesId());
@@ -90,16 +106,21 @@ int Set(const Options& rOptions, Output& rOutput) {
 
 int Delete(const Options& rOptions, Output& rOutput) {
     RefuseBytesAmongJson(rOptions.strFile, rOutput);
-    Settings oSettings = DecodeSettings(ReadInput(rOptions.strFile), rOptions.strFile);
+    const ByteBuffer bbFile = ReadInput(rOptions.strFile);
+    Settings oSettings = DecodeSettings(bbFile, rOptions.strFile);
     const SettingsPath oPath = ParsePath(rOptions.strPath, oSettings);
     if (oSettings.eForm == Form::Record) RefuseInput("a record cannot be without its attribute; delete the file");
     SettingsGroup* const pGroup = FindGroup(oSettings, oPath);
-    if (!pGroup) return AnswerAbsent(oPath, rOutput);
-    const auto it = FindRecord(*pGroup, oPath);
-    if (it == pGroup->vshpoRecords.end()) return AnswerAbsent(oPath, rOutput);
-    pGroup->vshpoRecords.erase(it);
-    Store(rOptions, oSettings, oPath, rOutput);
-    return EXIT_DONE;
+    if (pGroup) {
+        const auto it = FindRecord(*pGroup, oPath);
+        if (it != pGroup->vshpoRecords.end()) {
+            pGroup->vshpoRecords.erase(it);
+            Store(rOptions, oSettings, oPath, rOutput);
+            return EXIT_DONE;
+        }
+    }
+    if (rOptions.strFile == "-") WriteResult(rOptions.strFile, bbFile, rOutput);  // a filter passes on what it got
+    return AnswerAbsent(oPath, rOutput);
 }
 
 }  // namespace

@@ -2,8 +2,9 @@
 #include "SettingsText.h"
 
 #include <charconv>
-#include <cmath>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 
 #include "Failure.h"
 #include "RecordJson.h"
@@ -69,9 +70,9 @@ std::unique_ptr<AttributeBytesId> ParseNewCapability(std::string_view strRest) {
 }
 
 Dimension ParseStoredLength(std::string_view strText) {
-    constexpr double MOST = 2147483647;
     const Dimension oLength = ParseLength(strText);
-    if (std::fabs(oLength.GetDimensionInThousandthsOfMM()) > MOST)
+    const double dThousandths = oLength.GetDimensionInThousandthsOfMM();
+    if (dThousandths < INT32_MIN || dThousandths > INT32_MAX)
         RefuseInput("a length beyond 2147483.647 mm: " + Printable(strText));
     return oLength;
 }

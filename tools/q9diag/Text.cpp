@@ -34,7 +34,8 @@ std::optional<char32_t> TakeUtf8(std::string_view& rText) noexcept {
 bool IsUnfitForTerminal(char32_t codePoint) noexcept {
     return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0) ||
            (codePoint >= 0x202A && codePoint <= 0x202E) || (codePoint >= 0x2066 && codePoint <= 0x2069) ||
-           codePoint == 0x2028 || codePoint == 0x2029 || IsSurrogate(codePoint);
+           codePoint == 0x2028 || codePoint == 0x2029 || codePoint == 0xFFFE || codePoint == 0xFFFF ||
+           IsSurrogate(codePoint);
 }
 
 void AppendPrintable(std::string& rTarget, char32_t codePoint) {
@@ -98,6 +99,21 @@ XText FromUtf8(std::string_view strText, const char* pszWhat) {
     return strResult;
 }
 
+XText FromAnyUtf8(std::string_view strText) {
+    XText strResult;
+    strResult.reserve(strText.size());
+    while (!strText.empty()) {
+        if (const auto codePoint = TakeUtf8(strText)) {
+            AppendUtf16(strResult, *codePoint);
+        } else {
+            for (const char c : "\\x" + Hex(static_cast<unsigned char>(strText.front()), 2))
+                strResult += static_cast<XCHAR>(c);
+            strText.remove_prefix(1);
+        }
+    }
+    return strResult;
+}
+
 std::string ToUtf8(XStringView strText) {
     std::string strResult;
     while (!strText.empty()) {
@@ -115,16 +131,7 @@ std::string Printable(XStringView strText) {
 }
 
 std::string Printable(std::string_view strText) {
-    std::string strResult;
-    while (!strText.empty()) {
-        if (const auto codePoint = TakeUtf8(strText)) {
-            AppendPrintable(strResult, *codePoint);
-        } else {
-            strResult += "\\x" + Hex(static_cast<unsigned char>(strText.front()), 2);
-            strText.remove_prefix(1);
-        }
-    }
-    return strResult;
+    return Printable(XStringView(FromAnyUtf8(strText)));
 }
 
 std::string Hex(unsigned long long value, int cDigits) {

@@ -35,6 +35,9 @@ void AppendUtf16(XText& rTarget, char32_t codePoint);
 /// @throws ExceptionInvalidArgument when the bytes are not well-formed UTF-8 (RFC 3629).
 XText FromUtf8(std::string_view strText, const char* pszWhat);
 
+/// The same for bytes of any kind: those that are not well-formed come out as \xXX.
+XText FromAnyUtf8(std::string_view strText);
+
 /// UTF-16 to UTF-8 for messages and names of files; a lone surrogate becomes U+FFFD.
 std::string ToUtf8(XStringView strText);
 
