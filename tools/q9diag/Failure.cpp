@@ -43,6 +43,16 @@ std::string OneLine(std::string_view strText) {
     return Printable(std::string_view(strResult));
 }
 
+/// A failure that was described where it happened.
+class DescribedFailure : public std::exception {
+public:
+    explicit DescribedFailure(FailureReport report) : m_oReport(std::move(report)) {}
+    const FailureReport& Report() const noexcept { return m_oReport; }
+
+private:
+    FailureReport m_oReport;
+};
+
 CXString ToXString(std::string_view strUtf8) {
     return CXString(XStringView(FromUtf8(Printable(strUtf8), "text")));
 }
@@ -64,6 +74,12 @@ std::string StatusText(Status status) {
 void RefuseInput(const std::string& strMessage, int iLine, const char* pszFile, const char* pszFunction) {
     throw GetExceptionInvalidArgument(ToXString(std::string_view(strMessage)), ToXString(pszFile), iLine,
                                       ToXString(pszFunction), nullptr);
+}
+
+void RefuseContents(const std::exception& rException) {
+    FailureReport oReport = Describe(rException);
+    oReport.iExitStatus = EXIT_BAD_INPUT;
+    throw DescribedFailure(std::move(oReport));
 }
 
 void RefuseFile(FileStep eStep, const std::string& strFile, Status status, int iLine, const char* pszFile,
@@ -104,6 +120,7 @@ void RefusePrinter(const std::string& strWhat, Status status, int iLine, const c
 }
 
 FailureReport Describe(const std::exception& rException) {
+    if (const auto* pDescribed = dynamic_cast<const DescribedFailure*>(&rException)) return pDescribed->Report();
     if (const auto* pUsage = dynamic_cast<const UsageError*>(&rException))
         return {EXIT_USAGE, pUsage->Kind(), "000:000:000", OneLine(pUsage->what())};
     if (const auto* pOurs = dynamic_cast<const VelomException*>(&rException)) {

@@ -30,6 +30,10 @@ private:
 [[noreturn]] void RefuseInput(const std::string& strMessage, int iLine = __builtin_LINE(),
                               const char* pszFile = __builtin_FILE(), const char* pszFunction = __builtin_FUNCTION());
 
+/// Refuses the contents of a file, in the words and under the name of the exception that says what is wrong with them,
+/// whatever its group: exit status 3.
+[[noreturn]] void RefuseContents(const std::exception& rException);
+
 /// What the system refused: a file that is missing or denied.  Exit status 4.
 enum class FileStep { Open, Read, Create, Write };
 /// Throws the exception of the file group that belongs to the step, with the system's own words for `status`.

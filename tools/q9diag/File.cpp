@@ -5,6 +5,7 @@
 #include "Files.h"
 #include "Output.h"
 #include "Progress.h"
+#include "utilities/debuggingandexceptions/VelomExceptions.h"
 #include "utilities/utilitiesdll/SimpleFileWithCompression.h"
 #include "utilities/utilitiesdll/SimpleFileWithCrc.h"
 #include "utilities/utilitiesdll/simplefilewithencryption.h"
@@ -39,9 +40,14 @@ ByteBuffer Read(const Options& rOptions, std::size_t& rcFileBytes) {
     ByteBuffer bb = ReadInput(rOptions.strFile);
     rcFileBytes = bb.size();
     const CXString csName = NameOf(rOptions);
-    if (rOptions.bCrc) SimpleFileWithCrc(csName).DecodeContents(bb);
-    if (rOptions.bCompress) SimpleFileWithCompression(csName).DecodeContents(bb);
-    if (!rOptions.strMethod.empty()) SimpleFileWithEncryption(csName, MethodOf(rOptions.strMethod)).DecodeContents(bb);
+    try {
+        if (rOptions.bCrc) SimpleFileWithCrc(csName).DecodeContents(bb);
+        if (rOptions.bCompress) SimpleFileWithCompression(csName).DecodeContents(bb);
+        if (!rOptions.strMethod.empty())
+            SimpleFileWithEncryption(csName, MethodOf(rOptions.strMethod)).DecodeContents(bb);
+    } catch (const ExceptionReadFile& rException) {
+        RefuseContents(rException);  // the file was read; what is in it is wrong
+    }
     return bb;
 }
 

@@ -9,6 +9,7 @@
 #include "Failure.h"
 #include "Output.h"
 #include "platform/FilePort.h"
+#include "platform/OpenFilePort.h"
 #include "platform/Platform.h"
 #include "utilities/utilitiesdll/WriteBeside.h"
 
@@ -72,6 +73,30 @@ private:
     HANDLE m_hFile = nullptr;
 };
 
+/// Writes into a device or a pipe.  @return false for anything else, which is left alone.
+bool WriteToDevice(const std::string& strFile, const ByteBuffer& rbbContents) {
+    const XText strPath = FromUtf8(strFile, "file name");
+    FilePort& rFiles = *GetPlatform().pFiles;
+    FilePort::OpenOptions oOptions;
+    oOptions.eAccess = FilePort::Access::Attributes;
+    oOptions.dwShare = FilePort::ShareRead | FilePort::ShareWrite | FilePort::ShareDelete;
+    HANDLE hFile = nullptr;
+    if (rFiles.Open(strPath.c_str(), oOptions, hFile) != Status::Success) return false;
+    OpenFilePort::Facts oFacts;
+    const Status statusOfFacts = GetPlatform().pOpenFiles->GetFacts(hFile, oFacts);
+    rFiles.Close(hFile);
+    if (statusOfFacts != Status::Success || oFacts.fDisk) return false;
+    oOptions.eAccess = FilePort::Access::Write;
+    Status status = rFiles.Open(strPath.c_str(), oOptions, hFile);
+    if (status != Status::Success) RefuseFile(FileStep::Create, strFile, status);
+    DWORD dwWritten = 0;
+    status = rFiles.Write(hFile, rbbContents.data(), rbbContents.GetLength(), dwWritten);
+    const Status statusOfClose = rFiles.Close(hFile);
+    if (status == Status::Success) status = statusOfClose;
+    if (status != Status::Success) RefuseFile(FileStep::Write, strFile, status);
+    return true;
+}
+
 }  // namespace
 
 ByteBuffer ReadInput(const std::string& strFile) {
@@ -81,7 +106,7 @@ ByteBuffer ReadInput(const std::string& strFile) {
 void WriteResult(const std::string& strFile, const ByteBuffer& rbbContents, Output& rOutput) {
     if (strFile == STANDARD_STREAM) {
         rOutput.Bytes(std::string_view(reinterpret_cast<const char*>(rbbContents.data()), rbbContents.size()));
-    } else {
+    } else if (!WriteToDevice(strFile, rbbContents)) {
         WriteBesideAndReplace(CXString(XStringView(FromUtf8(strFile, "file name"))), rbbContents);
     }
 }

@@ -19,7 +19,8 @@ constexpr std::size_t MAX_INPUT_BYTES = 256u << 20;
 /// @throws ExceptionCreateFileForReading, ExceptionReadFile, ExceptionInvalidArgument for more than MAX_INPUT_BYTES.
 ByteBuffer ReadInput(const std::string& strFile);
 
-/// Writes a whole file beside the old one and puts it in its place in one step; or writes to standard output.
+/// Writes a whole file beside the old one and puts it in its place in one step; or writes to standard output.  A device
+/// or a pipe takes the bytes itself: nothing is put in its place.
 /// @throws ExceptionCreateFileForWriting, ExceptionWriteFile; the old file is then as it was.
 void WriteResult(const std::string& strFile, const ByteBuffer& rbbContents, Output& rOutput);
 
