@@ -28,6 +28,9 @@ class DebugLogTest(harness.ToolTest):
         self.assertEqual(self.log().text.splitlines()[:4], ["[ errors registry ]> *ERROR*", "", "no such key", "[ perf ]> *PERF L0* über 5ms"])
         self.assertEqual(self.log(contents=b"> \x1b[31mred\r\nno end").text, "> \\u001B[31mred\nno end\n")
         self.assertEqual(self.log(contents=b"").text, "")
+        lines = [b"%d" % i for i in range(60000)]  # more than is read at once
+        self.assertEqual(self.log(contents=b"\n".join(lines)).out.split(), lines)
+        self.assertEqual(self.log("-n", 20000, contents=b"\n".join(lines)).out.split(), lines[-20000:])
 
     def test_categories_texts_and_the_end_are_picked(self):
         for arguments, expected in (
@@ -49,6 +52,8 @@ class DebugLogTest(harness.ToolTest):
         document = self.log("--json", "--category", "perf").document
         self.assertEqual(document["lines"], [{"categories": ["perf"], "text": "[ perf ]> *PERF L0* über 5ms"},
                                              {"categories": ["perf", "flow"], "text": "[ perf flow ]> last"}])
+        self.assertEqual(self.log("--json", contents=b"a\tb").document["lines"], [{"categories": [], "text": "a\tb"}])
+        self.assertEqual(self.tool("log", "-", "--match", "ber", "--json", stdin=LINES).document["lines"][0]["categories"], ["perf"])
         self.log("--json", "--follow", expect=USAGE)
 
     def test_colours_tell_errors_from_the_rest(self):

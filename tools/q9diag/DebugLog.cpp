@@ -10,6 +10,7 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "Failure.h"
+#include "Files.h"
 #include "LogSink.h"
 #include "Output.h"
 #include "Text.h"
@@ -51,7 +52,7 @@ XText PathOf(const std::string& strFile) {
 
 /// One line of the file, and the categories that it begins with.
 struct Line {
-    std::string strText;
+    XText strText;
     DebugMessageCategories categories = DebugCategory::None;  ///< none: the line does not say
     std::vector<std::string> vCategories;
 };
@@ -74,11 +75,11 @@ void ReadCategories(XStringView strText, Line& rLine) {
 
 /// @param strBytes a line in the ANSI code page, without its end.
 Line ReadLine(const std::string& strBytes) {
-    XText strText(strBytes.size(), XCHAR());
-    strText.resize(GetPlatform().pText->ToWide(0, strBytes.data(), strBytes.size(), strText.data(), strText.size()));
     Line line;
-    line.strText = Printable(XStringView(strText));
-    ReadCategories(strText, line);
+    line.strText.resize(strBytes.size());
+    line.strText.resize(
+        GetPlatform().pText->ToWide(0, strBytes.data(), strBytes.size(), line.strText.data(), line.strText.size()));
+    ReadCategories(line.strText, line);
     return line;
 }
 
@@ -86,7 +87,8 @@ Line ReadLine(const std::string& strBytes) {
 class Filter {
 public:
     explicit Filter(const LogOptions& rOptions)
-        : m_categories(ParseCategories(rOptions.strCategories, "--category")), m_strMatch(rOptions.strMatch) {}
+        : m_categories(ParseCategories(rOptions.strCategories, "--category")),
+          m_strMatch(FromUtf8(rOptions.strMatch, "--match")) {}
 
     bool Wants(const Line& rLine) {
         if (rLine.categories != DebugCategory::None) {
@@ -95,14 +97,14 @@ public:
         } else if (!m_bSeenCategories) {
             m_bMessageWanted = m_categories == DebugCategory::None;
         }
-        return m_bMessageWanted && (m_strMatch.empty() || rLine.strText.find(m_strMatch) != std::string::npos);
+        return m_bMessageWanted && (m_strMatch.empty() || rLine.strText.find(m_strMatch) != XText::npos);
     }
     /// Were categories asked for, and no line has any?
     bool IsPointless() const { return m_categories != DebugCategory::None && !m_bSeenCategories; }
 
 private:
     DebugMessageCategories m_categories;
-    std::string m_strMatch;
+    XText m_strMatch;
     bool m_bMessageWanted = true;
     bool m_bSeenCategories = false;
 };
@@ -134,15 +136,17 @@ public:
         return status;
     }
 
-    /// Appends what has come since the last call.  @return success also while the file is away.
-    Status ReadMore(std::string& rstrBytes) {
-        if (m_bOpen && HasMoved()) {
-            const Status status = ReadRest(rstrBytes);
-            Close();
-            if (status != Status::Success) return status;
-        }
+    /// Appends a piece of what has come since the last call.  @param rfCame whether there was one.
+    /// @return success also while the file is away.
+    Status ReadMore(std::string& rstrBytes, bool& rfCame) {
+        const bool fMoved = m_bOpen && HasMoved();
+        rfCame = false;
         if (!m_bOpen && Open() != Status::Success) return Status::Success;
-        return ReadRest(rstrBytes);
+        Status status = ReadPiece(rstrBytes, rfCame);
+        if (!fMoved || rfCame) return status;
+        Close();  // read to its end; what is there now follows
+        if (status == Status::Success && Open() == Status::Success) status = ReadPiece(rstrBytes, rfCame);
+        return status;
     }
 
 private:
@@ -165,23 +169,22 @@ private:
                (facts.ullFile != m_oFacts.ullFile || facts.ullVolume != m_oFacts.ullVolume);
     }
 
-    Status ReadRest(std::string& rstrBytes) {
+    Status ReadPiece(std::string& rstrBytes, bool& rfCame) {
         FilePort& rFiles = *GetPlatform().pFiles;
         ULONGLONG ullSize = 0;
         Status status = rFiles.Size(m_hFile, ullSize);
         if (status != Status::Success) return status;
         if (ullSize < m_ullOffset) m_ullOffset = 0;  // it was made empty
         status = rFiles.Seek(m_hFile, m_ullOffset);
-        std::array<char, 65536> achChunk{};
+        std::array<char, 65536> achPiece{};
         DWORD dwRead = 0;
-        do {
-            if (status == Status::Success) {
-                status = rFiles.Read(m_hFile, achChunk.data(), static_cast<DWORD>(achChunk.size()), dwRead);
-            }
-            if (status != Status::Success) return status;
-            rstrBytes.append(achChunk.data(), dwRead);
-            m_ullOffset += dwRead;
-        } while (dwRead != 0);
+        if (status == Status::Success) {
+            status = rFiles.Read(m_hFile, achPiece.data(), static_cast<DWORD>(achPiece.size()), dwRead);
+        }
+        if (status != Status::Success) return status;
+        rstrBytes.append(achPiece.data(), dwRead);
+        m_ullOffset += dwRead;
+        rfCame = dwRead != 0;
         return Status::Success;
     }
 
@@ -191,6 +194,9 @@ private:
     ULONGLONG m_ullOffset = 0;
     OpenFilePort::Facts m_oFacts;
 };
+
+/// A line that goes on beyond this comes in pieces.
+constexpr std::size_t LONGEST_LINE = 1u << 20;
 
 /// Cuts whole lines off the front of what was read.
 /// @param bAll takes the last line, too, although its end has not come.
@@ -202,59 +208,98 @@ void TakeLines(std::string& rstrBytes, bool bAll, Take&& take) {
         take(ReadLine(rstrBytes.substr(uBegin, uCut - uBegin)));
     }
     rstrBytes.erase(0, uBegin);
-    if (!bAll || rstrBytes.empty()) return;
+    if (rstrBytes.empty() || (!bAll && rstrBytes.size() < LONGEST_LINE)) return;
     take(ReadLine(rstrBytes));
     rstrBytes.clear();
 }
 
-int Log(const LogOptions& rOptions, Output& rOutput) {
-    if (rOptions.bFollow && rOutput.IsJson()) throw UsageError("--follow has no end, so it cannot make one document");
-    const XText strPath = PathOf(rOptions.strFile);
-    const std::string strName = ToUtf8(strPath);
-    LogReader reader(strPath);
+/// The lines that are wanted, printed as they come; with `--lines` or JSON kept until the file was read to its end.
+class LogPrinter {
+public:
+    LogPrinter(const LogOptions& rOptions, Output& rOutput)
+        : m_oFilter(rOptions), m_ollLines(rOptions.ollLines), m_rOutput(rOutput) {}
+
+    /// @param bAll takes the last line, too, although its end has not come.
+    void Take(std::string& rstrBytes, bool bAll) {
+        TakeLines(rstrBytes, bAll, [&](Line line) {
+            if (!m_oFilter.Wants(line)) return;
+            m_vLines.push_back(std::move(line));
+            if (m_ollLines && m_vLines.size() > static_cast<std::size_t>(*m_ollLines)) m_vLines.pop_front();
+        });
+        if (!m_ollLines && !m_rOutput.IsJson()) Print();
+    }
+    /// The file was read to its end: prints what was kept; from now on nothing is.
+    void EndOfFile() {
+        if (m_oFilter.IsPointless() && m_vLines.empty())
+            m_rOutput.Remark("No line tells its categories: debug set ShowCategories on");
+        m_ollLines.reset();
+        if (!m_rOutput.IsJson()) Print();
+    }
+    Json ToJson() const {
+        Json oLines = Json::array();
+        for (const Line& rLine : m_vLines)
+            oLines.push_back({{"categories", rLine.vCategories}, {"text", JsonString(XStringView(rLine.strText))}});
+        return oLines;
+    }
+
+private:
+    void Print() {
+        for (const Line& rLine : m_vLines)
+            m_rOutput.Line(m_rOutput.Styled(StyleOf(rLine), Printable(XStringView(rLine.strText))));
+        m_vLines.clear();
+    }
+
+    Filter m_oFilter;
+    std::optional<std::int64_t> m_ollLines;
+    Output& m_rOutput;
+    std::deque<Line> m_vLines;
+};
+
+/// Prints a log, and with `--follow` what comes later.
+void ReadLog(const LogOptions& rOptions, const XText& rstrPath, LogPrinter& rPrinter, Output& rOutput) {
+    const std::string strName = ToUtf8(rstrPath);
+    LogReader reader(rstrPath);
     if (const Status status = reader.Open(); status != Status::Success && !rOptions.bFollow) {
         RefuseFile(FileStep::Open, strName, status);
     }
-    Filter filter(rOptions);
-    std::deque<Line> vLines;
     std::string strBytes;
-    const auto read = [&](bool bAll) {
-        if (const Status status = reader.ReadMore(strBytes); status != Status::Success) {
-            RefuseFile(FileStep::Read, strName, status);
+    const auto readToEnd = [&] {
+        for (bool fCame = true; fCame && rOutput.Flush();) {
+            if (const Status status = reader.ReadMore(strBytes, fCame); status != Status::Success) {
+                RefuseFile(FileStep::Read, strName, status);
+            }
+            if (fCame) rPrinter.Take(strBytes, false);
         }
-        TakeLines(strBytes, bAll, [&](Line line) {
-            if (filter.Wants(line)) vLines.push_back(std::move(line));
-        });
     };
-    const auto print = [&] {
-        for (const Line& rLine : vLines)
-            rOutput.Line(rOutput.Styled(StyleOf(rLine), rLine.strText));
-        vLines.clear();
-        std::fflush(stdout);
-    };
-    read(!rOptions.bFollow);
-    while (rOptions.ollLines && vLines.size() > static_cast<std::size_t>(*rOptions.ollLines))
-        vLines.pop_front();
-    if (filter.IsPointless() && vLines.empty()) {
-        rOutput.Remark("No line tells its categories: debug set ShowCategories on");
-    }
-    Json oLines = Json::array();
-    if (rOutput.IsJson()) {
-        for (const Line& rLine : vLines)
-            oLines.push_back({{"categories", rLine.vCategories}, {"text", rLine.strText}});
-    }
-    print();
+    readToEnd();
+    if (!rOptions.bFollow) rPrinter.Take(strBytes, true);
+    rPrinter.EndOfFile();
     const auto tStart = std::chrono::steady_clock::now();
     const auto isOver = [&] {
         return rOptions.ollSeconds &&
                std::chrono::steady_clock::now() - tStart >= std::chrono::seconds(*rOptions.ollSeconds);
     };
-    while (rOptions.bFollow && !isOver()) {
+    while (rOptions.bFollow && rOutput.Flush() && !isOver()) {
         std::this_thread::sleep_for(POLL_INTERVAL);
-        read(false);
-        print();
+        readToEnd();
     }
-    rOutput.Document({{"file", strName}, {"lines", std::move(oLines)}});
+}
+
+int Log(const LogOptions& rOptions, Output& rOutput) {
+    if (rOptions.bFollow && rOutput.IsJson()) throw UsageError("--follow has no end, so it cannot make one document");
+    const bool fStandardInput = rOptions.strFile == "-";
+    if (rOptions.bFollow && fStandardInput) throw UsageError("--follow: standard input is read to its end anyway");
+    const XText strPath = PathOf(rOptions.strFile);
+    LogPrinter oPrinter(rOptions, rOutput);
+    if (fStandardInput) {
+        const ByteBuffer bbLog = ReadInput(rOptions.strFile);
+        std::string strBytes(reinterpret_cast<const char*>(bbLog.data()), bbLog.size());
+        oPrinter.Take(strBytes, true);
+        oPrinter.EndOfFile();
+    } else {
+        ReadLog(rOptions, strPath, oPrinter, rOutput);
+    }
+    rOutput.Document({{"file", JsonString(XStringView(strPath))}, {"lines", oPrinter.ToJson()}});
     return EXIT_DONE;
 }
 
@@ -287,7 +332,8 @@ int Clear(Output& rOutput) {
         rOutput.Line(Printable(strName) + ": there is no such file");
     else
         rOutput.Line(Printable(strName) + (status == Status::Success ? ": empty" : ": left to the running processes"));
-    rOutput.Document({{"file", strName}, {"cleared", status == Status::Success}, {"processesTold", cTold}});
+    rOutput.Document(
+        {{"file", JsonString(XStringView(strPath))}, {"cleared", status == Status::Success}, {"processesTold", cTold}});
     return bMissing ? EXIT_ANSWER_NO : EXIT_DONE;
 }
 

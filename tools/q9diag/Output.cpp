@@ -102,6 +102,13 @@ void Output::Document(Json oDocument) {
     Put(stdout, WriteJson(oWhole));
 }
 
+void Output::Text(const char* pszMember, std::string_view strText) {
+    if (m_bJson)
+        Document({{pszMember, JsonString(strText)}});
+    else
+        Bytes(strText);
+}
+
 void Output::Bytes(std::string_view strBytes) {
     Put(stdout, strBytes);
 }
@@ -119,9 +126,13 @@ void Output::Error(const std::string& strCommand, const FailureReport& rReport) 
                 {"message", JsonString(std::string_view(rReport.strMessage))}}}});
 }
 
-bool Output::Finish() noexcept {
+bool Output::Flush() noexcept {
     if (std::fflush(stdout) != 0) NoteFailedWrite(stdout);
-    return std::ferror(stdout) == 0 || gfReaderHasGone;
+    return std::ferror(stdout) == 0;
+}
+
+bool Output::Finish() noexcept {
+    return Flush() || gfReaderHasGone;
 }
 
 }  // namespace vlm::tool

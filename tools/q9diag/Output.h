@@ -36,6 +36,8 @@ public:
                const std::vector<Style>& rvStyles = {});
     /// Prints the command's JSON document, "schemaVersion" first; nothing without JSON.
     void Document(Json oDocument);
+    /// Prints a text of many lines; with JSON a document whose one member it is.
+    void Text(const char* pszMember, std::string_view strText);
     /// Prints bytes as they are, whatever the kind of output.
     void Bytes(std::string_view strBytes);
     /// Prints a remark for people on standard error.
@@ -44,6 +46,8 @@ public:
     /// @param strCommand the command's words, may be empty.
     void Error(const std::string& strCommand, const FailureReport& rReport);
 
+    /// Flushes.  @return false when standard output takes no more, whether its reader has gone or the writing failed.
+    bool Flush() noexcept;
     /// Flushes.  @return false when standard output did not take everything, although its reader wanted more.
     bool Finish() noexcept;
 
