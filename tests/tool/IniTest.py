@@ -16,6 +16,10 @@ class IniTest(harness.ToolTest):
         path = self.file("marks.ini", TEXT)
         self.assertEqual(self.run_tool("ini", "get", path, "Entwürfe", "Text").text.rstrip("\r\n"), "DRAFT €")
         self.assertEqual(self.run_tool("ini", "get", path, "B", "k").text.rstrip("\r\n"), "\\xFF\\u00091")
+        self.assertEqual(self.run_tool("ini", "get", path, "B", "k", "--json").document["value"], "\\xFF\t1")
+        for value in ("--json", "\1x"):
+            out = self.run_tool("ini", "set", "-", "B", "l", "--", value, stdin=b"").out
+            self.assertEqual(out, f"[B]\r\nl={value}\r\n".encode())
         self.assertEqual(self.run_tool("ini", "get", "-", "B", "l", "--json", stdin=TEXT + bytes(3000)).document["value"], "2")
         self.assertEqual(self.run_tool("ini", "sections", path).text.split(), ["Entwürfe", "B"])
         self.assertEqual(self.run_tool("ini", "sections", path, "--json").document["sections"], ["Entwürfe", "B"])

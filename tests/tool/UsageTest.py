@@ -9,7 +9,7 @@ from harness import DONE, REFUSED, USAGE, WINDOWS
 
 COMMANDS = ["settings show", "settings build", "settings get", "settings set", "settings delete", "settings diff",
             "settings verify", "state pack", "state unpack", "state info", "cab list", "cab test", "cab extract", "hash",
-            "find", "dimension", "demo", "help", "completion bash"]
+            "find", "dimension", "demo", "help", "completion bash", "completion zsh", "completion powershell"]
 
 
 class UsageTest(harness.ToolTest):
@@ -26,6 +26,7 @@ class UsageTest(harness.ToolTest):
             self.assertIn(words[0], overview)
             text = self.run_tool("help", *words).text
             self.assertIn("q9diag " + command, text)
+            self.assertEqual(self.run_tool("help", *words, "--json").document["help"], text)
             if command != "help":
                 self.assertIn(command.split()[-1], self.run_tool(*words, "--help").text)
 
@@ -36,9 +37,11 @@ class UsageTest(harness.ToolTest):
                       ["hash", "a", "--nonsense"], ["state", "pack", "a"], ["state", "pack", "a", "-o", "b", "--level", "10"],
                       ["settings", "build", "a", "-o", "b", "--as", "x"], ["help", "nonsense"], ["--color", "red", "help"],
                       ["hash", "-", "--log", "nonsense"], ["settings", "diff", "-", "-"],
-                      ["state", "pack", "a", "-o", "-", "--json"]):
+                      ["state", "pack", "a", "-o", "-", "--json"], ["--json=no", "help"], ["demo", "-o", "-"],
+                      ["debug", "log", "-", "-f"]):
             with self.subTest(words=words):
-                self.run_tool(*words, expect=USAGE)
+                remarks = self.run_tool(*words, expect=USAGE).remarks
+                self.assertTrue(all(word in remarks for word in words if "nonsense" in word), remarks)
                 if "--json" not in words:
                     self.run_tool(*words, "--json", expect=USAGE)
 
@@ -51,7 +54,8 @@ class UsageTest(harness.ToolTest):
     @unittest.skipIf(WINDOWS, "Wine's helper processes keep pipes open, and there are no pseudo-terminals")
     def test_a_reader_that_goes_away_is_no_error(self):
         noise = self.file("noise", bytes(range(256)) * 4096)
-        for words in (["state", "pack", noise, "-o", "-", "--level", "0"], ["hash", noise], ["hash", noise, "--json"]):
+        for words in (["state", "pack", noise, "-o", "-", "--level", "0"], ["hash", noise], ["hash", noise, "--json"],
+                      ["debug", "log", noise, "--follow"]):
             reader, writer = os.pipe()
             os.close(reader)
             run = subprocess.run([harness.TOOL, *words], stdout=writer, stderr=subprocess.PIPE, env=self.environment,
@@ -113,27 +117,38 @@ class UsageTest(harness.ToolTest):
         path = self.file("Überschrift 日本.bin", b"123456789")
         self.assertEqual(self.run_tool("hash", path, "--kind", "crc32").text, "CBF43926\n")
 
-    def test_a_pipe_is_read_to_its_end(self):
+    def test_a_pipe_is_read_to_its_end_and_written_in_its_place(self):
         if WINDOWS:
             return
         pipe = self.folder / "pipe"
         os.mkfifo(pipe)
         with subprocess.Popen(["sh", "-c", f"printf 123456789 > '{pipe}'"]):
             self.assertEqual(self.run_tool("hash", pipe, "--kind", "crc32").text, "CBF43926\n")
+        with subprocess.Popen(["cat", pipe], stdout=subprocess.PIPE) as reader:
+            noise = os.urandom(60000)
+            self.run_tool("file", "write", pipe, stdin=noise)
+            self.assertTrue(reader.stdout.read() == noise)
+        self.assertEqual([p.is_fifo() for p in self.folder.iterdir()], [True])
 
-    def test_bash_completion_offers_commands_options_and_values(self):
-        script = self.run_tool("completion", "bash").text
+    def test_completion_offers_commands_options_and_values(self):
+        for shell in ("zsh", "powershell"):
+            script = self.run_tool("completion", shell).text
+            for word in ("q9diag", "'settings show'", "namespaces", "--kind"):
+                self.assertIn(word, script)
+        script = self.run_tool("completion", "bash", "--json").document["script"]
         if WINDOWS:
             return
+        self.file("two words", b"")
         for line, expected in (("q9diag ", "settings"), ("q9diag settings ", "verify"), ("q9diag settings bu", "build"),
                                ("q9diag hash --ki", "--kind"), ("q9diag hash --kind ", "checksum"),
-                               ("q9diag settings build x --as ", "namespaces"), ("q9diag state info --js", "--json")):
+                               ("q9diag settings build x --as ", "namespaces"), ("q9diag state info --js", "--json"),
+                               ("q9diag hash --kind = che", "checksum"), ("q9diag hash tw", "two words")):
             words = line.split(" ")
             check = (script + "\nCOMP_WORDS=(" + " ".join(f"'{w}'" for w in words) + f")\nCOMP_CWORD={len(words) - 1}\n"
                      "_q9diag\nprintf '%s\\n' \"${COMPREPLY[@]}\"\n")
             found = subprocess.run(["bash", "--norc"], input=check, capture_output=True, text=True, check=True,
                                    cwd=self.folder)
-            self.assertIn(expected, found.stdout.split(), line)
+            self.assertIn(expected, found.stdout.splitlines(), line)
             self.assertEqual(found.stderr, "")
 
 

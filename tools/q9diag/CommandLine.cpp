@@ -17,9 +17,11 @@ namespace {
 /// Stands before an argument such as "-5" while the parser looks at it, which would take it for an option.
 constexpr char GUARD = '\x01';
 
-bool LooksLikeNegativeNumber(const std::string& strArgument) noexcept {
-    return strArgument.size() > 1 && strArgument[0] == '-' &&
-           ((strArgument[1] >= '0' && strArgument[1] <= '9') || strArgument[1] == '.');
+/// A negative number; or what begins like one that is guarded already.
+bool NeedsGuard(const std::string& strArgument) noexcept {
+    const bool fNegative = strArgument.size() > 1 && strArgument[0] == '-' &&
+                           ((strArgument[1] >= '0' && strArgument[1] <= '9') || strArgument[1] == '.');
+    return fNegative || strArgument.starts_with(GUARD);
 }
 
 std::string WithoutGuard(const std::string& strArgument) {
@@ -57,7 +59,8 @@ std::int64_t ParseNumber(const std::string& strName, const std::string& strText,
     return llValue;
 }
 
-CLI::Option* AddText(CLI::App& rApp, const char* pszNames, std::string& rTarget, const char* pszHelp) {
+template <class Target>
+CLI::Option* AddText(CLI::App& rApp, const char* pszNames, Target& rTarget, const char* pszHelp) {
     return rApp.add_option_function<std::string>(
         pszNames, [&rTarget](const std::string& strValue) { rTarget = WithoutGuard(strValue); }, pszHelp);
 }
@@ -74,6 +77,11 @@ Command& Command::Argument(const char* pszName, std::string& rTarget, const char
 }
 
 Command& Command::OptionalArgument(const char* pszName, std::string& rTarget, const char* pszHelp) {
+    AddText(m_rApp, pszName, rTarget, pszHelp)->type_name("");
+    return *this;
+}
+
+Command& Command::OptionalArgument(const char* pszName, std::optional<std::string>& rTarget, const char* pszHelp) {
     AddText(m_rApp, pszName, rTarget, pszHelp)->type_name("");
     return *this;
 }
@@ -110,7 +118,7 @@ Command& Command::Choice(const char* pszNames, std::string& rTarget, const std::
 }
 
 Command& Command::Flag(const char* pszNames, bool& rTarget, const char* pszHelp) {
-    m_rApp.add_flag(pszNames, rTarget, pszHelp);
+    m_rApp.add_flag(pszNames, rTarget, pszHelp)->disable_flag_override();
     return *this;
 }
 
@@ -126,7 +134,8 @@ CommandLine::CommandLine()
     m_apoApp->require_subcommand(1);
     m_apoApp->fallthrough();
     m_apoApp->allow_windows_style_options(false);  // the same words mean the same on every system
-    m_apoApp->add_flag("--json", m_oGlobals.bJson, "Print one JSON document on standard output");
+    m_apoApp->add_flag("--json", m_oGlobals.bJson, "Print one JSON document on standard output")
+        ->disable_flag_override();
     AddChoices(*m_apoApp, "--color", m_oGlobals.strColor, {"auto", "always", "never"}, "Colours");
     AddText(*m_apoApp, "--log", m_oGlobals.strLog,
             "Debug messages of these categories on standard error: names with commas between, or all")
@@ -171,13 +180,13 @@ CommandBody CommandLine::Parse(const std::vector<std::string>& rvArguments) {
     std::vector<std::string> vReversed(rvArguments.rbegin(), rvArguments.rend());
     for (std::string& rArgument : vReversed) {
         FromUtf8(rArgument, "argument");
-        if (LooksLikeNegativeNumber(rArgument)) rArgument.insert(rArgument.begin(), GUARD);
+        if (NeedsGuard(rArgument)) rArgument.insert(rArgument.begin(), GUARD);
     }
     try {
         m_apoApp->parse(std::move(vReversed));
     } catch (const CLI::CallForHelp&) {
         return [this](Output& rOutput) {
-            rOutput.Bytes(Help(GivenWords()));
+            rOutput.Text("help", Help(GivenWords()));
             return EXIT_DONE;
         };
     } catch (const CLI::CallForVersion&) {
@@ -187,8 +196,13 @@ CommandBody CommandLine::Parse(const std::vector<std::string>& rvArguments) {
             return EXIT_DONE;
         };
     } catch (const CLI::ParseError& rError) {
-        // An unexpected argument is reported under the program's name instead of a class's.
+        // What nobody expected says more than what is missing instead.
+        const std::vector<std::string> vUnexpected = m_apoApp->remaining(true);
+        const bool fMissing = rError.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
         const bool fExtras = rError.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+        if (fMissing && !vUnexpected.empty())
+            throw UsageError(WithoutGuards(CLI::ExtrasError(vUnexpected).what()), "ExtrasError");
+        // An unexpected argument is reported under the program's name instead of a class's.
         throw UsageError(WithoutGuards(rError.what()), fExtras ? "ExtrasError" : rError.get_name());
     }
     const CLI::App* pApp = m_apoApp.get();
@@ -223,69 +237,6 @@ std::string CommandLine::Help(const std::vector<std::string>& rvWords) const {
     }
     return pApp->get_formatter()->make_help(
         pApp, rvWords.empty() ? pApp->get_name() : strParents + " " + rvWords.back(), CLI::AppFormatMode::Normal);
-}
-
-std::string CommandLine::BashCompletion() const {
-    // One case per command: the words that may follow it; options with a list of values have a case of their own.
-    std::string strCases;
-    std::string strValues;
-    const auto names = [](const CLI::Option& rOption) {
-        std::vector<std::string> vNames;
-        for (const std::string& rName : rOption.get_lnames())
-            vNames.push_back("--" + rName);
-        for (const std::string& rName : rOption.get_snames())
-            vNames.push_back("-" + rName);
-        return vNames;
-    };
-    const auto options = [&](const CLI::App& rApp) {
-        std::vector<std::string> vWords;
-        for (const CLI::Option* pOption : rApp.get_options())
-            for (const std::string& rName : names(*pOption))
-                vWords.push_back(rName);
-        return vWords;
-    };
-    const std::vector<std::string> vGlobal = options(*m_apoApp);
-    const auto describe = [&](const CLI::App& rApp, const std::string& strCommand) {
-        std::vector<std::string> vWords;
-        for (const CLI::App* pSub : Subcommands(rApp))
-            vWords.push_back(pSub->get_name());
-        for (const std::string& rName : options(rApp))
-            vWords.push_back(rName);
-        for (const std::string& rName : vGlobal)
-            if (std::find(vWords.begin(), vWords.end(), rName) == vWords.end()) vWords.push_back(rName);
-        strCases += "        '" + strCommand + "') words='" + Join(vWords, " ") + "' ;;\n";
-    };
-    describe(*m_apoApp, "");
-    for (const CLI::App* pNoun : Subcommands(*m_apoApp)) {
-        describe(*pNoun, pNoun->get_name());
-        for (const CLI::App* pVerb : Subcommands(*pNoun))
-            describe(*pVerb, pNoun->get_name() + " " + pVerb->get_name());
-    }
-    for (const auto& [pOption, vChoices] : m_vChoices)
-        strValues += "        " + Join(names(*pOption), "|") + ") COMPREPLY=($(compgen -W '" + Join(vChoices, " ") +
-                     "' -- \"$current\")); return ;;\n";
-    return "# bash completion for q9diag; source it, or save it where bash-completion looks.\n"
-           "_q9diag() {\n"
-           "    local current=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} command='' words='' i\n"
-           "    case $before in\n" +
-           strValues +
-           "    esac\n"
-           "    for ((i = 1; i < COMP_CWORD && i < 3; i++)); do\n"
-           "        [[ ${COMP_WORDS[i]} == -* ]] && break\n"
-           "        command+=${command:+ }${COMP_WORDS[i]}\n"
-           "    done\n"
-           "    _q9diag_words \"$command\" || _q9diag_words \"${command%% *}\"\n"
-           "    COMPREPLY=($(compgen -W \"$words\" -- \"$current\"))\n"
-           "    [[ $current == -* || $command != *' '* && $words == [a-z]* ]] || COMPREPLY+=($(compgen -f -- "
-           "\"$current\"))\n"
-           "}\n"
-           "_q9diag_words() {\n"
-           "    case $1 in\n" +
-           strCases +
-           "        *) return 1 ;;\n"
-           "    esac\n"
-           "}\n"
-           "complete -o filenames -F _q9diag q9diag\n";
 }
 
 }  // namespace vlm::tool

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace CLI {
@@ -29,6 +30,8 @@ public:
     /// An argument by position, in the order of the calls.
     Command& Argument(const char* pszName, std::string& rTarget, const char* pszHelp);
     Command& OptionalArgument(const char* pszName, std::string& rTarget, const char* pszHelp);
+    /// The same where an empty text is another answer than none.
+    Command& OptionalArgument(const char* pszName, std::optional<std::string>& rTarget, const char* pszHelp);
     /// An option with a text: `pszNames` as "-o,--output".
     Command& Option(const char* pszNames, const char* pszValue, std::string& rTarget, const char* pszHelp);
     Command& RequiredOption(const char* pszNames, const char* pszValue, std::string& rTarget, const char* pszHelp);
@@ -78,8 +81,8 @@ public:
 
     /// Help of the program or of a command named by its words.  @throws UsageError for words that name none.
     std::string Help(const std::vector<std::string>& rvWords) const;
-    /// The completion script for bash.
-    std::string BashCompletion() const;
+    /// The completion script for a shell: "bash", "zsh" or "powershell".
+    std::string Completion(std::string_view strShell) const;
 
 private:
     friend class Command;

@@ -15,14 +15,16 @@ void AddHelp(CommandLine& rLine) {
             std::vector<std::string> vWords;
             for (const std::string& rWord : {shpoWords->first, shpoWords->second})
                 if (!rWord.empty()) vWords.push_back(rWord);
-            rOutput.Bytes(rLine.Help(vWords));
+            rOutput.Text("help", rLine.Help(vWords));
             return EXIT_DONE;
         });
     rLine.Noun("completion", "Completion for shells");
-    rLine.Add("completion", "bash", "Print the completion script for bash").Run([&rLine](Output& rOutput) {
-        rOutput.Bytes(rLine.BashCompletion());
-        return EXIT_DONE;
-    });
+    for (const char* pszShell : {"bash", "zsh", "powershell"})
+        rLine.Add("completion", pszShell, "Print the completion script for this shell")
+            .Run([&rLine, pszShell](Output& rOutput) {
+                rOutput.Text("script", rLine.Completion(pszShell));
+                return EXIT_DONE;
+            });
 }
 
 }  // namespace vlm::tool

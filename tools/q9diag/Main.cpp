@@ -53,11 +53,14 @@ ColorChoice ColorOf(const std::string& strColor) {
 }
 
 int RunCommand(CommandLine& rLine, const std::vector<std::string>& rvArguments) {
-    const bool fJson = std::find(rvArguments.begin(), rvArguments.end(), "--json") != rvArguments.end();
+    // Looked for before all else, since what is wrong with the command line is told as JSON, too.
+    const auto itOptionsEnd = std::find(rvArguments.begin(), rvArguments.end(), "--");
+    bool fJson = std::find(rvArguments.begin(), itOptionsEnd, "--json") != itOptionsEnd;
     try {
         // A command is over before anybody changes its settings.
         GetDebugMessageManager().StopConfigUpdater();
         const CommandBody body = rLine.Parse(rvArguments);
+        fJson = fJson || rLine.Globals().bJson;
         const std::string& rStore = rLine.Globals().strStore;
         if (!rStore.empty() && !ChooseStore(rStore.c_str()))
             RefuseFile(FileStep::Open, rStore, Status::NotEnoughMemory);
