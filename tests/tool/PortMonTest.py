@@ -55,6 +55,8 @@ class PortMonTest(harness.ToolTest):
                 (("GetLongValue", "--root", "5", "--handle", "40", "--dry-run"), USAGE),
                 (("SetLongValue", "--root", "5", "--number", "1", "--data", "00"), USAGE),
                 (("SetLongValue", "--root", "5", "--text", "x"), USAGE),
+                (("SetLongValue", "--root", "5", "--number", "4294967296", "--dry-run"), USAGE),
+                (("SetBooleanValue", "--root", "5", "--number", "256", "--dry-run"), USAGE),
                 (("SetBytesValue", "--root", "5", "--data", "0G", "--dry-run"), BAD_INPUT),
                 (("GetLongValue", "--handle", "00000000000000001", "--dry-run"), BAD_INPUT)):
             with self.subTest(arguments=arguments):

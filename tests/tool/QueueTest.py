@@ -44,11 +44,13 @@ class QueueTest(harness.ToolTest):
         self.assertFalse(self.data("xModelId", "--json", expect=ANSWER_NO).document["exists"])
         for value in ("string:caf\u00e9", "dword:4294967295", "binary:00FF"):
             self.assertEqual(self.data("v", value).text.rstrip("\n"), self.data("V").text.rstrip("\n"))
+        self.data("empty", "")
+        self.assertEqual(self.data("empty").text, "string:\n")
         self.data("xModelId", "string:17")
         self.data("xProdUID", "string:UID")
         self.data("deep", "dword:1", "--key", "One\\Two")
         self.assertEqual({v["name"]: v["value"] for v in self.data("--json").document["values"]},
-                         {"v": None, "xModelId": "17", "xProdUID": "UID"})
+                         {"v": None, "empty": "", "xModelId": "17", "xProdUID": "UID"})
         self.assertEqual(self.data("--key", "One\\Two", "--json").document["values"][0]["value"], 1)
         document = self.run_stored("queue", "show", self.name, "--json").document
         expected = {"name": self.name, "driver": self.name, "port": "LPT1:", "modelId": "17", "productUniqueId": "UID",
@@ -79,7 +81,7 @@ class QueueTest(harness.ToolTest):
             self.run_stored("queue", *verb, expect=REFUSED)
         for arguments in (("set",), ("set", "1/feature:1"), ("show", "1/feature:1"), ("delete",)):
             self.settings(*arguments, expect=USAGE)
-        for arguments in (("--delete",), ("v", "dword:1", "--delete"), ("v", "--keys")):
+        for arguments in (("--delete",), ("v", "dword:1", "--delete"), ("v", "--keys"), ("", "dword:1")):
             self.data(*arguments, expect=USAGE)
         for arguments in (("set", "feature", "integer:5"), ("set", "1/feature:258", "integer:x")):
             self.settings(*arguments, expect=BAD_INPUT)

@@ -227,7 +227,7 @@ void TellCounters(HANDLE hPrinter, DWORD dwBefore, Story& rStory) {
 
 int Tell(const Options& rOptions, Output& rOutput) {
     using Counter = ProcmonDiagnosticCounter;
-    RefuseBytesAmongJson(rOptions.strOutput, rOutput);
+    if (rOptions.strOutput == "-") throw UsageError("-o: standard output tells the story; name a file for the block");
     const DebugMessageCategories categories = ParseCategories(rOptions.strCategories, "--categories");
     ByteBuffer bbOther;
     if (!rOptions.strFile.empty()) {

@@ -80,9 +80,14 @@ ByteBuffer DataOf(const Options& rOptions, const RequestOperation& rOperation) {
     if (!rOptions.strData.empty()) return FromHexText(rOptions.strData, "--data");
     if (!rOptions.strNames.empty()) return ValueList(rOptions.strNames);
     if (rOptions.ollNumber) {
-        ByteBuffer bbNumber = ByteBuffer::createFromLong64Value(*rOptions.ollNumber);
-        if (rOperation.m_eData == RequestData::Bytes1) bbNumber.resize(1);
-        if (rOperation.m_eData == RequestData::Bytes4) bbNumber.resize(4);
+        const std::int64_t llNumber = *rOptions.ollNumber;
+        const bool f1 = rOperation.m_eData == RequestData::Bytes1, f4 = rOperation.m_eData == RequestData::Bytes4;
+        if ((f1 && (llNumber < 0 || llNumber > 0xFF)) || (f4 && (llNumber < INT32_MIN || llNumber > 0xFFFFFFFF)))
+            throw UsageError("--number: " + std::to_string(llNumber) + " needs more than the " +
+                             (f1 ? "1 byte" : "4 bytes") + " of this operation");
+        ByteBuffer bbNumber = ByteBuffer::createFromLong64Value(llNumber);
+        if (f1) bbNumber.resize(1);
+        if (f4) bbNumber.resize(4);
         return bbNumber;
     }
     const bool fText = rOperation.m_eData == RequestData::Text || rOperation.m_eData == RequestData::ValueName;

@@ -1,4 +1,6 @@
 // queue show and data: what a print queue is, and the data that it keeps.
+#include <optional>
+
 #include "CommandLine.h"
 #include "Commands.h"
 #include "Failure.h"
@@ -17,7 +19,7 @@ struct Options {
     std::string strQueue;
     std::string strKey = "PrinterDriverData";
     std::string strName;
-    std::string strValue;
+    std::optional<std::string> ostrValue;
     bool bDelete = false;
     bool bKeys = false;
 };
@@ -164,10 +166,11 @@ int Delete(HANDLE hPrinter, const CXString& kcsKey, const CXString& kcsName, Out
 }
 
 int Data(const Options& rOptions, Output& rOutput) {
-    if (rOptions.bDelete && (rOptions.strName.empty() || !rOptions.strValue.empty()))
+    if (rOptions.bDelete && (rOptions.strName.empty() || rOptions.ostrValue))
         throw UsageError("--delete: needs the NAME of a value, and no VALUE");
     if (rOptions.bKeys && !rOptions.strName.empty()) throw UsageError("--keys: lists keys, and takes no NAME");
-    const bool fWrite = rOptions.bDelete || !rOptions.strValue.empty();
+    if (rOptions.ostrValue && rOptions.strName.empty()) throw UsageError("NAME: a value that is written needs one");
+    const bool fWrite = rOptions.bDelete || rOptions.ostrValue;
     Printer oPrinter;
     const CXString csQueue = Text(rOptions.strQueue, "QUEUE");
     if (fWrite)
@@ -181,7 +184,7 @@ int Data(const Options& rOptions, Output& rOutput) {
     if (csName.IsEmpty()) return ListValues(hPrinter, csKey, rOutput);
     if (rOptions.bDelete) return Delete(hPrinter, csKey, csName, rOutput);
     if (!fWrite) return PrintValue(hPrinter, csKey, csName, rOutput);
-    const RegValue oValue = ParseRegValue(rOptions.strValue);
+    const RegValue oValue = ParseRegValue(*rOptions.ostrValue);
     const DWORD dwStatus = Printer::SetPrinterDataExMandatoryWrapper(
         hPrinter, csKey, csName, oValue.dwType, oValue.bbData.getLpbyte(), oValue.bbData.GetLength());
     if (dwStatus != 0)
@@ -200,7 +203,7 @@ void AddQueueShow(CommandLine& rLine) {
     rLine.Add("queue", "data", "Print, write or delete printer data")
         .Argument("QUEUE", shpoData->strQueue, "The queue's name")
         .OptionalArgument("NAME", shpoData->strName, "The value; else all values of the key")
-        .OptionalArgument("VALUE", shpoData->strValue,
+        .OptionalArgument("VALUE", shpoData->ostrValue,
                           "What to write, as for reg set: string:, dword:, binary: and so on")
         .Option("--key", "KEY", shpoData->strKey, "Another key than PrinterDriverData")
         .Flag("--keys", shpoData->bKeys, "The keys below the queue, or with --key below that key")
