@@ -32,7 +32,7 @@ TEST(WriteBesideTest, TheNewContentsStandAloneInTheFolder) {
         WriteBesideAndReplace(TARGET, Bytes(svContents));
         EXPECT_EQ(ContentsOf(oFake), svContents);
         EXPECT_EQ(oFake.files.FileNames().size(), 1u);
-        oFake.files.CutPower(FakeFilePort::PowerCut::DropUnflushed);
+        oFake.files.CutPower();
         EXPECT_EQ(ContentsOf(oFake), svContents) << "before it took the target's place it was on the medium";
     }
 }

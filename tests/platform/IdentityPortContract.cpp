@@ -61,19 +61,16 @@ TEST_P(IdentityPortContract, AThreadActsForTheProcessAtFirst) {
 }
 
 TEST_P(IdentityPortContract, TheOwnNameLeadsToTheOwnSid) {
-    XCHAR szName[300], szSid[IdentityPort::MAX_SID_UNITS];
-    const std::size_t cUnits = Identities().CurrentUserName(szName, std::size(szName));
-    ASSERT_GT(cUnits, 0u);
-    EXPECT_EQ(szName[cUnits], 0);
-    EXPECT_EQ(Identities().CurrentUserName(szName, cUnits), 0u);
-    EXPECT_EQ(Identities().CurrentUserName(szName, cUnits + 1), cUnits);
-    ASSERT_EQ(Identities().SidOfAccount(szName, szSid, std::size(szSid)), Status::Success);
+    XCHAR szSid[IdentityPort::MAX_SID_UNITS];
+    const XString name = Whole([&](XCHAR* psz, std::size_t c) { return Identities().CurrentUserName(psz, c); });
+    const XCHAR* const pszName = name.c_str();
+    ASSERT_EQ(Identities().SidOfAccount(pszName, szSid, std::size(szSid)), Status::Success);
     Identity oProcess;
     ASSERT_EQ(Identities().ProcessIdentity(oProcess), Status::Success);
     EXPECT_EQ(XStringView(szSid), XStringView(oProcess.szSid));
     const std::size_t cSid = XStringView(szSid).size();
-    EXPECT_EQ(Identities().SidOfAccount(szName, szSid, cSid), Status::InsufficientBuffer);
-    EXPECT_EQ(Identities().SidOfAccount(szName, szSid, cSid + 1), Status::Success);
+    EXPECT_EQ(Identities().SidOfAccount(pszName, szSid, cSid), Status::InsufficientBuffer);
+    EXPECT_EQ(Identities().SidOfAccount(pszName, szSid, cSid + 1), Status::Success);
 }
 
 TEST_P(IdentityPortContract, NamesThatNobodyHasAreRefused) {

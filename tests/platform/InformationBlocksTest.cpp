@@ -2,10 +2,11 @@
 /// Blocks of a spooler that lies.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <vector>
+#include <iterator>
 
 #include "platform/InformationBlocks.h"
 
@@ -18,84 +19,50 @@ struct DriverBlock {
     alignas(8) BYTE aby[256] = {};
 
     DriverInfo3* Records() { return reinterpret_cast<DriverInfo3*>(aby); }
-    /// Anywhere, also outside.
-    XCHAR* TextAt(std::ptrdiff_t ofs) {
-        return reinterpret_cast<XCHAR*>(reinterpret_cast<std::uintptr_t>(aby) + static_cast<std::uintptr_t>(ofs));
-    }
     bool IsSound(DWORD cRecords = 2, std::size_t cb = sizeof(aby)) {
         return IsSoundBlock(BlockKind::Driver, 3, cRecords, aby, cb);
     }
-    /// From here to the end no text ends.
-    void FillFrom(std::size_t ofs) { std::memset(aby + ofs, 'x', sizeof(aby) - ofs); }
 };
 
 TEST(InformationBlocksTest, PointersLeadInsideAndTextsEndThere) {
-    struct Row {
+    constexpr std::ptrdiff_t NOTHING = 256;
+    const struct {
         const char* pszWhat;
-        void (*pfnSpoil)(DriverBlock&);
+        XCHAR* DriverInfo3::*pMember;
+        std::ptrdiff_t ofs;       ///< where it leads
+        std::ptrdiff_t ofsFull;   ///< from here on no text ends ...
+        std::ptrdiff_t ofsZeros;  ///< ... but here
         bool fSound;
+    } aoRows[] = {
+        {"a text", &DriverInfo3::pName, 160, NOTHING, NOTHING, true},
+        {"the last unit", &DriverInfo3::pName, 254, NOTHING, NOTHING, true},
+        {"the end", &DriverInfo3::pName, 256, NOTHING, NOTHING, false},
+        {"beyond", &DriverInfo3::pDataFile, 4096, NOTHING, NOTHING, false},
+        {"before", &DriverInfo3::pDataFile, -2, NOTHING, NOTHING, false},
+        {"odd address", &DriverInfo3::pName, 161, NOTHING, NOTHING, false},
+        {"no end", &DriverInfo3::pName, 160, 160, NOTHING, false},
+        {"its end is the last unit", &DriverInfo3::pName, 160, 160, 254, true},
+        {"half of its end", &DriverInfo3::pName, 160, 160, 255, false},
+        {"a list's text ends, the list does not", &DriverInfo3::pDependentFiles, 160, 160, 254, false},
+        {"a list ends", &DriverInfo3::pDependentFiles, 160, 160, 252, true},
+        {"an empty list in the last unit", &DriverInfo3::pDependentFiles, 254, 160, 254, true},
     };
-    const Row aoRows[] = {
-        {"null pointers", [](DriverBlock&) {}, true},
-        {"a text", [](DriverBlock& r) { r.Records()[1].pName = r.TextAt(160); }, true},
-        {"the last unit", [](DriverBlock& r) { r.Records()[1].pName = r.TextAt(254); }, true},
-        {"the end", [](DriverBlock& r) { r.Records()[0].pName = r.TextAt(256); }, false},
-        {"beyond", [](DriverBlock& r) { r.Records()[0].pDataFile = r.TextAt(4096); }, false},
-        {"before", [](DriverBlock& r) { r.Records()[0].pDataFile = r.TextAt(-2); }, false},
-        {"nowhere", [](DriverBlock& r) { std::memset(&r.Records()[0].pDataFile, 0xFF, 8); }, false},
-        {"odd address",
-         [](DriverBlock& r) {
-             const BYTE* p = r.aby + 161;
-             std::memcpy(&r.Records()[0].pName, &p, 8);
-         },
-         false},
-        {"no end",
-         [](DriverBlock& r) {
-             r.FillFrom(160);
-             r.Records()[0].pName = r.TextAt(160);
-         },
-         false},
-        {"its end is the last unit",
-         [](DriverBlock& r) {
-             r.FillFrom(160);
-             r.aby[254] = r.aby[255] = 0;
-             r.Records()[0].pName = r.TextAt(160);
-         },
-         true},
-        {"half of its end",
-         [](DriverBlock& r) {
-             r.FillFrom(160);
-             r.aby[255] = 0;
-             r.Records()[0].pName = r.TextAt(160);
-         },
-         false},
-        {"a list's text ends, the list does not",
-         [](DriverBlock& r) {
-             r.FillFrom(160);
-             r.aby[254] = r.aby[255] = 0;
-             r.Records()[0].pDependentFiles = r.TextAt(160);
-         },
-         false},
-        {"a list ends",
-         [](DriverBlock& r) {
-             r.FillFrom(160);
-             std::memset(r.aby + 252, 0, 4);
-             r.Records()[0].pDependentFiles = r.TextAt(160);
-         },
-         true},
-        {"an empty list in the last unit",
-         [](DriverBlock& r) {
-             r.FillFrom(160);
-             r.aby[254] = r.aby[255] = 0;
-             r.Records()[0].pDependentFiles = r.TextAt(254);
-         },
-         true},
-    };
-    for (const Row& rRow : aoRows) {
+    EXPECT_TRUE(DriverBlock().IsSound()) << "null pointers";
+    for (const auto& rRow : aoRows) {
         DriverBlock oBlock;
-        rRow.pfnSpoil(oBlock);
-        EXPECT_EQ(oBlock.IsSound(), rRow.fSound) << rRow.pszWhat;
+        std::fill(oBlock.aby + rRow.ofsFull, std::end(oBlock.aby), BYTE{'x'});
+        std::fill(oBlock.aby + rRow.ofsZeros, std::end(oBlock.aby), BYTE{0});
+        for (const std::size_t uRecord : {0u, 1u}) {
+            DriverBlock oSpoilt = oBlock;
+            const std::uintptr_t uiAddress =
+                reinterpret_cast<std::uintptr_t>(oSpoilt.aby) + static_cast<std::uintptr_t>(rRow.ofs);
+            std::memcpy(&(oSpoilt.Records()[uRecord].*rRow.pMember), &uiAddress, sizeof(uiAddress));
+            EXPECT_EQ(oSpoilt.IsSound(), rRow.fSound) << rRow.pszWhat;
+        }
     }
+    DriverBlock oNowhere;
+    std::memset(&oNowhere.Records()[0].pDataFile, 0xFF, sizeof(XCHAR*));
+    EXPECT_FALSE(oNowhere.IsSound());
 }
 
 TEST(InformationBlocksTest, RecordsMustFit) {

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "platform/ClockPort.h"
 #include "platform/FilePort.h"
@@ -58,6 +59,19 @@ protected:
         const Platform& rSystem = GetSystemPlatform();
         return Wide("q9-contract-" + std::to_string(rSystem.pProcess->CurrentProcessId()) + "-" +
                     std::to_string(rSystem.pClock->PerformanceCounter()));
+    }
+
+    /// The text that a call fills in: whole with its end, or not at all.
+    template <class Fill>
+    static XString Whole(Fill fnFill) {
+        std::vector<XCHAR> vText(32768, VTEXT('#'));
+        const std::size_t cUnits = fnFill(vText.data(), vText.size());
+        EXPECT_GT(cUnits, 0u);
+        EXPECT_EQ(vText[cUnits], 0);
+        EXPECT_EQ(fnFill(vText.data(), cUnits), 0u);
+        EXPECT_EQ(fnFill(vText.data(), cUnits + 1), cUnits);
+        EXPECT_EQ(fnFill(nullptr, 0), 0u);
+        return XString(vText.data());
     }
 
     FakePlatform m_oFake;

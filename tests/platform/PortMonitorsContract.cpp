@@ -1,5 +1,6 @@
 /// @file
 /// The contract of the monitors that every spooler has: local ports and TCP/IP ports, by their commands.
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -81,75 +82,29 @@ TEST_P(PortMonitorsContract, TcpPortsKeepTheirRecord) {
     Put(vbyDelete, 0, name);
     Put(vbyDelete, 228, 1);
 
-    struct Row {
+    const struct {
         const char* pszWhat;
-        std::vector<BYTE> (*pfnSpoil)(std::vector<BYTE>);
-        DWORD dwStatus;
+        std::size_t cBytes, ofs, cSpoilt;
+        BYTE by;
+        Status eStatus;
+    } aoRows[] = {
+        {"too short", 963, 0, 0, 0, Status::InvalidData},
+        {"too long", 965, 0, 0, 0, Status::InvalidData},
+        {"version", 964, 128, 1, 2, static_cast<Status>(UNKNOWN_LEVEL)},
+        {"size inside", 964, 136, 1, 0, Status::InvalidData},
+        {"endless name", 964, 0, 128, 'a', Status::InvalidData},
+        {"endless host", 964, 144, 98, 'a', Status::InvalidData},
+        {"no name", 964, 0, 2, 0, Status::InvalidParameter},
+        {"no host", 964, 144, 2, 0, Status::InvalidParameter},
+        {"protocol", 964, 132, 1, 3, Status::InvalidParameter},
+        {"queue of LPR", 964, 132, 1, 2, Status::InvalidParameter},
     };
-    const Row aoRows[] = {
-        {"too short",
-         [](std::vector<BYTE> v) {
-             v.pop_back();
-             return v;
-         },
-         ToDword(Status::InvalidData)},
-        {"too long",
-         [](std::vector<BYTE> v) {
-             v.push_back(0);
-             return v;
-         },
-         ToDword(Status::InvalidData)},
-        {"version",
-         [](std::vector<BYTE> v) {
-             v[128] = 2;
-             return v;
-         },
-         UNKNOWN_LEVEL},
-        {"size inside",
-         [](std::vector<BYTE> v) {
-             v[136] = 0;
-             return v;
-         },
-         ToDword(Status::InvalidData)},
-        {"endless name",
-         [](std::vector<BYTE> v) {
-             std::fill_n(v.begin(), 128, 'a');
-             return v;
-         },
-         ToDword(Status::InvalidData)},
-        {"endless host",
-         [](std::vector<BYTE> v) {
-             std::fill_n(v.begin() + 144, 98, 'a');
-             return v;
-         },
-         ToDword(Status::InvalidData)},
-        {"no name",
-         [](std::vector<BYTE> v) {
-             v[0] = v[1] = 0;
-             return v;
-         },
-         ToDword(Status::InvalidParameter)},
-        {"no host",
-         [](std::vector<BYTE> v) {
-             v[144] = v[145] = 0;
-             return v;
-         },
-         ToDword(Status::InvalidParameter)},
-        {"protocol",
-         [](std::vector<BYTE> v) {
-             v[132] = 3;
-             return v;
-         },
-         ToDword(Status::InvalidParameter)},
-        {"queue of LPR",
-         [](std::vector<BYTE> v) {
-             v[132] = 2;
-             return v;
-         },
-         ToDword(Status::InvalidParameter)},
-    };
-    for (const Row& rRow : aoRows)
-        EXPECT_EQ(Send(hMonitor, VTEXT("AddPort"), rRow.pfnSpoil(vbyPort)), rRow.dwStatus) << rRow.pszWhat;
+    for (const auto& rRow : aoRows) {
+        std::vector<BYTE> vby = vbyPort;
+        std::fill_n(vby.begin() + static_cast<std::ptrdiff_t>(rRow.ofs), rRow.cSpoilt, rRow.by);
+        vby.resize(rRow.cBytes);
+        EXPECT_EQ(Send(hMonitor, VTEXT("AddPort"), vby), ToDword(rRow.eStatus)) << rRow.pszWhat;
+    }
     EXPECT_EQ(Send(hMonitor, VTEXT("AddPort"), vbyPort), 0u);
     EXPECT_EQ(Send(hMonitor, VTEXT("AddPort"), vbyPort), ToDword(Status::AlreadyExists));
     EXPECT_EQ(Send(hMonitor, VTEXT("GetConfigInfo"), vbyConfig, &vbyAnswer), ToDword(Status::InvalidParameter));

@@ -139,22 +139,6 @@ TEST_P(TextPortContract, WhatIsNotThereIsSaidSo) {
 
 Q9_CONTRACT_SUITE(TextPortContract);
 
-TEST(FakeTextPort, StringsAndWindowsAreScripted) {
-    FakeTextPort oText;
-    oText.AddString(nullptr, 7, VTEXT("seven"));
-    EXPECT_EQ(oText.StringResource(nullptr, 7), VTEXT("seven"));
-    const HWND hwnd = oText.AddWindow(VTEXT("caption"));
-    XCHAR szText[5];
-    std::size_t cLength = 0;
-    EXPECT_EQ(oText.WindowText(hwnd, szText, 5, cLength), Status::Success);
-    EXPECT_EQ(XStringView(szText), VTEXT("capt"));
-    EXPECT_EQ(oText.SetWindowCaption(hwnd, nullptr), Status::Success);
-    EXPECT_EQ(oText.WindowText(hwnd, szText, 5, cLength), Status::Success);
-    EXPECT_EQ(cLength, 0u);
-    oText.RemoveWindow(hwnd);
-    EXPECT_EQ(oText.WindowText(hwnd, szText, 5, cLength), Status::InvalidWindowHandle);
-}
-
 }  // namespace
 
 }  // namespace vlm::test

@@ -2,14 +2,13 @@
 /// The cryptography of tests.
 #include "support/FakeCryptoPort.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <string>
 
 #include "platform/Platform.h"
 #include "support/AllocationFaults.h"
+#include "support/FakeCalls.h"
 
 namespace vlm::test {
 
@@ -71,25 +70,22 @@ void FakeCryptoPort::DropHandles() {
 }
 
 Status FakeCryptoPort::Note(Status eStatus, Kind eKind, HANDLE h) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (eStatus == Status::Success) m_mapOpen.emplace(h, eKind);
     return eStatus;
 }
 
 bool FakeCryptoPort::IsOpen(HANDLE h, Kind eKind) const noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const auto [begin, end] = m_mapOpen.equal_range(h);
     const bool fOpen = std::any_of(begin, end, [&](const auto& rPair) { return rPair.second == eKind; });
-    if (!fOpen && m_fMisuseFailsTest) ADD_FAILURE() << "a call on a cryptographic handle that is not open: " << h;
+    if (!fOpen) ReportMisuse("a call on a cryptographic handle that is not open", h);
     return fOpen;
 }
 
 bool FakeCryptoPort::Forget(HANDLE h, Kind eKind) noexcept {
     if (h == nullptr || !IsOpen(h, eKind)) return false;
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const auto [begin, end] = m_mapOpen.equal_range(h);
     m_mapOpen.erase(std::find_if(begin, end, [&](const auto& rPair) { return rPair.second == eKind; }));
     return true;

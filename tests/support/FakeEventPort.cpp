@@ -2,14 +2,13 @@
 /// Events in memory.
 #include "support/FakeEventPort.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <thread>
 
 #include "support/AllocationFaults.h"
+#include "support/FakeCalls.h"
 
 namespace vlm::test {
 
@@ -44,7 +43,6 @@ struct FakeEventPort::Object {
     bool fSignalled = false;  ///< of an event or thread
     unsigned cHolds = 0;      ///< of a mutex
     std::weak_ptr<int> wpOwner;
-    std::shared_ptr<int> shpOutside;  ///< the owner of a mutex that is held from outside
 };
 
 FakeEventPort::FakeEventPort() = default;
@@ -56,47 +54,18 @@ FakeEventPort::ObjectPointer FakeEventPort::Named(XStringView svName) const {
 }
 
 void FakeEventPort::TakeName(XStringView svName, Kind eKind) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const ObjectPointer shpoObject = std::make_shared<Object>();
     shpoObject->eKind = eKind;
-    m_mapForeign[KeyOf(svName)] = shpoObject;
+    m_vshpoForeign.push_back(shpoObject);
     m_mapNames[KeyOf(svName)] = shpoObject;
 }
 
-void FakeEventPort::ReleaseName(XStringView svName) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    m_mapForeign.erase(KeyOf(svName));
-}
-
 bool FakeEventPort::SetFromOutside(XStringView svName) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const ObjectPointer shpoObject = Named(svName);
     if (!shpoObject || shpoObject->eKind != Kind::Event) return false;
     shpoObject->fSignalled = true;
-    m_oChanged.notify_all();
-    return true;
-}
-
-bool FakeEventPort::HoldFromOutside(XStringView svName) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    const ObjectPointer shpoObject = Named(svName);
-    if (!shpoObject || shpoObject->eKind != Kind::Mutex || shpoObject->cHolds != 0) return false;
-    shpoObject->shpOutside = std::make_shared<int>();
-    shpoObject->wpOwner = shpoObject->shpOutside;
-    shpoObject->cHolds = 1;
-    return true;
-}
-
-bool FakeEventPort::AbandonFromOutside(XStringView svName) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    const ObjectPointer shpoObject = Named(svName);
-    if (!shpoObject || !shpoObject->shpOutside) return false;
-    shpoObject->shpOutside.reset();
     m_oChanged.notify_all();
     return true;
 }
@@ -112,26 +81,20 @@ std::size_t FakeEventPort::RunningThreads() const {
 }
 
 bool FakeEventPort::IsSet(XStringView svName) const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const ObjectPointer shpoObject = Named(svName);
     return shpoObject && shpoObject->fSignalled;
 }
 
-void FakeEventPort::SetMisuseFailsTest(bool fFails) {
-    m_fMisuseFailsTest = fFails;
-}
-
 void FakeEventPort::DropHandles() {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     m_mapOpen.clear();
 }
 
 FakeEventPort::ObjectPointer FakeEventPort::Find(HANDLE hObject) {
     const auto it = m_mapOpen.find(hObject);
     if (it != m_mapOpen.end()) return it->second;
-    if (m_fMisuseFailsTest) ADD_FAILURE() << "an event call on a handle that is not open: " << hObject;
+    ReportMisuse("an event call on a handle that is not open", hObject);
     return nullptr;
 }
 
@@ -156,8 +119,7 @@ Status FakeEventPort::OpenNamed(const XCHAR* pszName, Kind eKind, bool fCreate, 
 
 Status FakeEventPort::CreateEventAt(const XCHAR* pszName, bool fManualReset, bool fSignalled,
                                     HANDLE& rhEvent) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     ObjectPointer shpoObject;
     const Status eStatus = OpenNamed(pszName, Kind::Event, true, shpoObject);
     if (eStatus != Status::Success && eStatus != Status::AlreadyExists) return eStatus;
@@ -170,8 +132,7 @@ Status FakeEventPort::CreateEventAt(const XCHAR* pszName, bool fManualReset, boo
 }
 
 Status FakeEventPort::OpenEventAt(const XCHAR* pszName, HANDLE& rhEvent) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (pszName == nullptr || *pszName == 0) return Status::InvalidParameter;
     ObjectPointer shpoObject;
     const Status eStatus = OpenNamed(pszName, Kind::Event, false, shpoObject);
@@ -181,8 +142,7 @@ Status FakeEventPort::OpenEventAt(const XCHAR* pszName, HANDLE& rhEvent) noexcep
 }
 
 Status FakeEventPort::SetEventState(HANDLE hEvent, bool fSignalled) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const ObjectPointer shpoObject = Find(hEvent);
     if (!shpoObject || shpoObject->eKind != Kind::Event) return Status::InvalidHandle;
     shpoObject->fSignalled = fSignalled;
@@ -191,8 +151,7 @@ Status FakeEventPort::SetEventState(HANDLE hEvent, bool fSignalled) noexcept {
 }
 
 Status FakeEventPort::CreateMutexAt(const XCHAR* pszName, HANDLE& rhMutex) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     ObjectPointer shpoObject;
     const Status eStatus = OpenNamed(pszName, Kind::Mutex, true, shpoObject);
     if (eStatus != Status::Success && eStatus != Status::AlreadyExists) return eStatus;
@@ -201,8 +160,7 @@ Status FakeEventPort::CreateMutexAt(const XCHAR* pszName, HANDLE& rhMutex) noexc
 }
 
 Status FakeEventPort::ReleaseMutexOf(HANDLE hMutex) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const ObjectPointer shpoObject = Find(hMutex);
     if (!shpoObject || shpoObject->eKind != Kind::Mutex) return Status::InvalidHandle;
     if (shpoObject->cHolds == 0 || !IsSame(shpoObject->wpOwner, ThisThread())) return Status::NotOwner;
@@ -262,8 +220,7 @@ Status FakeEventPort::WaitAny(const HANDLE* phHandles, DWORD cHandles, DWORD dwM
 }
 
 Status FakeEventPort::CloseObject(HANDLE hObject) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (!Find(hObject)) return Status::InvalidHandle;
     m_mapOpen.erase(hObject);
     return Status::Success;

@@ -7,8 +7,11 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "platform/EventPort.h"
+#include "support/FakeCalls.h"
+#include "support/PortCalls.h"
 
 namespace vlm::test {
 
@@ -17,7 +20,7 @@ using XString = std::basic_string<XCHAR>;
 /// Keeps the event port's contract with objects of its own; waits are real, threads are real.  Other processes are
 /// played by the script.  A call on a handle that is not open fails the running test, unless told otherwise.
 /// Threads: any.  The fake must outlive the threads that it started.
-class FakeEventPort : public EventPort {
+class FakeEventPort : public EventPort, public MisuseAlarm {
 public:
     enum class Kind { Event, Mutex, Thread };
 
@@ -25,14 +28,10 @@ public:
     ~FakeEventPort() override;
 
     // --- the script: what other processes do ---
-    /// Another process makes an object of that name and keeps it until ReleaseName.
+    /// Another process makes an object of that name and keeps it.
     void TakeName(XStringView svName, Kind eKind);
-    void ReleaseName(XStringView svName);
     /// Sets a named event.  @return false when nobody has an event of that name.
     bool SetFromOutside(XStringView svName);
-    /// Takes a named mutex that is free, for ever; AbandonFromOutside ends its owner without a release.
-    bool HoldFromOutside(XStringView svName);
-    bool AbandonFromOutside(XStringView svName);
 
     // --- the account ---
     std::size_t OpenHandles() const;
@@ -40,22 +39,12 @@ public:
     std::size_t RunningThreads() const;
     /// Whether an event, named so, is signalled; false when there is none.
     bool IsSet(XStringView svName) const;
-    /// Whether a call on a handle that is not open fails the running test (the beginning) or only answers
-    /// InvalidHandle.
-    void SetMisuseFailsTest(bool fFails);
     /// The process is gone: handles vanish; its threads, if any run, are left alone.
     void DropHandles();
 
     // --- the port ---
-    Status CreateEventAt(const XCHAR* pszName, bool fManualReset, bool fSignalled, HANDLE& rhEvent) noexcept override;
-    Status OpenEventAt(const XCHAR* pszName, HANDLE& rhEvent) noexcept override;
-    Status SetEventState(HANDLE hEvent, bool fSignalled) noexcept override;
-    Status CreateMutexAt(const XCHAR* pszName, HANDLE& rhMutex) noexcept override;
-    Status ReleaseMutexOf(HANDLE hMutex) noexcept override;
-    Status WaitAny(const HANDLE* phHandles, DWORD cHandles, DWORD dwMilliseconds, DWORD& rdwIndex,
-                   bool& rfAbandoned) noexcept override;
-    Status CloseObject(HANDLE hObject) noexcept override;
-    Status StartThread(unsigned (*pfnBody)(void*), void* pArgument, HANDLE& rhThread) noexcept override;
+    using ThreadBody = unsigned (*)(void*);
+    Q9_EVENT_CALLS(Q9_DECLARE)
 
 private:
     struct Object;
@@ -70,11 +59,10 @@ private:
     mutable std::mutex m_oMutex;
     std::condition_variable m_oChanged;
     std::map<HANDLE, ObjectPointer> m_mapOpen;
-    std::map<XString, ObjectPointer> m_mapForeign;
+    std::vector<ObjectPointer> m_vshpoForeign;
     std::map<XString, std::weak_ptr<Object>> m_mapNames;
     std::uintptr_t m_uiLastHandle = 0x5000;
     std::size_t m_cThreads = 0;
-    bool m_fMisuseFailsTest = true;
 };
 
 }  // namespace vlm::test

@@ -1,10 +1,8 @@
 /// @file
 /// The disk in memory.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
-#include "support/AllocationFaults.h"
+#include "support/FakeCalls.h"
 #include "support/FakeFileEntries.h"
 
 namespace vlm::test {
@@ -13,8 +11,7 @@ FakeFilePort::FakeFilePort() = default;
 FakeFilePort::~FakeFilePort() = default;
 
 void FakeFilePort::AddFile(XStringView svPath, std::vector<BYTE> vbyContents, DWORD dwAttributes) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const XString key = KeyOf(svPath);
     AddFolder(FolderOf(Tidy(svPath)));
     const auto shpoEntry = std::make_shared<DiskEntry>();
@@ -26,8 +23,7 @@ void FakeFilePort::AddFile(XStringView svPath, std::vector<BYTE> vbyContents, DW
 }
 
 void FakeFilePort::AddFolder(XStringView svPath) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const XString key = KeyOf(svPath);
     if (IsRoot(key) || Lookup(key)) return;
     AddFolder(FolderOf(Tidy(svPath)));
@@ -38,8 +34,7 @@ void FakeFilePort::AddFolder(XStringView svPath) {
 }
 
 std::optional<std::vector<BYTE>> FakeFilePort::Contents(XStringView svPath) const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     TakeOverViews();
     const EntryPointer shpoEntry = Lookup(KeyOf(svPath));
     if (!shpoEntry || shpoEntry->IsFolder()) return std::nullopt;
@@ -47,8 +42,7 @@ std::optional<std::vector<BYTE>> FakeFilePort::Contents(XStringView svPath) cons
 }
 
 std::vector<XString> FakeFilePort::FileNames() const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     std::vector<XString> vNames;
     for (const auto& [key, shpoEntry] : m_mapEntries) {
         if (!shpoEntry->IsFolder()) vNames.push_back(shpoEntry->path);
@@ -65,13 +59,8 @@ void FakeFilePort::LimitSpace(ULONGLONG ullBytes) {
     m_ullSpace = ullBytes;
 }
 
-void FakeFilePort::SetMisuseFailsTest(bool fFails) {
-    m_fMisuseFailsTest = fFails;
-}
-
 void FakeFilePort::DropHandles() {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     TakeOverViews();
     m_mapViews.clear();
     m_mapMappings.clear();
@@ -80,29 +69,17 @@ void FakeFilePort::DropHandles() {
         Close(m_mapOpen.begin()->first);
 }
 
-void FakeFilePort::CutPower(PowerCut ePowerCut) {
-    constexpr std::size_t SECTOR = 512;
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+void FakeFilePort::CutPower() {
+    const FakeCall oCall(m_oMutex);
     DropHandles();
-    for (auto& [key, shpoEntry] : m_mapEntries) {
-        std::vector<BYTE> vbyLeft = shpoEntry->vbyFlushed;
-        if (ePowerCut == PowerCut::TearSectors && shpoEntry->vbyContents != shpoEntry->vbyFlushed) {
-            const std::vector<BYTE>& rvbyNew = shpoEntry->vbyContents;
-            vbyLeft.resize(std::max(vbyLeft.size(), rvbyNew.size()));
-            for (std::size_t i = 0; i < rvbyNew.size(); i += 2 * SECTOR) {
-                std::copy_n(rvbyNew.begin() + static_cast<std::ptrdiff_t>(i), std::min(SECTOR, rvbyNew.size() - i),
-                            vbyLeft.begin() + static_cast<std::ptrdiff_t>(i));
-            }
-        }
-        shpoEntry->vbyContents = shpoEntry->vbyFlushed = vbyLeft;
-    }
+    for (auto& [key, shpoEntry] : m_mapEntries)
+        shpoEntry->vbyContents = shpoEntry->vbyFlushed;
 }
 
 FakeFilePort::OpenFile* FakeFilePort::Find(HANDLE hFile) {
     const auto it = m_mapOpen.find(hFile);
     if (it != m_mapOpen.end()) return &it->second;
-    if (m_fMisuseFailsTest) ADD_FAILURE() << "a file call on a handle that is not open: " << hFile;
+    ReportMisuse("a file call on a handle that is not open", hFile);
     return nullptr;
 }
 
@@ -138,8 +115,7 @@ bool FakeFilePort::HasRoom(ULONGLONG ullMore) const {
 }
 
 Status FakeFilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HANDLE& rhFile) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (IsEmptyPath(pszPath)) return Status::PathNotFound;
     const XString key = KeyOf(pszPath);
     const bool fWritable = rOptions.eAccess == Access::ReadWrite || rOptions.eAccess == Access::Write;
@@ -182,8 +158,7 @@ Status FakeFilePort::Open(const XCHAR* pszPath, const OpenOptions& rOptions, HAN
 }
 
 Status FakeFilePort::Close(HANDLE hFile) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (m_mapMappings.erase(hFile) != 0) return Status::Success;
     const OpenFile* pFile = Find(hFile);
     if (pFile == nullptr) return Status::InvalidHandle;
@@ -221,8 +196,7 @@ Status FakeFilePort::Read(HANDLE hFile, void* pTarget, DWORD dwBytes, DWORD& rdw
 }
 
 Status FakeFilePort::Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     rdwWritten = 0;
     OpenFile* pFile = Find(hFile);
     if (pFile == nullptr) return Status::InvalidHandle;
@@ -255,8 +229,7 @@ Status FakeFilePort::Seek(HANDLE hFile, ULONGLONG ullOffset) noexcept {
 }
 
 Status FakeFilePort::SetEnd(HANDLE hFile) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     OpenFile* pFile = Find(hFile);
     if (pFile == nullptr) return Status::InvalidHandle;
     if (!pFile->fWritable) return Status::AccessDenied;
@@ -270,8 +243,7 @@ Status FakeFilePort::SetEnd(HANDLE hFile) noexcept {
 }
 
 Status FakeFilePort::Flush(HANDLE hFile) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const OpenFile* pFile = Find(hFile);
     if (pFile == nullptr) return Status::InvalidHandle;
     if (!pFile->fWritable) return Status::AccessDenied;
@@ -281,8 +253,7 @@ Status FakeFilePort::Flush(HANDLE hFile) noexcept {
 }
 
 Status FakeFilePort::GetAttributes(const XCHAR* pszPath, DWORD& rdwAttributes) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (IsEmptyPath(pszPath)) return Status::PathNotFound;
     const XString key = KeyOf(pszPath);
     const EntryPointer shpoEntry = Lookup(key);
@@ -292,8 +263,7 @@ Status FakeFilePort::GetAttributes(const XCHAR* pszPath, DWORD& rdwAttributes) n
 }
 
 Status FakeFilePort::SetAttributes(const XCHAR* pszPath, DWORD dwAttributes) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (IsEmptyPath(pszPath)) return Status::PathNotFound;
     const EntryPointer shpoEntry = Lookup(KeyOf(pszPath));
     if (!shpoEntry) return Missing(KeyOf(pszPath));
@@ -304,8 +274,7 @@ Status FakeFilePort::SetAttributes(const XCHAR* pszPath, DWORD dwAttributes) noe
 }
 
 Status FakeFilePort::Delete(const XCHAR* pszPath) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (IsEmptyPath(pszPath)) return Status::PathNotFound;
     const XString key = KeyOf(pszPath);
     const EntryPointer shpoEntry = Lookup(key);
@@ -326,8 +295,7 @@ Status FakeFilePort::DeleteByHandle(HANDLE hFile) noexcept {
 }
 
 Status FakeFilePort::Move(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplace) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (IsEmptyPath(pszFrom) || IsEmptyPath(pszTo)) return Status::PathNotFound;
     const XString from = KeyOf(pszFrom), to = KeyOf(pszTo);
     const EntryPointer shpoFrom = Lookup(from), shpoTo = Lookup(to);
@@ -357,8 +325,7 @@ Status FakeFilePort::Move(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplac
 }
 
 Status FakeFilePort::CreateDirectoryAt(const XCHAR* pszPath) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (IsEmptyPath(pszPath)) return Status::PathNotFound;
     const XString key = KeyOf(pszPath);
     if (IsRoot(key) || Lookup(key)) return Status::AlreadyExists;

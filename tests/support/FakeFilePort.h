@@ -12,6 +12,8 @@
 #include "platform/FilePort.h"
 #include "platform/FolderPort.h"
 #include "platform/OpenFilePort.h"
+#include "support/FakeCalls.h"
+#include "support/PortCalls.h"
 
 namespace vlm::test {
 
@@ -20,14 +22,8 @@ using XString = std::basic_string<XCHAR>;
 /// Keeps the file port's contract without a system below it.  Names compare without ASCII case.  Every drive root and
 /// the current folder exist from the start; "." and ".." are resolved by their text. A call on a handle that is not
 /// open fails the running test, unless told otherwise. Threads: any.
-class FakeFilePort final : public FilePort, public OpenFilePort, public FolderPort {
+class FakeFilePort final : public FilePort, public OpenFilePort, public FolderPort, public MisuseAlarm {
 public:
-    /// What a power cut leaves of bytes that were not flushed.
-    enum class PowerCut {
-        DropUnflushed,  ///< the contents at the last flush
-        TearSectors,    ///< every second sector of 512 bytes is the new one
-    };
-
     FakeFilePort();
     ~FakeFilePort() override;
 
@@ -43,52 +39,23 @@ public:
     std::size_t OpenHandles() const;
     /// Room for so many bytes in all files together; DiskFull beyond.
     void LimitSpace(ULONGLONG ullBytes);
-    /// Whether a call on a handle that is not open fails the running test (the beginning) or only answers
-    /// InvalidHandle.
-    void SetMisuseFailsTest(bool fFails);
     /// Facts that GetFacts tells of a file from now on; `dwAttributes`, `ullVolume` and `ullFile` stay the disk's.  At
     /// the beginning: one link, a local file on a disk.
     void SetFacts(XStringView svPath, const Facts& rFacts);
     /// Puts a link in place: to a folder or to a file, nobody knows where.  It is listed as one and can be deleted;
     /// whoever opens it gets CannotResolveFileName.
     void AddLink(XStringView svPath, bool fFolder);
-    /// The files that wait for the system's next start, tidied.
-    std::vector<XString> PendingDeletes() const;
     /// The system starts anew: handles vanish, waiting deletes are done.
     void Restart();
     /// The process is gone: handles vanish, the files stay as they are.
     void DropHandles();
-    /// The power is gone, too.
-    void CutPower(PowerCut ePowerCut);
+    /// The power is gone, too, and with it what was not flushed.
+    void CutPower();
 
     // --- the port ---
-    Status Open(const XCHAR* pszPath, const OpenOptions& rOptions, HANDLE& rhFile) noexcept override;
-    Status Close(HANDLE hFile) noexcept override;
-    Status Size(HANDLE hFile, ULONGLONG& rullSize) noexcept override;
-    Status Read(HANDLE hFile, void* pTarget, DWORD dwBytes, DWORD& rdwRead) noexcept override;
-    Status Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept override;
-    Status Seek(HANDLE hFile, ULONGLONG ullOffset) noexcept override;
-    Status SetEnd(HANDLE hFile) noexcept override;
-    Status Flush(HANDLE hFile) noexcept override;
-    Status GetAttributes(const XCHAR* pszPath, DWORD& rdwAttributes) noexcept override;
-    Status SetAttributes(const XCHAR* pszPath, DWORD dwAttributes) noexcept override;
-    Status Delete(const XCHAR* pszPath) noexcept override;
-    Status DeleteByHandle(HANDLE hFile) noexcept override;
-    Status Move(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplace) noexcept override;
-    Status CreateDirectoryAt(const XCHAR* pszPath) noexcept override;
-
-    Status GetFacts(HANDLE hFile, Facts& rFacts) noexcept override;
-    Status SetAttributesOf(HANDLE hFile, DWORD dwAttributes) noexcept override;
-    Status Append(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept override;
-    Status CreateMappingOf(HANDLE hFile, ULONGLONG ullBytes, bool fWritable, HANDLE& rhMapping) noexcept override;
-    Status MapView(HANDLE hMapping, ULONGLONG ullBytes, void*& rpView) noexcept override;
-    Status UnmapView(void* pView) noexcept override;
-    Status OpenFolder(const XCHAR* pszPath, HANDLE& rhFolder) noexcept override;
-    Status NextEntry(HANDLE hFolder, FolderPort::Entry& rEntry) noexcept override;
-    Status CloseFolder(HANDLE hFolder) noexcept override;
-    Status RemoveFolder(const XCHAR* pszPath) noexcept override;
-    Status CopyTo(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplace) noexcept override;
-    Status DeleteAtRestart(const XCHAR* pszPath) noexcept override;
+    Q9_FILE_CALLS(Q9_DECLARE)
+    Q9_OPEN_FILE_CALLS(Q9_DECLARE)
+    Q9_FOLDER_CALLS(Q9_DECLARE)
 
 private:
     struct DiskEntry;
@@ -118,7 +85,6 @@ private:
     std::vector<XString> m_vPendingDeletes;
     std::uintptr_t m_uiLastHandle = 0x1000;
     ULONGLONG m_ullSpace = ~0ull;
-    bool m_fMisuseFailsTest = true;
 };
 
 }  // namespace vlm::test

@@ -1,10 +1,8 @@
 /// @file
 /// Paths, lists and copies of the disk in memory.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
-#include "support/AllocationFaults.h"
+#include "support/FakeCalls.h"
 #include "support/FakeFileEntries.h"
 
 namespace vlm::test {
@@ -56,15 +54,8 @@ void FakeFilePort::AddLink(XStringView svPath, bool fFolder) {
     AddFile(svPath, {}, fFolder ? ATTRIBUTE_LINK | ATTRIBUTE_DIRECTORY : ATTRIBUTE_LINK);
 }
 
-std::vector<XString> FakeFilePort::PendingDeletes() const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    return m_vPendingDeletes;
-}
-
 void FakeFilePort::Restart() {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     DropHandles();
     for (const XString& rPath : m_vPendingDeletes)
         Delete(rPath.c_str());
@@ -72,8 +63,7 @@ void FakeFilePort::Restart() {
 }
 
 Status FakeFilePort::OpenFolder(const XCHAR* pszPath, HANDLE& rhFolder) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (IsEmptyPath(pszPath)) return Status::PathNotFound;
     const XString key = KeyOf(pszPath);
     const EntryPointer shpoFolder = Lookup(key);
@@ -98,11 +88,10 @@ Status FakeFilePort::OpenFolder(const XCHAR* pszPath, HANDLE& rhFolder) noexcept
 }
 
 Status FakeFilePort::NextEntry(HANDLE hFolder, FolderPort::Entry& rEntry) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const auto it = m_mapLists.find(hFolder);
     if (it == m_mapLists.end()) {
-        if (m_fMisuseFailsTest) ADD_FAILURE() << "a list that is not open: " << hFolder;
+        ReportMisuse("a list that is not open", hFolder);
         return Status::InvalidHandle;
     }
     if (it->second.empty()) return Status::NoMoreItems;
@@ -112,16 +101,14 @@ Status FakeFilePort::NextEntry(HANDLE hFolder, FolderPort::Entry& rEntry) noexce
 }
 
 Status FakeFilePort::CloseFolder(HANDLE hFolder) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (m_mapLists.erase(hFolder) != 0) return Status::Success;
-    if (m_fMisuseFailsTest) ADD_FAILURE() << "a list that is not open: " << hFolder;
+    ReportMisuse("a list that is not open", hFolder);
     return Status::InvalidHandle;
 }
 
 Status FakeFilePort::RemoveFolder(const XCHAR* pszPath) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (IsEmptyPath(pszPath)) return Status::PathNotFound;
     const XString key = KeyOf(pszPath);
     const EntryPointer shpoFolder = Lookup(key);
@@ -135,8 +122,7 @@ Status FakeFilePort::RemoveFolder(const XCHAR* pszPath) noexcept {
 }
 
 Status FakeFilePort::CopyTo(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplace) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     HANDLE hFrom = nullptr, hTo = nullptr;
     const OpenOptions oReading{.dwShare = ShareRead | ShareWrite | ShareDelete};
     if (const Status eStatus = Open(pszFrom, oReading, hFrom); eStatus != Status::Success) return eStatus;
@@ -163,8 +149,7 @@ Status FakeFilePort::CopyTo(const XCHAR* pszFrom, const XCHAR* pszTo, bool fRepl
 }
 
 Status FakeFilePort::DeleteAtRestart(const XCHAR* pszPath) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (IsEmptyPath(pszPath)) return Status::PathNotFound;
     if (!Lookup(KeyOf(pszPath))) return Missing(KeyOf(pszPath));
     m_vPendingDeletes.push_back(Tidy(pszPath));

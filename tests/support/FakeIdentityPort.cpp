@@ -2,11 +2,10 @@
 /// Identities in memory.
 #include "support/FakeIdentityPort.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
 #include "support/AllocationFaults.h"
+#include "support/FakeCalls.h"
 
 namespace vlm::test {
 
@@ -39,28 +38,24 @@ void FakeIdentityPort::SetProcessIdentity(const Identity& rIdentity) {
 }
 
 void FakeIdentityPort::Impersonate(const Identity& rIdentity) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     Identity& rThread = m_mapThreads[std::this_thread::get_id()];
     rThread = rIdentity;
     rThread.fImpersonating = true;
 }
 
 void FakeIdentityPort::StopImpersonating() {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     m_mapThreads.erase(std::this_thread::get_id());
 }
 
 void FakeIdentityPort::AddAccount(XStringView svName, XStringView svSid) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     m_mapAccounts[XString(svName)] = svSid;
 }
 
 void FakeIdentityPort::SetPrivilegeHeld(XStringView svPrivilege, bool fHeld) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (fHeld) {
         m_mapPrivileges.emplace(svPrivilege, false);
     } else {
@@ -69,8 +64,7 @@ void FakeIdentityPort::SetPrivilegeHeld(XStringView svPrivilege, bool fHeld) {
 }
 
 bool FakeIdentityPort::IsPrivilegeOn(XStringView svPrivilege) const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const auto it = m_mapPrivileges.find(XString(svPrivilege));
     return it != m_mapPrivileges.end() && it->second;
 }
@@ -86,8 +80,7 @@ std::size_t FakeIdentityPort::OpenTokens() const {
 }
 
 void FakeIdentityPort::DiscardToken(HANDLE hToken) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     m_mapTokens.erase(hToken);
 }
 
@@ -129,8 +122,7 @@ Status FakeIdentityPort::SidOfAccount(const XCHAR* pszAccount, XCHAR* pTarget, s
 }
 
 Status FakeIdentityPort::Revert(HANDLE& rhToken) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     rhToken = nullptr;
     const auto it = m_mapThreads.find(std::this_thread::get_id());
     if (it == m_mapThreads.end()) return Status::Success;
@@ -146,7 +138,7 @@ Status FakeIdentityPort::Restore(HANDLE hToken) noexcept {
     const std::lock_guard oLock(m_oMutex);
     const auto it = m_mapTokens.find(hToken);
     if (it == m_mapTokens.end()) {
-        if (m_fMisuseFailsTest) ADD_FAILURE() << "a token that is none, or was restored before: " << hToken;
+        ReportMisuse("a token that is none, or was restored before", hToken);
         return Status::InvalidHandle;
     }
     m_mapThreads[std::this_thread::get_id()] = it->second;
@@ -161,8 +153,7 @@ void FakeIdentityPort::SetLoggedOnUser(const Identity& rIdentity) {
 }
 
 Status FakeIdentityPort::ImpersonateLoggedOnUser() noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (m_mapThreads.contains(std::this_thread::get_id())) return Status::InvalidParameter;
     if (!m_oLoggedOn) return Status::AccessDenied;
     m_mapThreads[std::this_thread::get_id()] = *m_oLoggedOn;

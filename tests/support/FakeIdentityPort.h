@@ -9,6 +9,8 @@
 #include <thread>
 
 #include "platform/IdentityPort.h"
+#include "support/FakeCalls.h"
+#include "support/PortCalls.h"
 
 namespace vlm::test {
 
@@ -16,7 +18,7 @@ using XString = std::basic_string<XCHAR>;
 
 /// Keeps the identity port's contract; who is who stands in the script.  A token that is restored twice, or is none,
 /// fails the running test, unless told otherwise.  Threads: any.
-class FakeIdentityPort final : public IdentityPort {
+class FakeIdentityPort final : public IdentityPort, public MisuseAlarm {
 public:
     /// An identity in one line.
     static Identity MakeIdentity(XStringView svSid, DWORD dwIntegrity = INTEGRITY_MEDIUM, bool fAdministrator = false);
@@ -40,19 +42,9 @@ public:
     std::size_t OpenTokens() const;
     /// Closes a token unused, as a restore that fails does.
     void DiscardToken(HANDLE hToken);
-    void SetMisuseFailsTest(bool fFails) { m_fMisuseFailsTest = fFails; }
 
     // --- the port ---
-    Status CurrentIdentity(Identity& rIdentity) noexcept override;
-    Status ProcessIdentity(Identity& rIdentity) noexcept override;
-    std::size_t CurrentUserName(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
-    Status SidOfAccount(const XCHAR* pszAccount, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
-    Status Revert(HANDLE& rhToken) noexcept override;
-    Status Restore(HANDLE hToken) noexcept override;
-    Status ImpersonateLoggedOnUser() noexcept override;
-    Status EndImpersonation() noexcept override;
-    void EndProcess(DWORD dwExitCode) noexcept override;
-    Status SetPrivilege(const XCHAR* pszPrivilege, bool fEnable, bool& rfFormer) noexcept override;
+    Q9_IDENTITY_CALLS(Q9_DECLARE)
 
 private:
     mutable std::mutex m_oMutex;
@@ -65,7 +57,6 @@ private:
     std::optional<Identity> m_oLoggedOn;
     std::uintptr_t m_uiLastToken = 0x7000;
     std::optional<DWORD> m_oEndedWith;
-    bool m_fMisuseFailsTest = true;
 };
 
 }  // namespace vlm::test

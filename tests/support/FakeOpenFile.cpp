@@ -1,17 +1,14 @@
 /// @file
 /// Facts, appending and mappings of the disk in memory.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
-#include "support/AllocationFaults.h"
+#include "support/FakeCalls.h"
 #include "support/FakeFileEntries.h"
 
 namespace vlm::test {
 
 void FakeFilePort::SetFacts(XStringView svPath, const Facts& rFacts) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const EntryPointer shpoEntry = LookupPath(svPath);
     ASSERT_TRUE(shpoEntry) << "facts of a file that there is not";
     shpoEntry->oFacts = rFacts;
@@ -60,8 +57,7 @@ Status FakeFilePort::SetAttributesOf(HANDLE hFile, DWORD dwAttributes) noexcept 
 }
 
 Status FakeFilePort::Append(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     rdwWritten = 0;
     OpenFile* pFile = Find(hFile);
     if (pFile == nullptr) return Status::InvalidHandle;
@@ -71,8 +67,7 @@ Status FakeFilePort::Append(HANDLE hFile, const void* pSource, DWORD dwBytes, DW
 }
 
 Status FakeFilePort::CreateMappingOf(HANDLE hFile, ULONGLONG ullBytes, bool fWritable, HANDLE& rhMapping) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const OpenFile* pFile = Find(hFile);
     if (pFile == nullptr) return Status::InvalidHandle;
     if (!pFile->fReadable || (fWritable && !pFile->fWritable)) return Status::AccessDenied;
@@ -91,11 +86,10 @@ Status FakeFilePort::CreateMappingOf(HANDLE hFile, ULONGLONG ullBytes, bool fWri
 }
 
 Status FakeFilePort::MapView(HANDLE hMapping, ULONGLONG ullBytes, void*& rpView) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const auto it = m_mapMappings.find(hMapping);
     if (it == m_mapMappings.end()) {
-        if (m_fMisuseFailsTest) ADD_FAILURE() << "a view of a mapping that is not open: " << hMapping;
+        ReportMisuse("a view of a mapping that is not open", hMapping);
         return Status::InvalidHandle;
     }
     if (ullBytes > it->second.ullBytes) return Status::AccessDenied;
@@ -109,11 +103,10 @@ Status FakeFilePort::MapView(HANDLE hMapping, ULONGLONG ullBytes, void*& rpView)
 }
 
 Status FakeFilePort::UnmapView(void* pView) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const auto it = m_mapViews.find(pView);
     if (it == m_mapViews.end()) {
-        if (m_fMisuseFailsTest) ADD_FAILURE() << "an address that is no view's: " << pView;
+        ReportMisuse("an address that is no view's", pView);
         return Status::InvalidAddress;
     }
     TakeOverViews();

@@ -7,6 +7,7 @@
 
 #include "platform/Platform.h"
 #include "support/AllocationFaults.h"
+#include "support/FakeCalls.h"
 
 namespace vlm::test {
 
@@ -28,14 +29,12 @@ std::size_t CopyTerminated(const XString& rText, XCHAR* pTarget, std::size_t cCa
 }  // namespace
 
 void FakeTextPort::AddString(HINSTANCE hModule, UINT uId, XStringView svText) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     m_mapStrings[{hModule, uId}] = svText;
 }
 
 HWND FakeTextPort::AddWindow(XStringView svCaption, HWND hwndParent) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const HWND hwnd = reinterpret_cast<HWND>(m_uiLastWindow += 0x10);
     m_mapWindows[hwnd] = svCaption;
     m_mapParents[hwnd] = hwndParent;
@@ -91,8 +90,7 @@ HWND FakeTextPort::ParentWindow(HWND hwnd) noexcept {
 }
 
 Status FakeTextPort::SetWindowCaption(HWND hwnd, const XCHAR* pszText) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const auto it = m_mapWindows.find(hwnd);
     if (it == m_mapWindows.end()) return Status::InvalidWindowHandle;
     it->second = pszText ? pszText : VTEXT("");
@@ -100,14 +98,12 @@ Status FakeTextPort::SetWindowCaption(HWND hwnd, const XCHAR* pszText) noexcept 
 }
 
 std::vector<XString> FakeDesktopPort::DebuggerLines() const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     return m_vLines;
 }
 
 void FakeDesktopPort::DebuggerOutput(const XCHAR* pszText) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     m_vLines.emplace_back(pszText ? pszText : VTEXT(""));
 }
 
@@ -174,7 +170,7 @@ std::size_t FakeProcessPort::CommandLine(XCHAR* pTarget, std::size_t cCapacity) 
 
 std::size_t FakeProcessPort::ProcessIds(DWORD* pdwIds, std::size_t cCapacity) noexcept {
     if (pdwIds == nullptr || cCapacity == 0) return 0;
-    *pdwIds = m_dwProcessId;
+    *pdwIds = CurrentProcessId();
     const std::size_t cOthers = std::min(m_vdwOthers.size(), cCapacity - 1);
     std::copy_n(m_vdwOthers.begin(), cOthers, pdwIds + 1);
     return 1 + cOthers;

@@ -13,6 +13,7 @@
 #include "platform/ProcessPort.h"
 #include "platform/TextPort.h"
 #include "platform/ThreadPort.h"
+#include "support/PortCalls.h"
 
 namespace vlm::test {
 
@@ -26,17 +27,7 @@ public:
     /// Later calls on the window answer InvalidWindowHandle.
     void RemoveWindow(HWND hwnd);
 
-    std::size_t ToWide(DWORD dwCodePage, const char* pSource, std::size_t cBytes, XCHAR* pTarget,
-                       std::size_t cCapacity) noexcept override;
-    std::size_t ToNarrow(DWORD dwCodePage, const XCHAR* pSource, std::size_t cUnits, char* pTarget,
-                         std::size_t cCapacity) noexcept override;
-    std::size_t SystemErrorText(DWORD dwError, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
-    std::size_t FormatMessageText(const XCHAR* pszFormat, const XCHAR* const* ppszInserts, std::size_t cInserts,
-                                  XCHAR* pTarget, std::size_t cCapacity) noexcept override;
-    XStringView StringResource(HINSTANCE hModule, UINT uId) noexcept override;
-    Status WindowText(HWND hwnd, XCHAR* pTarget, std::size_t cCapacity, std::size_t& rcLength) noexcept override;
-    HWND ParentWindow(HWND hwnd) noexcept override;
-    Status SetWindowCaption(HWND hwnd, const XCHAR* pszText) noexcept override;
+    Q9_TEXT_CALLS(Q9_DECLARE)
 
 private:
     std::mutex m_oMutex;
@@ -50,15 +41,13 @@ private:
 class FakeDesktopPort final : public DesktopPort {
 public:
     std::vector<XString> DebuggerLines() const;
-    void SetDebuggerPresent(bool fPresent) { m_fDebugger = fPresent; }
 
     void DebuggerOutput(const XCHAR* pszText) noexcept override;
-    bool IsDebuggerPresent() noexcept override { return m_fDebugger; }
+    bool IsDebuggerPresent() noexcept override { return false; }
 
 private:
     mutable std::mutex m_oMutex;
     std::vector<XString> m_vLines;
-    std::atomic<bool> m_fDebugger{false};
 };
 
 /// A process with a scripted name and environment.
@@ -73,11 +62,8 @@ public:
     void AddResources(XStringView svPath, HINSTANCE hModule);
     int LoadedResources() const { return m_iLoadedResources; }
     void SetEnvironmentVariableTo(XStringView svName, XStringView svValue);
-    void SetProcessId(DWORD dwId) { m_dwProcessId = dwId; }
     /// ("\"C:\\Program Files\\Test\\test.exe\" /quiet" at the beginning.)
     void SetCommandLineTo(XStringView svCommandLine) { m_strCommandLine = svCommandLine; }
-    /// ("TESTBENCH" at the beginning.)
-    void SetComputerNameTo(XStringView svName) { m_computerName = svName; }
     /// Another process of the system.
     void AddProcess(DWORD dwId) { m_vdwOthers.push_back(dwId); }
     /// (64-bit Windows 10.0 at the beginning.)
@@ -89,7 +75,7 @@ public:
     Status SystemFolder(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     Status LoadResources(const XCHAR* pszPath, HINSTANCE& rhModule) noexcept override;
     Status FreeResources(HINSTANCE hModule) noexcept override;
-    DWORD CurrentProcessId() noexcept override { return m_dwProcessId; }
+    DWORD CurrentProcessId() noexcept override { return 4711; }
     std::size_t EnvironmentVariable(const XCHAR* pszName, XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t CommandLine(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
     std::size_t ComputerName(XCHAR* pTarget, std::size_t cCapacity) noexcept override;
@@ -106,7 +92,6 @@ private:
     XString m_computerName = VTEXT("TESTBENCH");
     std::vector<DWORD> m_vdwOthers;
     System m_oSystem{.fWindows = true, .f64Bit = true, .dwMajor = 10, .dwMinor = 0};
-    std::atomic<DWORD> m_dwProcessId{4711};
 };
 
 /// The system's threads, with an account of what was taken.

@@ -2,12 +2,11 @@
 /// The registry in memory.
 #include "support/FakeRegistryPort.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstring>
 
 #include "support/AllocationFaults.h"
+#include "support/FakeCalls.h"
 #include "support/FakeRegistryKey.h"
 
 namespace vlm::test {
@@ -119,7 +118,7 @@ Status FakeRegistryPort::Resolve(HKEY hKey, DWORD dwRights, KeyPointer& rshpoKey
         for (const Root eRoot : MISSING_ROOTS) {
             if (reinterpret_cast<std::uintptr_t>(hKey) == NumberOf(eRoot)) return Status::InvalidHandle;
         }
-        if (m_fMisuseFailsTest) ADD_FAILURE() << "a registry call on a handle that is not open: " << hKey;
+        ReportMisuse("a registry call on a handle that is not open", hKey);
         return Status::InvalidHandle;
     }
     rshpoKey = it->second.shpoKey;
@@ -156,8 +155,7 @@ HKEY FakeRegistryPort::RootKey(Root eRoot) noexcept {
 }
 
 Status FakeRegistryPort::Open(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     KeyPointer shpoKey;
     const Status eStatus = Walk(hParent, pszSubKey, shpoKey);
     return eStatus == Status::Success ? MakeHandle(shpoKey, dwRights, rhKey) : eStatus;
@@ -165,8 +163,7 @@ Status FakeRegistryPort::Open(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRigh
 
 Status FakeRegistryPort::Create(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, bool fVolatile, HKEY& rhKey,
                                 bool& rfCreated) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (pszSubKey == nullptr) return Status::InvalidParameter;
     KeyPointer shpoKey;
     Status eStatus = Walk(hParent, pszSubKey, shpoKey);
@@ -198,8 +195,7 @@ Status FakeRegistryPort::Create(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRi
 
 Status FakeRegistryPort::CreateRestricted(HKEY hParent, const XCHAR* pszName, DWORD dwRights, const XCHAR* pszReaderSid,
                                           HKEY& rhKey, bool& rfCreated) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const XString name = NameOf(pszName), reader = NameOf(pszReaderSid);
     if (name.empty() || name.find(VTEXT('\\')) != XString::npos || !IsSidText(reader)) return Status::InvalidParameter;
     bool fLink = false;
@@ -214,8 +210,7 @@ Status FakeRegistryPort::CreateRestricted(HKEY hParent, const XCHAR* pszName, DW
 
 Status FakeRegistryPort::OpenLink(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey,
                                   bool& rfLink) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     KeyPointer shpoKey;
     Status eStatus = Walk(hParent, pszSubKey, shpoKey, true);
     if (eStatus == Status::Success) eStatus = MakeHandle(shpoKey, dwRights | QUERY_VALUE, rhKey);
@@ -224,8 +219,7 @@ Status FakeRegistryPort::OpenLink(HKEY hParent, const XCHAR* pszSubKey, DWORD dw
 }
 
 Status FakeRegistryPort::CreateLink(HKEY hParent, const XCHAR* pszName, HKEY hTarget) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     KeyPointer shpoParent, shpoTarget, shpoKey;
     if (const Status e = Resolve(hParent, 0, shpoParent); e != Status::Success) return e;
     if (const Status e = Resolve(hTarget, 0, shpoTarget); e != Status::Success) return e;
@@ -241,8 +235,7 @@ Status FakeRegistryPort::CreateLink(HKEY hParent, const XCHAR* pszName, HKEY hTa
 }
 
 Status FakeRegistryPort::Close(HKEY hKey) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     KeyPointer shpoKey;
     const Status eStatus = Resolve(hKey, 0, shpoKey);
     m_mapOpen.erase(hKey);
@@ -251,8 +244,7 @@ Status FakeRegistryPort::Close(HKEY hKey) noexcept {
 
 Status FakeRegistryPort::QueryValue(HKEY hKey, const XCHAR* pszName, DWORD& rdwType, void* pTarget,
                                     DWORD& rcbData) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     KeyPointer shpoKey;
     const Status eStatus = Resolve(hKey, QUERY_VALUE, shpoKey);
     if (eStatus != Status::Success) return eStatus;
@@ -264,8 +256,7 @@ Status FakeRegistryPort::QueryValue(HKEY hKey, const XCHAR* pszName, DWORD& rdwT
 
 Status FakeRegistryPort::QueryMultipleValues(HKEY hKey, ValueQuery* pQueries, DWORD cQueries, void* pTarget,
                                              DWORD& rcbData) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     KeyPointer shpoKey;
     const Status eStatus = Resolve(hKey, QUERY_VALUE, shpoKey);
     if (eStatus != Status::Success) return eStatus;
@@ -289,8 +280,7 @@ Status FakeRegistryPort::QueryMultipleValues(HKEY hKey, ValueQuery* pQueries, DW
 
 Status FakeRegistryPort::SetValue(HKEY hKey, const XCHAR* pszName, DWORD dwType, const void* pData,
                                   DWORD cbData) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (pData == nullptr && cbData != 0) return Status::NoAccess;
     if (NameOf(pszName).size() > MAX_VALUE_NAME) return Status::InvalidParameter;
     KeyPointer shpoKey;
@@ -303,8 +293,7 @@ Status FakeRegistryPort::SetValue(HKEY hKey, const XCHAR* pszName, DWORD dwType,
 }
 
 Status FakeRegistryPort::DeleteValue(HKEY hKey, const XCHAR* pszName) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     KeyPointer shpoKey;
     const Status eStatus = Resolve(hKey, SET_VALUE, shpoKey);
     if (eStatus != Status::Success) return eStatus;
@@ -312,8 +301,7 @@ Status FakeRegistryPort::DeleteValue(HKEY hKey, const XCHAR* pszName) noexcept {
 }
 
 Status FakeRegistryPort::DeleteKey(HKEY hParent, const XCHAR* pszSubKey) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (pszSubKey == nullptr || *pszSubKey == 0) return Status::InvalidParameter;
     KeyPointer shpoKey;
     const Status eStatus = Walk(hParent, pszSubKey, shpoKey);
@@ -321,8 +309,7 @@ Status FakeRegistryPort::DeleteKey(HKEY hParent, const XCHAR* pszSubKey) noexcep
 }
 
 Status FakeRegistryPort::DeleteOpenKey(HKEY hKey) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     KeyPointer shpoKey;
     const Status eStatus = Resolve(hKey, RIGHT_DELETE, shpoKey);
     return eStatus == Status::Success ? DeleteBareKey(shpoKey) : eStatus;
@@ -338,8 +325,7 @@ Status FakeRegistryPort::DeleteBareKey(const KeyPointer& rshpoKey) {
 }
 
 Status FakeRegistryPort::EnumerateKey(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     KeyPointer shpoKey;
     const Status eStatus = Resolve(hKey, ENUMERATE_SUB_KEYS, shpoKey);
     if (eStatus != Status::Success) return eStatus;
@@ -349,8 +335,7 @@ Status FakeRegistryPort::EnumerateKey(HKEY hKey, DWORD dwIndex, XCHAR* pszName, 
 
 Status FakeRegistryPort::EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName, DWORD& rdwType,
                                         void* pTarget, DWORD& rcbData) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     KeyPointer shpoKey;
     const Status eStatus = Resolve(hKey, QUERY_VALUE, shpoKey);
     if (eStatus != Status::Success) return eStatus;
@@ -363,8 +348,7 @@ Status FakeRegistryPort::EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName
 }
 
 Status FakeRegistryPort::QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     KeyPointer shpoKey;
     const Status eStatus = Resolve(hKey, QUERY_VALUE, shpoKey);
     if (eStatus != Status::Success) return eStatus;
@@ -384,14 +368,12 @@ Status FakeRegistryPort::QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept {
 }
 
 Status FakeRegistryPort::OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     return MakeHandle(m_mapRoots[Root::CurrentUser], dwRights, rhKey);
 }
 
 Status FakeRegistryPort::ConnectRemote(const XCHAR* pszMachine, HKEY& rhKey) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     if (!pszMachine || m_remote != pszMachine) return pszMachine ? Status::BadNetworkPath : Status::InvalidParameter;
     return MakeHandle(m_mapRoots[Root::LocalMachine], RIGHTS_READ, rhKey);
 }

@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "platform/RegistryPort.h"
+#include "support/FakeCalls.h"
+#include "support/PortCalls.h"
 
 namespace vlm::test {
 
@@ -21,7 +23,7 @@ using XString = std::basic_string<XCHAR>;
 /// The current user's key is "HKEY_USERS\\S-1-5-21-0-0-0-1000"; HKEY_CLASSES_ROOT is a tree of its own.
 /// A call on a handle that is not open fails the running test, unless told otherwise.
 /// Threads: any.
-class FakeRegistryPort final : public RegistryPort {
+class FakeRegistryPort final : public RegistryPort, public MisuseAlarm {
 public:
     struct Value {
         DWORD dwType;
@@ -50,35 +52,13 @@ public:
     /// The one other machine that there is ("\\SERVER"); its registry is this one.
     void SetRemoteMachine(XStringView svMachine) { m_remote = svMachine; }
     std::size_t OpenHandles() const;
-    void SetMisuseFailsTest(bool fFails);
     /// The process is gone: handles vanish, the keys stay.
     void DropHandles();
     /// The system starts anew: handles and volatile keys vanish.
     void Restart();
 
     // --- the port ---
-    HKEY RootKey(Root eRoot) noexcept override;
-    Status Open(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey) noexcept override;
-    Status Create(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, bool fVolatile, HKEY& rhKey,
-                  bool& rfCreated) noexcept override;
-    Status CreateRestricted(HKEY hParent, const XCHAR* pszName, DWORD dwRights, const XCHAR* pszReaderSid, HKEY& rhKey,
-                            bool& rfCreated) noexcept override;
-    Status OpenLink(HKEY hParent, const XCHAR* pszSubKey, DWORD dwRights, HKEY& rhKey, bool& rfLink) noexcept override;
-    Status CreateLink(HKEY hParent, const XCHAR* pszName, HKEY hTarget) noexcept override;
-    Status Close(HKEY hKey) noexcept override;
-    Status QueryValue(HKEY hKey, const XCHAR* pszName, DWORD& rdwType, void* pTarget, DWORD& rcbData) noexcept override;
-    Status QueryMultipleValues(HKEY hKey, ValueQuery* pQueries, DWORD cQueries, void* pTarget,
-                               DWORD& rcbData) noexcept override;
-    Status SetValue(HKEY hKey, const XCHAR* pszName, DWORD dwType, const void* pData, DWORD cbData) noexcept override;
-    Status DeleteValue(HKEY hKey, const XCHAR* pszName) noexcept override;
-    Status DeleteKey(HKEY hParent, const XCHAR* pszSubKey) noexcept override;
-    Status DeleteOpenKey(HKEY hKey) noexcept override;
-    Status EnumerateKey(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept override;
-    Status EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName, DWORD& rdwType, void* pTarget,
-                          DWORD& rcbData) noexcept override;
-    Status QueryInfo(HKEY hKey, KeyInfo& rInfo) noexcept override;
-    Status OpenCurrentUser(DWORD dwRights, HKEY& rhKey) noexcept override;
-    Status ConnectRemote(const XCHAR* pszMachine, HKEY& rhKey) noexcept override;
+    Q9_REGISTRY_CALLS(Q9_DECLARE)
 
 private:
     struct Key;
@@ -104,7 +84,6 @@ private:
     std::map<HKEY, OpenKey> m_mapOpen;
     std::uintptr_t m_uiLastHandle = 0x2000;
     XString m_remote;
-    bool m_fMisuseFailsTest = true;
 };
 
 }  // namespace vlm::test

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "support/AllocationFaults.h"
+#include "support/FakeCalls.h"
 #include "support/FakeRegistryKey.h"
 
 namespace vlm::test {
@@ -35,14 +36,12 @@ FakeRegistryPort::KeyPointer FakeRegistryPort::AtPath(XStringView svPath, bool f
 }
 
 void FakeRegistryPort::AddKey(XStringView svPath) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     AtPath(svPath, true);
 }
 
 void FakeRegistryPort::AddValue(XStringView svPath, XStringView svName, DWORD dwType, std::vector<BYTE> vbyData) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     AtPath(svPath, true)->mapValues[Fold(svName)] = {XString(svName), Value{dwType, std::move(vbyData)}};
 }
 
@@ -61,23 +60,20 @@ void FakeRegistryPort::AddDword(XStringView svPath, XStringView svName, DWORD dw
 }
 
 void FakeRegistryPort::AddLink(XStringView svPath, XStringView svTarget) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const KeyPointer shpoTarget = AtPath(svTarget, true), shpoLink = AtPath(svPath, true);
     shpoLink->fLink = true;
     shpoLink->wpoTarget = shpoTarget;
 }
 
 XString FakeRegistryPort::ReaderOf(XStringView svPath) const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const KeyPointer shpoKey = AtPath(svPath, false);
     return shpoKey ? shpoKey->reader : XString();
 }
 
 std::optional<FakeRegistryPort::Value> FakeRegistryPort::ValueAt(XStringView svPath, XStringView svName) const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const KeyPointer shpoKey = AtPath(svPath, false);
     if (!shpoKey) return std::nullopt;
     const auto it = shpoKey->mapValues.find(Fold(svName));
@@ -86,14 +82,12 @@ std::optional<FakeRegistryPort::Value> FakeRegistryPort::ValueAt(XStringView svP
 }
 
 bool FakeRegistryPort::HasKey(XStringView svPath) const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     return AtPath(svPath, false) != nullptr;
 }
 
 void FakeRegistryPort::RemoveKey(XStringView svPath) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const KeyPointer shpoKey = AtPath(svPath, false);
     if (!shpoKey) return;
     MarkDeleted(*shpoKey);
@@ -102,8 +96,7 @@ void FakeRegistryPort::RemoveKey(XStringView svPath) {
 }
 
 void FakeRegistryPort::Deny(XStringView svPath, DWORD dwRights) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     AtPath(svPath, true)->dwDenied = dwRights;
 }
 
@@ -112,19 +105,13 @@ std::size_t FakeRegistryPort::OpenHandles() const {
     return m_mapOpen.size();
 }
 
-void FakeRegistryPort::SetMisuseFailsTest(bool fFails) {
-    m_fMisuseFailsTest = fFails;
-}
-
 void FakeRegistryPort::DropHandles() {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     m_mapOpen.clear();
 }
 
 void FakeRegistryPort::Restart() {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     DropHandles();
     for (auto& [eRoot, shpoKey] : m_mapRoots)
         DropVolatile(*shpoKey);

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "support/AllocationFaults.h"
+#include "support/FakeCalls.h"
 
 namespace vlm::test {
 
@@ -29,14 +29,12 @@ void FakeSessionPort::SetDesktopVisible(bool fVisible) {
 }
 
 void FakeSessionPort::AnswerWith(int iAnswer) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     m_vAnswers.push_back(iAnswer);
 }
 
 void FakeSessionPort::AddSession(DWORD dwId, bool fActive) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     m_vSessions.push_back({dwId, fActive});
 }
 
@@ -46,23 +44,15 @@ void FakeSessionPort::SetSessionsStatus(Status eStatus) {
 }
 
 void FakeSessionPort::SetSessionBoxStatus(DWORD dwSession, Status eStatus) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     m_mapBoxStatus[dwSession] = eStatus;
 }
 
 HWND FakeSessionPort::OpenWindow(XStringView svClass, Behaviour eBehaviour) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const HWND hwnd = reinterpret_cast<HWND>(m_uiLastWindow += 0x10);
     m_mapWindows[hwnd] = {XString(svClass), eBehaviour};
     return hwnd;
-}
-
-void FakeSessionPort::CloseWindow(HWND hwnd) {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
-    m_mapWindows.erase(hwnd);
 }
 
 void FakeSessionPort::LimitAtoms(std::size_t cMost) {
@@ -71,20 +61,17 @@ void FakeSessionPort::LimitAtoms(std::size_t cMost) {
 }
 
 std::vector<FakeSessionPort::Box> FakeSessionPort::Boxes() const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     return m_vBoxes;
 }
 
 std::vector<FakeSessionPort::Message> FakeSessionPort::Messages() const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     return m_vMessages;
 }
 
 std::vector<DWORD> FakeSessionPort::Beeps() const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     return m_vBeeps;
 }
 
@@ -94,8 +81,7 @@ std::size_t FakeSessionPort::LivingAtoms() const {
 }
 
 UINT FakeSessionPort::MessageNumber(XStringView svName) const {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const auto it = m_mapMessages.find(XString(svName));
     return it != m_mapMessages.end() ? it->second : 0;
 }
@@ -108,8 +94,7 @@ int FakeSessionPort::NextAnswer() {
 }
 
 int FakeSessionPort::ShowBox(HWND hwndOwner, const XCHAR* pszText, const XCHAR* pszCaption, DWORD dwStyle) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     m_vBoxes.push_back({TextOf(pszText), TextOf(pszCaption), dwStyle, hwndOwner, std::nullopt});
     return NextAnswer();
 }
@@ -120,8 +105,7 @@ bool FakeSessionPort::IsDesktopVisible() noexcept {
 }
 
 void FakeSessionPort::Beep(DWORD dwKind) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     m_vBeeps.push_back(dwKind);
 }
 
@@ -137,8 +121,7 @@ Status FakeSessionPort::EnumerateSessions(Session* pSessions, DWORD& rcSessions)
 
 Status FakeSessionPort::ShowBoxInSession(DWORD dwSession, const XCHAR* pszText, const XCHAR* pszCaption, DWORD dwStyle,
                                          int& riAnswer) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const bool fKnown = std::any_of(m_vSessions.begin(), m_vSessions.end(),
                                     [&](const Session& rSession) { return rSession.dwId == dwSession; });
     if (!fKnown) return Status::FileNotFound;
@@ -151,8 +134,7 @@ Status FakeSessionPort::ShowBoxInSession(DWORD dwSession, const XCHAR* pszText, 
 }
 
 HWND FakeSessionPort::FindWindowOfClass(const XCHAR* pszClass) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const XString cls = TextOf(pszClass);
     for (const auto& [hwnd, oWindow] : m_mapWindows) {
         if (oWindow.cls == cls) return hwnd;
@@ -161,8 +143,7 @@ HWND FakeSessionPort::FindWindowOfClass(const XCHAR* pszClass) noexcept {
 }
 
 UINT FakeSessionPort::RegisterMessage(const XCHAR* pszName) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     constexpr UINT FIRST = 0xC000;
     const XString name = TextOf(pszName);
     if (name.empty()) return 0;
@@ -176,8 +157,7 @@ void FakeSessionPort::Deliver(HWND hwnd, UINT uMessage, WORD wAtom, bool fSent, 
 }
 
 Status FakeSessionPort::PostToWindow(HWND hwnd, UINT uMessage, WORD wAtom) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const auto it = m_mapWindows.find(hwnd);
     if (it == m_mapWindows.end()) return Status::InvalidWindowHandle;
     const Behaviour eBehaviour = it->second.eBehaviour;
@@ -187,8 +167,7 @@ Status FakeSessionPort::PostToWindow(HWND hwnd, UINT uMessage, WORD wAtom) noexc
 }
 
 Status FakeSessionPort::SendToWindow(HWND hwnd, UINT uMessage, WORD wAtom, DWORD) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     const auto it = m_mapWindows.find(hwnd);
     if (it == m_mapWindows.end()) return Status::InvalidWindowHandle;
     if (it->second.eBehaviour == Behaviour::Hangs) return Status::TimeOut;
@@ -197,8 +176,7 @@ Status FakeSessionPort::SendToWindow(HWND hwnd, UINT uMessage, WORD wAtom, DWORD
 }
 
 WORD FakeSessionPort::AddGlobalAtom(const XCHAR* pszText) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     constexpr WORD FIRST = 0xC000;
     const XString text = TextOf(pszText);
     if (text.empty() || text.size() > MAX_ATOM_UNITS || IsNumber(text)) return 0;
@@ -221,8 +199,7 @@ void FakeSessionPort::ReleaseAtom(WORD wAtom) {
 }
 
 void FakeSessionPort::DeleteGlobalAtom(WORD wAtom) noexcept {
-    const AllocationExempt oExempt;
-    const std::lock_guard oLock(m_oMutex);
+    const FakeCall oCall(m_oMutex);
     ReleaseAtom(wAtom);
 }
 

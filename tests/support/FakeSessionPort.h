@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/SessionPort.h"
+#include "support/PortCalls.h"
 
 namespace vlm::test {
 
@@ -50,7 +51,6 @@ public:
     /// Boxes in that session fail so.
     void SetSessionBoxStatus(DWORD dwSession, Status eStatus);
     HWND OpenWindow(XStringView svClass, Behaviour eBehaviour = Behaviour::Works);
-    void CloseWindow(HWND hwnd);
     /// Further atoms than so many are refused.
     void LimitAtoms(std::size_t cMost);
 
@@ -62,18 +62,7 @@ public:
     UINT MessageNumber(XStringView svName) const;
 
     // --- the port ---
-    int ShowBox(HWND hwndOwner, const XCHAR* pszText, const XCHAR* pszCaption, DWORD dwStyle) noexcept override;
-    bool IsDesktopVisible() noexcept override;
-    void Beep(DWORD dwKind) noexcept override;
-    Status EnumerateSessions(Session* pSessions, DWORD& rcSessions) noexcept override;
-    Status ShowBoxInSession(DWORD dwSession, const XCHAR* pszText, const XCHAR* pszCaption, DWORD dwStyle,
-                            int& riAnswer) noexcept override;
-    HWND FindWindowOfClass(const XCHAR* pszClass) noexcept override;
-    UINT RegisterMessage(const XCHAR* pszName) noexcept override;
-    Status PostToWindow(HWND hwnd, UINT uMessage, WORD wAtom) noexcept override;
-    Status SendToWindow(HWND hwnd, UINT uMessage, WORD wAtom, DWORD dwMilliseconds) noexcept override;
-    WORD AddGlobalAtom(const XCHAR* pszText) noexcept override;
-    void DeleteGlobalAtom(WORD wAtom) noexcept override;
+    Q9_SESSION_CALLS(Q9_DECLARE)
 
 private:
     struct Window {

@@ -31,31 +31,13 @@ Status PassFilling(FaultScript& rScript, DWORD* pcbNeeded, const void* pTarget, 
 class FaultSpooler final : public Wrapper<SpoolerPort> {
 public:
     using Wrapper::Wrapper;
-    Status OpenPrinterHandle(const XCHAR* pszName, DWORD dwAccess, HANDLE& rhPrinter) noexcept override {
-        return Guard([&] { return m_rBelow.OpenPrinterHandle(pszName, dwAccess, rhPrinter); });
-    }
-    Status ClosePrinterHandle(HANDLE hPrinter) noexcept override {
-        return GuardClose([&] { return m_rBelow.ClosePrinterHandle(hPrinter); });
-    }
-    Status Transceive(HANDLE hChannel, const XCHAR* pszCommand, const BYTE* pbyInput, DWORD cbInput, BYTE* pbyOutput,
-                      DWORD cbOutput, DWORD& rcbNeeded, DWORD& rdwMonitorStatus) noexcept override {
-        return Guard([&] {
-            return m_rBelow.Transceive(hChannel, pszCommand, pbyInput, cbInput, pbyOutput, cbOutput, rcbNeeded,
-                                       rdwMonitorStatus);
-        });
-    }
-    Status AddMonitorDll(const XCHAR* pszName, const XCHAR* pszEnvironment, const XCHAR* pszDll) noexcept override {
-        return Guard([&] { return m_rBelow.AddMonitorDll(pszName, pszEnvironment, pszDll); });
-    }
-    Status DeleteMonitorByName(const XCHAR* pszName, const XCHAR* pszEnvironment) noexcept override {
-        return Guard([&] { return m_rBelow.DeleteMonitorByName(pszName, pszEnvironment); });
-    }
-    Status EnumerateMonitor(DWORD dwIndex, XCHAR* pszName, DWORD& rcName) noexcept override {
-        return Guard([&] { return m_rBelow.EnumerateMonitor(dwIndex, pszName, rcName); });
-    }
-    Status PrinterName(HANDLE hPrinter, XCHAR* pszName, DWORD& rcName) noexcept override {
-        return Guard([&] { return m_rBelow.PrinterName(hPrinter, pszName, rcName); });
-    }
+    Q9_FAULT_GUARD(Status, OpenPrinterHandle, const XCHAR*, DWORD, HANDLE&)
+    Q9_FAULT_CLOSE(Status, ClosePrinterHandle, HANDLE)
+    Q9_FAULT_GUARD(Status, Transceive, HANDLE, const XCHAR*, const BYTE*, DWORD, BYTE*, DWORD, DWORD&, DWORD&)
+    Q9_FAULT_GUARD(Status, AddMonitorDll, const XCHAR*, const XCHAR*, const XCHAR*)
+    Q9_FAULT_GUARD(Status, DeleteMonitorByName, const XCHAR*, const XCHAR*)
+    Q9_FAULT_GUARD(Status, EnumerateMonitor, DWORD, XCHAR*, DWORD&)
+    Q9_FAULT_GUARD(Status, PrinterName, HANDLE, XCHAR*, DWORD&)
     Status EnumeratePortInfo(const XCHAR* pszServer, DWORD dwLevel, void* pInfo, DWORD cbInfo, DWORD& rcbNeeded,
                              DWORD& rcReturned) noexcept override {
         return PassFilling(m_rScript, &rcbNeeded, pInfo, Status::InsufficientBuffer, [&] {

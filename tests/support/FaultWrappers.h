@@ -1,16 +1,23 @@
 /// @file
-/// The fault layer's wrappers of the ports for open files, folders, identity, events, sessions and profiles, and what
-/// all wrappers share.
+/// The fault layer's wrappers of the ports, but for the cabinet library's and the printing ports'.
 #pragma once
 
+#include "platform/CryptoPort.h"
+#include "platform/DesktopPort.h"
 #include "platform/EventPort.h"
+#include "platform/FilePort.h"
 #include "platform/FolderPort.h"
 #include "platform/IdentityPort.h"
 #include "platform/OpenFilePort.h"
+#include "platform/ProcessPort.h"
 #include "platform/ProfilePort.h"
+#include "platform/RegistryPort.h"
 #include "platform/SessionPort.h"
+#include "platform/TextPort.h"
+#include "platform/ThreadPort.h"
 #include "support/FakeIdentityPort.h"
 #include "support/FaultPlatform.h"
+#include "support/PortCalls.h"
 
 namespace vlm::test {
 
@@ -78,72 +85,190 @@ protected:
     FaultScript& m_rScript;
 };
 
+// NOLINTBEGIN(bugprone-macro-parentheses): types and names cannot stand in parentheses
+#define Q9_FAULT(treatment, answer, name, ...) Q9_FAULT_##treatment(answer, name, __VA_ARGS__)
+#define Q9_FAULT_BY(guard, answer, name, ...)                                   \
+    answer name(Q9_PARAMETERS(__VA_ARGS__)) noexcept override {                 \
+        return guard([&] { return m_rBelow.name(Q9_ARGUMENTS(__VA_ARGS__)); }); \
+    }
+#define Q9_FAULT_GUARD(answer, name, ...) Q9_FAULT_BY(Guard, answer, name, __VA_ARGS__)
+#define Q9_FAULT_VALUE(answer, name, ...) Q9_FAULT_BY(GuardValue, answer, name, __VA_ARGS__)
+#define Q9_FAULT_CLOSE(answer, name, ...) Q9_FAULT_BY(GuardClose, answer, name, __VA_ARGS__)
+#define Q9_FAULT_PLAIN(answer, name, ...)                       \
+    answer name(Q9_PARAMETERS(__VA_ARGS__)) noexcept override { \
+        return m_rBelow.name(Q9_ARGUMENTS(__VA_ARGS__));        \
+    }
+#define Q9_FAULT_ALIVE(answer, name, ...)                                  \
+    answer name(Q9_PARAMETERS(__VA_ARGS__)) noexcept override {            \
+        if (!m_rScript.IsDead()) m_rBelow.name(Q9_ARGUMENTS(__VA_ARGS__)); \
+    }
+#define Q9_FAULT_OWN(...)
+// NOLINTEND(bugprone-macro-parentheses)
+
+class FaultFiles final : public Wrapper<FilePort> {
+public:
+    using Wrapper::Wrapper;
+    Q9_FILE_CALLS(Q9_FAULT)
+    Status Read(HANDLE hFile, void* pTarget, DWORD dwBytes, DWORD& rdwRead) noexcept override {
+        rdwRead = 0;
+        switch (m_rScript.Decide()) {
+            case Decision::Fail:
+                return m_rScript.FaultStatus();
+            case Decision::Short:  // somebody else cut the file
+                return m_rBelow.Read(hFile, pTarget, dwBytes / 2, rdwRead);
+            case Decision::Pass:
+                return m_rBelow.Read(hFile, pTarget, dwBytes, rdwRead);
+            default:
+                return DEAD;
+        }
+    }
+    Status Write(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept override {
+        return GuardWrite(rdwWritten, dwBytes,
+                          [&](DWORD dw) { return m_rBelow.Write(hFile, pSource, dw, rdwWritten); });
+    }
+};
+
 class FaultOpenFiles final : public Wrapper<OpenFilePort> {
 public:
     using Wrapper::Wrapper;
-    Status GetFacts(HANDLE hFile, Facts& rFacts) noexcept override {
-        return Guard([&] { return m_rBelow.GetFacts(hFile, rFacts); });
-    }
-    Status SetAttributesOf(HANDLE hFile, DWORD dwAttributes) noexcept override {
-        return Guard([&] { return m_rBelow.SetAttributesOf(hFile, dwAttributes); });
-    }
+    Q9_OPEN_FILE_CALLS(Q9_FAULT)
     Status Append(HANDLE hFile, const void* pSource, DWORD dwBytes, DWORD& rdwWritten) noexcept override {
         return GuardWrite(rdwWritten, dwBytes,
                           [&](DWORD dw) { return m_rBelow.Append(hFile, pSource, dw, rdwWritten); });
-    }
-    Status CreateMappingOf(HANDLE hFile, ULONGLONG ullBytes, bool fWritable, HANDLE& rhMapping) noexcept override {
-        return Guard([&] { return m_rBelow.CreateMappingOf(hFile, ullBytes, fWritable, rhMapping); });
-    }
-    Status MapView(HANDLE hMapping, ULONGLONG ullBytes, void*& rpView) noexcept override {
-        return Guard([&] { return m_rBelow.MapView(hMapping, ullBytes, rpView); });
-    }
-    // Like a close: the view goes in any case.
-    Status UnmapView(void* pView) noexcept override {
-        return GuardClose([&] { return m_rBelow.UnmapView(pView); });
     }
 };
 
 class FaultFolders final : public Wrapper<FolderPort> {
 public:
     using Wrapper::Wrapper;
-    Status OpenFolder(const XCHAR* pszPath, HANDLE& rhFolder) noexcept override {
-        return Guard([&] { return m_rBelow.OpenFolder(pszPath, rhFolder); });
+    Q9_FOLDER_CALLS(Q9_FAULT)
+};
+
+class FaultText final : public Wrapper<TextPort> {
+public:
+    using Wrapper::Wrapper;
+    Q9_TEXT_CALLS(Q9_FAULT)
+    Status WindowText(HWND hwnd, XCHAR* pTarget, std::size_t cCapacity, std::size_t& rcLength) noexcept override {
+        rcLength = 0;
+        return Guard([&] { return m_rBelow.WindowText(hwnd, pTarget, cCapacity, rcLength); });
     }
-    Status NextEntry(HANDLE hFolder, Entry& rEntry) noexcept override {
-        return Guard([&] { return m_rBelow.NextEntry(hFolder, rEntry); });
+};
+
+class FaultDesktop final : public Wrapper<DesktopPort> {
+public:
+    using Wrapper::Wrapper;
+    Q9_FAULT_ALIVE(void, DebuggerOutput, const XCHAR*)
+    Q9_FAULT_PLAIN(bool, IsDebuggerPresent)
+};
+
+class FaultProcess final : public Wrapper<ProcessPort> {
+public:
+    using Wrapper::Wrapper;
+    Q9_FAULT_PLAIN(System, DescribeSystem)
+    Q9_FAULT_VALUE(std::size_t, ModulePath, HINSTANCE, XCHAR*, std::size_t)
+    Q9_FAULT_VALUE(std::size_t, LibraryPath, XCHAR*, std::size_t)
+    Q9_FAULT_GUARD(Status, SystemFolder, XCHAR*, std::size_t)
+    Q9_FAULT_GUARD(Status, LoadResources, const XCHAR*, HINSTANCE&)
+    Q9_FAULT_CLOSE(Status, FreeResources, HINSTANCE)
+    Q9_FAULT_PLAIN(DWORD, CurrentProcessId)
+    Q9_FAULT_VALUE(std::size_t, EnvironmentVariable, const XCHAR*, XCHAR*, std::size_t)
+    Q9_FAULT_VALUE(std::size_t, ComputerName, XCHAR*, std::size_t)
+    Q9_FAULT_VALUE(std::size_t, CommandLine, XCHAR*, std::size_t)
+    Q9_FAULT_VALUE(std::size_t, ProcessIds, DWORD*, std::size_t)
+};
+
+class FaultThreads final : public Wrapper<ThreadPort> {
+public:
+    using Wrapper::Wrapper;
+    DWORD AllocSlot(void (*pfnThreadEnd)(void*)) noexcept override {
+        const Decision eDecision = m_rScript.Decide();
+        const bool fMade = eDecision == Decision::Pass || eDecision == Decision::Short;
+        return fMade ? m_rBelow.AllocSlot(pfnThreadEnd) : OUT_OF_SLOTS;
     }
-    Status CloseFolder(HANDLE hFolder) noexcept override {
-        return GuardClose([&] { return m_rBelow.CloseFolder(hFolder); });
+    Q9_FAULT_PLAIN(Status, FreeSlot, DWORD)
+    Q9_FAULT_PLAIN(void*, GetSlot, DWORD, Status&)
+    Status SetSlot(DWORD dwSlot, void* pValue) noexcept override {
+        // Emptying a slot needs no memory and does not fail; an owner must be able to rely on it.
+        if (pValue == nullptr) return m_rBelow.SetSlot(dwSlot, pValue);
+        return Guard([&] { return m_rBelow.SetSlot(dwSlot, pValue); });
     }
-    Status RemoveFolder(const XCHAR* pszPath) noexcept override {
-        return Guard([&] { return m_rBelow.RemoveFolder(pszPath); });
+    Q9_FAULT_VALUE(void*, LocalAllocate, std::size_t)
+    Q9_FAULT_PLAIN(void, LocalRelease, void*)
+    Q9_FAULT_PLAIN(DWORD, CurrentThreadId)
+    Q9_FAULT_PLAIN(DWORD, LastError)
+    Q9_FAULT_PLAIN(void, LeaveLastError, DWORD)
+};
+
+class FaultRegistry final : public Wrapper<RegistryPort> {
+public:
+    using Wrapper::Wrapper;
+    Q9_REGISTRY_CALLS(Q9_FAULT)
+    Status QueryValue(HKEY hKey, const XCHAR* pszName, DWORD& rdwType, void* pTarget,
+                      DWORD& rcbData) noexcept override {
+        return GuardGrown(pTarget, rcbData,
+                          [&](DWORD& rcb) { return m_rBelow.QueryValue(hKey, pszName, rdwType, pTarget, rcb); });
     }
-    Status CopyTo(const XCHAR* pszFrom, const XCHAR* pszTo, bool fReplace) noexcept override {
-        return Guard([&] { return m_rBelow.CopyTo(pszFrom, pszTo, fReplace); });
+    Status QueryMultipleValues(HKEY hKey, ValueQuery* pQueries, DWORD cQueries, void* pTarget,
+                               DWORD& rcbData) noexcept override {
+        return GuardGrown(pTarget, rcbData, [&](DWORD& rcb) {
+            return m_rBelow.QueryMultipleValues(hKey, pQueries, cQueries, pTarget, rcb);
+        });
     }
-    Status DeleteAtRestart(const XCHAR* pszPath) noexcept override {
-        return Guard([&] { return m_rBelow.DeleteAtRestart(pszPath); });
+    Status EnumerateValue(HKEY hKey, DWORD dwIndex, XCHAR* pszName, DWORD& rcName, DWORD& rdwType, void* pTarget,
+                          DWORD& rcbData) noexcept override {
+        return GuardGrown(pTarget, rcbData, [&](DWORD& rcb) {
+            return m_rBelow.EnumerateValue(hKey, dwIndex, pszName, rcName, rdwType, pTarget, rcb);
+        });
+    }
+
+private:
+    /// A read of data: the short fault is a value that grew after its size was asked for.
+    template <typename Call>
+    Status GuardGrown(const void* pTarget, DWORD& rcbData, Call call) noexcept {
+        switch (m_rScript.Decide()) {
+            case Decision::Fail:
+                return m_rScript.FaultStatus();
+            case Decision::Short:
+                if (pTarget != nullptr) {
+                    rcbData = rcbData * 2 + 1;
+                    return Status::MoreData;
+                }
+                [[fallthrough]];
+            case Decision::Pass:
+                return call(rcbData);
+            default:
+                return DEAD;
+        }
+    }
+};
+
+class FaultCrypto final : public Wrapper<CryptoPort> {
+public:
+    using Wrapper::Wrapper;
+    Q9_CRYPTO_CALLS(Q9_FAULT)
+    /// The short fault: the size that was asked for is too small for the call that follows.
+    Status Encrypt(HANDLE hKey, const void* pSource, DWORD cbSource, void* pTarget,
+                   DWORD& rcbTarget) noexcept override {
+        switch (m_rScript.Decide()) {
+            case Decision::Fail:
+                return m_rScript.FaultStatus();
+            case Decision::Short: {
+                const Status eStatus = m_rBelow.Encrypt(hKey, pSource, cbSource, pTarget, rcbTarget);
+                if (pTarget == nullptr) rcbTarget /= 2;
+                return eStatus;
+            }
+            case Decision::Pass:
+                return m_rBelow.Encrypt(hKey, pSource, cbSource, pTarget, rcbTarget);
+            default:
+                return DEAD;
+        }
     }
 };
 
 class FaultIdentity final : public Wrapper<IdentityPort> {
 public:
     using Wrapper::Wrapper;
-    Status CurrentIdentity(Identity& rIdentity) noexcept override {
-        return Guard([&] { return m_rBelow.CurrentIdentity(rIdentity); });
-    }
-    Status ProcessIdentity(Identity& rIdentity) noexcept override {
-        return Guard([&] { return m_rBelow.ProcessIdentity(rIdentity); });
-    }
-    std::size_t CurrentUserName(XCHAR* pTarget, std::size_t cCapacity) noexcept override {
-        return GuardValue([&] { return m_rBelow.CurrentUserName(pTarget, cCapacity); });
-    }
-    Status SidOfAccount(const XCHAR* pszAccount, XCHAR* pTarget, std::size_t cCapacity) noexcept override {
-        return Guard([&] { return m_rBelow.SidOfAccount(pszAccount, pTarget, cCapacity); });
-    }
-    Status Revert(HANDLE& rhToken) noexcept override {
-        return Guard([&] { return m_rBelow.Revert(rhToken); });
-    }
+    Q9_IDENTITY_CALLS(Q9_FAULT)
     Status Restore(HANDLE hToken) noexcept override {
         if (hToken == nullptr) return m_rBelow.Restore(hToken);
         const Decision eDecision = m_rScript.Decide();
@@ -153,35 +278,13 @@ public:
         if (auto* pFake = dynamic_cast<FakeIdentityPort*>(&m_rBelow)) pFake->DiscardToken(hToken);
         return m_rScript.FaultStatus();
     }
-    Status ImpersonateLoggedOnUser() noexcept override {
-        return Guard([&] { return m_rBelow.ImpersonateLoggedOnUser(); });
-    }
-    Status EndImpersonation() noexcept override {
-        return GuardClose([&] { return m_rBelow.EndImpersonation(); });
-    }
-    void EndProcess(DWORD dwExitCode) noexcept override {
-        if (!m_rScript.IsDead()) m_rBelow.EndProcess(dwExitCode);
-    }
-    Status SetPrivilege(const XCHAR* pszPrivilege, bool fEnable, bool& rfFormer) noexcept override {
-        return Guard([&] { return m_rBelow.SetPrivilege(pszPrivilege, fEnable, rfFormer); });
-    }
 };
 
 class FaultEvents final : public Wrapper<EventPort> {
 public:
     using Wrapper::Wrapper;
-    Status CreateEventAt(const XCHAR* pszName, bool fManualReset, bool fSignalled, HANDLE& rhEvent) noexcept override {
-        return Guard([&] { return m_rBelow.CreateEventAt(pszName, fManualReset, fSignalled, rhEvent); });
-    }
-    Status OpenEventAt(const XCHAR* pszName, HANDLE& rhEvent) noexcept override {
-        return Guard([&] { return m_rBelow.OpenEventAt(pszName, rhEvent); });
-    }
-    Status SetEventState(HANDLE hEvent, bool fSignalled) noexcept override {
-        return Guard([&] { return m_rBelow.SetEventState(hEvent, fSignalled); });
-    }
-    Status CreateMutexAt(const XCHAR* pszName, HANDLE& rhMutex) noexcept override {
-        return Guard([&] { return m_rBelow.CreateMutexAt(pszName, rhMutex); });
-    }
+    using ThreadBody = unsigned (*)(void*);
+    Q9_EVENT_CALLS(Q9_FAULT)
     Status ReleaseMutexOf(HANDLE hMutex) noexcept override {
         return m_rScript.IsDead() ? DEAD : m_rBelow.ReleaseMutexOf(hMutex);
     }
@@ -199,24 +302,12 @@ public:
                 return DEAD;
         }
     }
-    Status CloseObject(HANDLE hObject) noexcept override {
-        return GuardClose([&] { return m_rBelow.CloseObject(hObject); });
-    }
-    Status StartThread(unsigned (*pfnBody)(void*), void* pArgument, HANDLE& rhThread) noexcept override {
-        return Guard([&] { return m_rBelow.StartThread(pfnBody, pArgument, rhThread); });
-    }
 };
 
 class FaultSessions final : public Wrapper<SessionPort> {
 public:
     using Wrapper::Wrapper;
-    int ShowBox(HWND hwndOwner, const XCHAR* pszText, const XCHAR* pszCaption, DWORD dwStyle) noexcept override {
-        return GuardValue([&] { return m_rBelow.ShowBox(hwndOwner, pszText, pszCaption, dwStyle); });
-    }
-    bool IsDesktopVisible() noexcept override { return m_rBelow.IsDesktopVisible(); }
-    void Beep(DWORD dwKind) noexcept override {
-        if (!m_rScript.IsDead()) m_rBelow.Beep(dwKind);
-    }
+    Q9_SESSION_CALLS(Q9_FAULT)
     Status EnumerateSessions(Session* pSessions, DWORD& rcSessions) noexcept override {
         const DWORD cRoom = rcSessions;
         rcSessions = 0;
@@ -225,26 +316,6 @@ public:
             return m_rBelow.EnumerateSessions(pSessions, rcSessions);
         });
     }
-    Status ShowBoxInSession(DWORD dwSession, const XCHAR* pszText, const XCHAR* pszCaption, DWORD dwStyle,
-                            int& riAnswer) noexcept override {
-        return Guard([&] { return m_rBelow.ShowBoxInSession(dwSession, pszText, pszCaption, dwStyle, riAnswer); });
-    }
-    HWND FindWindowOfClass(const XCHAR* pszClass) noexcept override {
-        return GuardValue([&] { return m_rBelow.FindWindowOfClass(pszClass); });
-    }
-    UINT RegisterMessage(const XCHAR* pszName) noexcept override {
-        return GuardValue([&] { return m_rBelow.RegisterMessage(pszName); });
-    }
-    Status PostToWindow(HWND hwnd, UINT uMessage, WORD wAtom) noexcept override {
-        return Guard([&] { return m_rBelow.PostToWindow(hwnd, uMessage, wAtom); });
-    }
-    Status SendToWindow(HWND hwnd, UINT uMessage, WORD wAtom, DWORD dwMilliseconds) noexcept override {
-        return Guard([&] { return m_rBelow.SendToWindow(hwnd, uMessage, wAtom, dwMilliseconds); });
-    }
-    WORD AddGlobalAtom(const XCHAR* pszText) noexcept override {
-        return GuardValue([&] { return m_rBelow.AddGlobalAtom(pszText); });
-    }
-    void DeleteGlobalAtom(WORD wAtom) noexcept override { m_rBelow.DeleteGlobalAtom(wAtom); }
 };
 
 /// A read that fails finds no file.
@@ -265,21 +336,10 @@ public:
     DWORD GetSectionNames(XCHAR* pszBuffer, DWORD cUnits, const XCHAR* pszFile) noexcept override {
         return m_rBelow.GetSectionNames(pszBuffer, cUnits, Passes() ? pszFile : NOWHERE);
     }
-    Status GetStruct(const XCHAR* pszSection, const XCHAR* pszKey, void* pBuffer, DWORD cbBuffer,
-                     const XCHAR* pszFile) noexcept override {
-        return Guard([&] { return m_rBelow.GetStruct(pszSection, pszKey, pBuffer, cbBuffer, pszFile); });
-    }
-    Status WriteString(const XCHAR* pszSection, const XCHAR* pszKey, const XCHAR* pszValue,
-                       const XCHAR* pszFile) noexcept override {
-        return Guard([&] { return m_rBelow.WriteString(pszSection, pszKey, pszValue, pszFile); });
-    }
-    Status WriteSection(const XCHAR* pszSection, const XCHAR* pszList, const XCHAR* pszFile) noexcept override {
-        return Guard([&] { return m_rBelow.WriteSection(pszSection, pszList, pszFile); });
-    }
-    Status WriteStruct(const XCHAR* pszSection, const XCHAR* pszKey, const void* pData, DWORD cbData,
-                       const XCHAR* pszFile) noexcept override {
-        return Guard([&] { return m_rBelow.WriteStruct(pszSection, pszKey, pData, cbData, pszFile); });
-    }
+    Q9_FAULT_GUARD(Status, GetStruct, const XCHAR*, const XCHAR*, void*, DWORD, const XCHAR*)
+    Q9_FAULT_GUARD(Status, WriteString, const XCHAR*, const XCHAR*, const XCHAR*, const XCHAR*)
+    Q9_FAULT_GUARD(Status, WriteSection, const XCHAR*, const XCHAR*, const XCHAR*)
+    Q9_FAULT_GUARD(Status, WriteStruct, const XCHAR*, const XCHAR*, const void*, DWORD, const XCHAR*)
 
 private:
     static constexpr const XCHAR* NOWHERE = VTEXT("C:\\no such folder\\no such file.ini");
