@@ -84,7 +84,7 @@ XStringView View(const XCHAR* pszText) noexcept {
 class Narrow {
 public:
     explicit Narrow(const XCHAR* pszText) : m_fText(pszText != nullptr) {
-        if (m_fText) m_strText = TextCodec::Utf16ToUtf8(pszText);
+        if (pszText) m_strText = TextCodec::Utf16ToUtf8(pszText);
     }
     const char* Get() const noexcept { return m_fText ? m_strText.c_str() : nullptr; }
 

@@ -12,7 +12,8 @@ namespace {
 
 using std::string_view;
 
-constexpr string_view LINE_END = "\r\n", BYTE_ORDER_MARK = "\xEF\xBB\xBF", PLACE = "%s", NO_PART_HAS("\r\n\0", 3);
+constexpr string_view LINE_END = "\r\n", BYTE_ORDER_MARK = "\xEF\xBB\xBF", PLACE = "%s", TERMINATOR("\0", 1),
+                      NO_PART_HAS("\r\n\0", 3);
 
 constexpr bool IsLineEnd(char ch) noexcept {
     return ch == '\r' || ch == '\n';
@@ -122,13 +123,13 @@ void NameList::Put(string_view svBytes) noexcept {
 void NameList::Add(string_view svName) noexcept {
     if (svName.empty()) return;
     Put(svName);
-    Put(string_view("", 1));
+    Put(TERMINATOR);
 }
 
 std::size_t NameList::Finish() noexcept {
     const std::size_t cList = m_cNeeded;
-    Put(string_view("", 1));
-    if (cList == 0) Put(string_view("", 1));
+    Put(TERMINATOR);
+    if (cList == 0) Put(TERMINATOR);
     if (!m_pszBuffer || cList < m_cb) return m_pszBuffer ? cList : 0;
     const std::size_t cZeros = std::min<std::size_t>(m_cb, 2);
     std::fill_n(m_pszBuffer + m_cb - cZeros, cZeros, '\0');
