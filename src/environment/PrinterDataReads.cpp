@@ -191,6 +191,7 @@ void Printer::ClearPrinterData() noexcept {
 }
 
 bool Printer::TestWritePermissionToPrinterDataFolder(HANDLE hPrinter) noexcept {
+    if (IsRemotePrinterConnection(hPrinter)) return false;  // the server's
     const XCHAR* const pszProbe = VTEXT("VlmWriteTest");
     const BYTE abyNothing[4] = {};
     const DWORD dwStatus = SetPrinterDataExMandatoryWrapper(hPrinter, PRINTER_DRIVER_DATA, pszProbe, 3, abyNothing, 4);

@@ -42,6 +42,9 @@ class CabinetUnpacker;
 /// **Transient mode**.  Without a printer handle nothing is read from or written to a printer: DATA is the transient
 /// path (SetTransientPath), and the records are cached under "Transient" once UpdateRegistryMappings has read them.
 ///
+/// **Connections** to a print server's queue: the printer's data is the server's, so that nothing is written to it;
+/// what is read here is cached for the process.
+///
 /// **Trust**.  What comes from printer data, the registry or a map file becomes part of a path only as a name that
 /// leads downwards (CabinetArchive::IsSafeName).  Clean-up deletes what it listed in the family's own folders and keys,
 /// and follows no link.
@@ -210,6 +213,7 @@ public:
     /// Forgets all records of the process.
     static void ClearCachedMapData() noexcept;
     /// Writes "xColor", "XPCL6LangLevelLow", "XPCL6LangLevelHigh", "xUPDCurrentModel" and "xCurrentProdUID".
+    /// @return whether all of them were written; false in transient mode and for a connection.
     bool UpdateRegistryWithProductDataValues();
 
     // ---- PDL commands: of the file that PSCOUT names ----

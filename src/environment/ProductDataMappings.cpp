@@ -219,7 +219,7 @@ bool ProductData::WriteMappings(const std::vector<MappingData>& rproductMappings
                      "other severe failure, and we should investigate immediately.  One known cause is a product CAB "
                      "without a map file."));
     if (rproductMappings.empty()) return false;
-    if (m_bTransient) return true;
+    if (m_bTransient || !m_bPrinterLocal) return true;  // the data of a connection is the print server's
     const HANDLE hPrinter = GetAssociatedPrinterHandle();
     DWORD dwHash = 0;
     for (const MappingData& rRecord : rproductMappings)
@@ -243,7 +243,7 @@ bool ProductData::WriteMappings(const std::vector<MappingData>& rproductMappings
 }
 
 bool ProductData::UpdateRegistryWithProductDataValues() {
-    if (!RequireValidated() || m_bTransient) return false;
+    if (!RequireValidated() || m_bTransient || !m_bPrinterLocal) return false;
     const std::pair<const XCHAR*, CXString> aoValues[] = {
         {VTEXT("xColor"), m_oMappingData.GetData(VTEXT("COLORCAPABLE"))},
         {VTEXT("XPCL6LangLevelLow"), m_oMappingData.GetData(VTEXT("PCL6LANGLEVELLOW"))},

@@ -248,7 +248,9 @@ TEST_F(PrinterDataTest, TheSpoolersOwnNamesLandInTheClass) {
     EXPECT_THAT(vcsKeys, testing::Contains(CXString(VTEXT("Key"))));
     EXPECT_EQ(Printer::EnumPrinterKeyW(Handle(), VTEXT("None"), vcsKeys), 2u);
     EXPECT_TRUE(m_oPrinter.TestWritePermissionToPrinterDataFolder());
+    m_oSink.Clear();
     EXPECT_FALSE(oFar.TestWritePermissionToPrinterDataFolder());
+    EXPECT_EQ(Reported("CODING ERROR"), 0u);
 }
 
 }  // namespace

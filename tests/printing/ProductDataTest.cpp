@@ -338,6 +338,10 @@ TEST_F(UnpackedProductTest, DataFilesTravelToAndFromAServer) {
     oFake.files.AddFile(Path(csPublic, "b.xml").View(), BytesOf("to server"));
     EXPECT_TRUE(oProduct.PushDCPContentToPrintServer());
     EXPECT_EQ(Contents(Path(csServer, "b.xml")), "to server");
+    // The printer's data is the server's.
+    EXPECT_TRUE(oProduct.UpdateRegistryMappings(ROOT, ProductData::OUTERMOST));
+    EXPECT_FALSE(oProduct.UpdateRegistryWithProductDataValues());
+    EXPECT_EQ(oSink.Count("CODING ERROR"), 0u);
 }
 
 TEST_F(ProductDataTest, SourcePathsAreFullAndForTheUniversalDrivers) {
