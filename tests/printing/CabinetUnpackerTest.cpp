@@ -4,12 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
 #include "environment/detail/product/FolderTree.h"
-#include "platform/ProcessPort.h"
 #include "printing/ProductCabinets.h"
 #include "support/FakePlatform.h"
 #include "support/FaultLoop.h"
@@ -162,46 +157,6 @@ TEST_F(CabinetUnpackerTest, TreesAreDeletedWithoutFollowingLinks) {
         {"C:\\a\\..\\b", false}, {"C:\\a\\\\b", false}, {"C:\\a\\b:c", false}, {"//x", false}, {"", false}};
     for (const auto& [path, plain] : aRows)
         EXPECT_EQ(folders::IsPlainLocalPath(path), plain) << path;
-}
-
-// The same on a real disk, with the system's own links.
-TEST(CabinetUnpackerDiskTest, MembersStayBelowTheirFolder) {
-    namespace fs = std::filesystem;
-    const fs::path oFolder =
-        fs::temp_directory_path() / ("q9-unpack-" + std::to_string(GetPlatform().pProcess->CurrentProcessId()));
-    fs::remove_all(oFolder);
-    fs::create_directories(oFolder / "Data" / "F");
-    fs::create_directory(oFolder / "victim");
-    const auto Text = [](const fs::path& rPath) { return CXString(rPath.string<XCHAR>().c_str()); };
-    const auto Put = [](const fs::path& rPath, std::string_view text) {
-        std::ofstream(rPath, std::ios::binary).write(text.data(), static_cast<std::streamsize>(text.size()));
-    };
-    const auto Contents = [](const fs::path& rPath) {
-        std::ifstream oFile(rPath, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(oFile), {});
-    };
-    const auto UnpackIt = [&] {
-        CabinetUnpacker oUnpacker(Text(oFolder / "Data"));
-        oUnpacker.Extract(Text(oFolder / "p.cab"));
-        oUnpacker.MoveIn();
-    };
-    Put(oFolder / "Data" / "F" / "a", "old");
-    Put(oFolder / "p.cab", StoredCabText({{"F\\a", "new"}, {"F\\V\\b", "b"}, {"link\\c", "c"}}));
-    UnpackIt();
-    EXPECT_EQ(Contents(oFolder / "Data" / "F" / "a") + Contents(oFolder / "Data" / "F" / "V" / "b"), "newb");
-    EXPECT_FALSE(fs::exists(oFolder / "Data.new"));
-    fs::remove_all(oFolder / "Data" / "link");
-    std::error_code oError;
-    fs::create_directory_symlink(oFolder / "victim", oFolder / "Data" / "link", oError);
-    if (!oError) {  // not every system lets users make links
-        EXPECT_THROW(UnpackIt(), ExceptionFile);
-        EXPECT_TRUE(fs::is_empty(oFolder / "victim"));
-        Put(oFolder / "victim" / "kept", "kept");
-        EXPECT_EQ(folders::DeleteTree(Text(oFolder / "Data")), Status::Success);
-        EXPECT_FALSE(fs::exists(oFolder / "Data"));
-        EXPECT_EQ(Contents(oFolder / "victim" / "kept"), "kept");
-    }
-    fs::remove_all(oFolder);
 }
 
 }  // namespace
