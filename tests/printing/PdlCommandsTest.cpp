@@ -99,24 +99,12 @@ TEST(PdlCommandsTest, InstructionsExpandToTheBytesOfTheirLanguage) {
         {"&eSimplexFrontSide;&SimplexPageMode;", "C000F834", "1B266C3053"},
         {"&PhysicalAreaXY;&CustomMediaSize;&eMillimeter;&CustomMediaSizeUnits;", "D15802FDFFF82FC001F830", nullptr},
         {"&OriginXY;&PageOrigin;&SetPageOrigin;", "D35802FDFFF82A75", nullptr},
-        {"&OriginXY;", "D35802FDFF",
-         "1B2A7036303078"
-         "2D3359"},
+        {"&OriginXY;", "D35802FDFF", "1B2A70363030782D3359"},
         {"&eDisable;&SetAdaptiveHalftoning;&SetColorTrapping;&SetColorTreatment;&SetHalftonMethod;&SetNeutralAxis;",
          "C0009492586D7E", nullptr},
-        {"&value1;&value2;&value3;&value4;&value9;", "C15802C3FDFFC270110100C005C000",
-         "3630302D33373030303035"
-         "30"},
+        {"&value1;&value2;&value3;&value4;&value9;", "C15802C3FDFFC270110100C005C000", "3630302D3337303030303530"},
         // what has no name, or no ";" behind it, is no entity
-        {"\x1b&l26A & &; &a b;",
-         "1B266C3236412026"
-         "20263B"
-         "2026612062"
-         "3B",
-         "1B266C3236412026"
-         "20263B"
-         "2026612062"
-         "3B"},
+        {"\x1b&l26A & &; &a b;", "1B266C323641202620263B20266120623B", "1B266C323641202620263B20266120623B"},
         {"&nobody;", nullptr, nullptr},
         {"&valueA;", nullptr, nullptr},
         {"&#256;", nullptr, nullptr},

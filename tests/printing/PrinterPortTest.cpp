@@ -208,6 +208,8 @@ TEST_F(PrinterPortTest, AConfigurationIsCheckedBeforeItIsHeld) {
         {"refused", {}, Status::AccessDenied, 5},
         {"larger than the room", std::vector<BYTE>(965), Status::InsufficientBuffer, 122},
     };
+    std::vector<BYTE> vbyQuestion(132);
+    vbyQuestion[128] = 1;
     for (const auto& rRow : aoRows) {
         for (const char* pszServer : {"", "\\\\SERVER"}) {
             TCPMonPort oPort;
@@ -220,8 +222,6 @@ TEST_F(PrinterPortTest, AConfigurationIsCheckedBeforeItIsHeld) {
             EXPECT_EQ(oPort.GetPortAddress(), rRow.dwLastError == 0 ? VTEXT("host") : VTEXT("")) << rRow.pszWhat;
             EXPECT_EQ(m_oSink.Count("TCPMonPort::OpenPort"), rRow.dwLastError == 0 ? 0u : 1u);
             EXPECT_EQ(m_oSink.Count("Unhandled Port Type in OpenPort for Port: P"), rRow.dwLastError == 50 ? 1u : 0u);
-            std::vector<BYTE> vbyQuestion(132);
-            vbyQuestion[128] = 1;
             EXPECT_THAT(m_vInputs, testing::ElementsAre(vbyQuestion));
         }
     }

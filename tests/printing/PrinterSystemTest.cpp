@@ -20,20 +20,20 @@ protected:
         const Platform& rSystem = GetSystemPlatform();
         m_csName = CXString::FormatString(VTEXT("q9 queue %u-%lld"), rSystem.pProcess->CurrentProcessId(),
                                           rSystem.pClock->PerformanceCounter());
-        Put(Driver(), VTEXT("Driver"), VTEXT("pdrv.dll"));
-        Put(Driver(), VTEXT("Data File"), VTEXT("pmodel.gpd"));
-        Put(Driver(), VTEXT("Configuration File"), VTEXT("pui.dll"));
+        Put(Driver(), "Driver", "unidrv.dll");
+        Put(Driver(), "Data File", "pmodel.gpd");
+        Put(Driver(), "Configuration File", "unidrvui.dll");
         Key(Driver())->SetLongValue(VTEXT("Version"), 3);
         for (const bool fFar : {false, true}) {
-            Put(Queue(fFar), VTEXT("Name"), Name(fFar));
-            Put(Queue(fFar), VTEXT("Port"), VTEXT("LPT1:"));
-            Put(Queue(fFar), VTEXT("Printer Driver"), m_csName);
-            Put(Queue(fFar), VTEXT("Print Processor"), VTEXT("winprint"));
-            Put(Queue(fFar), VTEXT("Datatype"), VTEXT("RAW"));
+            Put(Queue(fFar), "Name", Name(fFar));
+            Put(Queue(fFar), "Port", "LPT1:");
+            Put(Queue(fFar), "Printer Driver", m_csName);
+            Put(Queue(fFar), "Print Processor", "winprint");
+            Put(Queue(fFar), "Datatype", "RAW");
             Key(Queue(fFar))->SetLongValue(VTEXT("Attributes"), fFar ? 0x10 : 0x40);
         }
-        Put(Queue(false) + VTEXT("\\PrinterDriverData"), VTEXT("xProdUID"), VTEXT("UID"));
-        Put(Queue(false) + VTEXT("\\PrinterDriverData"), VTEXT("xModelId"), VTEXT("17"));
+        Put(Queue(false) + VTEXT("\\PrinterDriverData"), "xProdUID", "UID");
+        Put(Queue(false) + VTEXT("\\PrinterDriverData"), "xModelId", "17");
     }
     ~PrinterSystemTest() override {
         RegistryKey oPrint(HIVE, RegistryKey::DIRECT, RegistryKey::OWN_TREE);
@@ -49,8 +49,8 @@ protected:
         return RegistryKey::CreateRegistryKey(HIVE, CXString(PRINT) + VTEXT("\\") + kcsPath, RegistryKey::FULL_ACCESS,
                                               RegistryKey::DIRECT);
     }
-    static void Put(const CXString& kcsPath, const XCHAR* pszName, const CXString& kcsValue) {
-        Key(kcsPath)->SetStringValue(pszName, kcsValue);
+    static void Put(const CXString& kcsPath, const CXString& kcsName, const CXString& kcsValue) {
+        Key(kcsPath)->SetStringValue(kcsName, kcsValue);
     }
 
     static constexpr _HKEYREGISTRY_ HIVE = HKeyRegistry::Hkey_Local_Machine;
@@ -111,8 +111,6 @@ TEST_F(PrinterSystemTest, AConnectionsDataIsNotWritten) {
 
 TEST_F(PrinterSystemTest, ItsDriverIsToldAndItsStateStored) {
     using Base = PrintDriver::BaseDriverType;
-    Put(Driver(), VTEXT("Driver"), VTEXT("unidrv.dll"));
-    Put(Driver(), VTEXT("Configuration File"), VTEXT("unidrvui.dll"));
     PrintDriver oDriver;
     EXPECT_EQ(oDriver.GetDriverName(m_csName), m_csName);
     for (const DWORD dwLevel : {1u, 2u, 3u, 4u, 5u, 6u, 8u})
