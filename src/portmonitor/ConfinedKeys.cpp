@@ -20,7 +20,7 @@ constexpr int CREATE_ATTEMPTS = 3;
 /// The component at the front of `rPath`, which loses it and the backslash behind it.
 CXString TakeComponent(XStringView& rPath) {
     const std::size_t cUnits = std::min(rPath.find(VTEXT('\\')), rPath.size());
-    const CXString csComponent(rPath.substr(0, cUnits));
+    CXString csComponent(rPath.substr(0, cUnits));
     rPath.remove_prefix(std::min(cUnits + 1, rPath.size()));
     return csComponent;
 }

@@ -46,7 +46,7 @@ private:
 constinit InProcessMonitor goMonitor;
 
 /// Done when the program or library starts; nobody opens a channel before, and nothing depends on the order.
-[[maybe_unused]] const bool gfInstalled = [] {
+[[maybe_unused]] const bool gfInstalled = []() noexcept {
     ExchangeEmbeddedMonitor(&goMonitor);
     return true;
 }();
