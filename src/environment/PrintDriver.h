@@ -175,7 +175,7 @@ public:
 
     /// Lists the installed drivers as an array of `DRIVER_INFO_<level>`, checked as GetDriverInfo checks.
     /// @param rbbDrivers replaced; empty after a failure.  @param pdwNumDrivers receives the count; may be null.
-    /// @param pszEnvironment null: this system's own; "all": every one.  @return false when the spooler refuses.
+    /// @param pszEnvironment null: this system's own; "all": every one.  @return false: refused; see the last error.
     static bool EnumeratePrinterDrivers(DWORD dwLevel, ByteBuffer& rbbDrivers, DWORD* pdwNumDrivers,
                                         const XCHAR* pszEnvironment);
     /// Is a driver of the previous generation installed?

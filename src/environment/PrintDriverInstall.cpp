@@ -9,6 +9,7 @@
 #include "environment/User.h"
 #include "platform/PrinterDriverPort.h"
 #include "platform/ProcessPort.h"
+#include "platform/ThreadPort.h"
 
 namespace {
 
@@ -174,6 +175,7 @@ bool PrintDriver::EnumeratePrinterDrivers(DWORD dwLevel, ByteBuffer& rbbDrivers,
     const Status status = vlm::ReadSpoolerList(vlm::BlockKind::Driver, dwLevel, bbDrivers, cDrivers, Call);
     rbbDrivers.swap(bbDrivers);
     if (pdwNumDrivers) *pdwNumDrivers = cDrivers;
+    if (status != Status::Success) vlm::GetPlatform().pThreads->LeaveLastError(vlm::ToDword(status));
     return status == Status::Success;
 }
 

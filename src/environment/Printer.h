@@ -293,7 +293,7 @@ public:
 
     /// The queues of this machine, and with connections those of the user, as PRINTER_INFO_n structures whose texts lie
     /// in the same buffer.  Keep the buffer as it is while they are used.
-    /// @param dwFlags as EnumPrinters takes them.
+    /// @param dwFlags as EnumPrinters takes them.  @return false when refused; the thread's last error tells why.
     static bool EnumeratePrinters(DWORD dwFlags, DWORD dwLevel, ByteBuffer& rbbPrinters, DWORD& rcPrinters) noexcept;
     static bool EnumeratePrintersForIPP(std::vector<CXString>& rvcsNames) noexcept;
     static bool EnumLocalPrinters(std::vector<CXString>& rvcsNames) noexcept;

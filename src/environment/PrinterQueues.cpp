@@ -4,6 +4,7 @@
 
 #include "environment/PrinterChangeImpl.h"
 #include "environment/PrinterPortsImpl.h"
+#include "platform/ThreadPort.h"
 
 using vlm::PrinterInfo2;
 using vlm::PrinterInfo5;
@@ -46,6 +47,7 @@ bool Printer::EnumeratePrinters(DWORD dwFlags, DWORD dwLevel, ByteBuffer& rbbPri
         if (eStatus == Status::Success) return true;
         VLM_REPORT_ERROR(vlm::PRINTER_CATEGORIES, VTEXT("EnumPrinters(0x%lx, %lu) failed. %s"), dwFlags, dwLevel,
                          TextOfStatus(eStatus));
+        vlm::GetPlatform().pThreads->LeaveLastError(vlm::ToDword(eStatus));
         return false;
     });
 }

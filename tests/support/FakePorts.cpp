@@ -111,10 +111,6 @@ void FakeProcessPort::SetModulePath(HINSTANCE hModule, XStringView svPath) {
     m_mapModules[hModule] = svPath;
 }
 
-void FakeProcessPort::SetLibraryPath(XStringView svPath) {
-    m_libraryPath = svPath;
-}
-
 void FakeProcessPort::SetSystemFolder(XStringView svPath) {
     m_systemFolder = svPath;
 }

@@ -55,8 +55,7 @@ class FakeProcessPort final : public ProcessPort {
 public:
     /// @param hModule null: the executable ("C:\\Program Files\\Test\\test.exe" at the beginning).
     void SetModulePath(HINSTANCE hModule, XStringView svPath);
-    /// At the beginning "C:\\Driver\\q9util073.dll" and "C:\\Windows\\System32"; an empty folder: there is none.
-    void SetLibraryPath(XStringView svPath);
+    /// At the beginning "C:\\Windows\\System32"; an empty folder: there is none.
     void SetSystemFolder(XStringView svPath);
     /// A module that LoadResources finds; its strings are the text port's (AddString).
     void AddResources(XStringView svPath, HINSTANCE hModule);

@@ -26,6 +26,11 @@ class DriverTest(harness.ToolTest):
         error = self.driver("show", "none", "--json", expect=REFUSED).document["error"]
         self.assertEqual(error["class"], "ExceptionPrintDriverFailure")
 
+    def test_a_spooler_that_refuses_is_told_with_its_reason(self):
+        store = ("--store", self.file("none", b"x" * 5000))
+        for words in (("driver", "show"), ("queue", "list"), ("port", "list"), ("reg", "list", "5", "")):
+            self.assertIn("1009", self.run_tool(*words, *store, expect=REFUSED).remarks, words)
+
     def test_the_sample_queues_drivers_are_shown(self):
         self.run_tool("queue", "sample", *self.store)
         drivers = {driver["name"] for driver in self.driver("show", "--json").document["drivers"]}

@@ -7,7 +7,9 @@
 #include "Output.h"
 #include "Text.h"
 #include "environment/PrintDriver.h"
+#include "platform/Platform.h"
 #include "platform/SpoolerBlocks.h"
+#include "platform/ThreadPort.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
 #include "utilities/utilitiesdll/SimpleFile.h"
 
@@ -68,7 +70,7 @@ int ShowAll(Output& rOutput) {
     ByteBuffer bbDrivers;
     DWORD cDrivers = 0;
     if (!PrintDriver::EnumeratePrinterDrivers(2, bbDrivers, &cDrivers, nullptr))
-        RefusePrinter("the drivers cannot be listed", Status::GeneralFailure);
+        RefusePrinter("the drivers cannot be listed", static_cast<Status>(GetPlatform().pThreads->LastError()));
     std::vector<std::vector<std::string>> vRows = {{"driver", "version", "environment", "data file"}};
     Json oDrivers = Json::array();
     for (DWORD i = 0; i < cDrivers; ++i) {

@@ -12,6 +12,7 @@
 #include "environment/SampleQueues.h"
 #include "platform/Platform.h"
 #include "platform/PrintQueuePort.h"
+#include "platform/ThreadPort.h"
 
 namespace vlm::tool {
 
@@ -45,7 +46,7 @@ int List(Output& rOutput) {
     ByteBuffer bbQueues;
     if (!Printer::EnumeratePrinters(PrintQueuePort::LIST_LOCAL | PrintQueuePort::LIST_CONNECTIONS, 2, bbQueues,
                                     cQueues)) {
-        RefusePrinter("the queues cannot be listed", Status::GeneralFailure);
+        RefusePrinter("the queues cannot be listed", static_cast<Status>(GetPlatform().pThreads->LastError()));
     }
     const PrinterInfo2* const pInfos = reinterpret_cast<const PrinterInfo2*>(bbQueues.data());
     const std::string strDefault = DefaultQueue();

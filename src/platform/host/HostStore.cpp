@@ -128,6 +128,7 @@ std::string DefaultPath() {
         folder = pszData;
     } else {
         const char* pszHome = std::getenv("HOME");
+        if (pszHome && *pszHome != '/') pszHome = nullptr;  // an empty one would be the root
         const passwd* pEntry = pszHome ? nullptr : getpwuid(getuid());
         if (pszHome == nullptr && pEntry == nullptr) throw StoreFailure{Status::PathNotFound};
         folder = pszHome ? pszHome : pEntry->pw_dir;
