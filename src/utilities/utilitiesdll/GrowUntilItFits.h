@@ -20,8 +20,7 @@ inline constexpr int GROW_ATTEMPTS = 5;
 /// @param cbLimit the most bytes that are made room for, whatever the call claims; beyond it the answer is
 ///        InsufficientBuffer.
 /// @param rbbTarget its size is the room of the first call; holds exactly what was read after Success, nothing after
-/// any
-///        other status.
+///        any other status.
 /// @return the last call's status; still MoreData or InsufficientBuffer after GROW_ATTEMPTS calls that did not fit.
 /// @throws ExceptionOutOfMemory.
 template <class Call>

@@ -26,9 +26,8 @@ public:
 
     /// The first match at or after `iStart`.
     /// @param dwSize bytes in `pbyData`; beyond 2^31 - 1 only those that an offset can name are searched.
-    /// @return its offset from the beginning of the data; -1 when there is none, when `iStart` is negative or beyond
-    /// the
-    ///         data, and (with a debug message) for a pattern of length 0.
+    /// @return its offset from the beginning of the data; -1 when there is none, for an `iStart` outside the data, and
+    ///         (with a debug message) for a pattern of length 0.
     int Search(const BYTE* pbyData, DWORD dwSize, int iStart) const noexcept;
     int Search(const ByteBuffer& kbbData, int iStart) const noexcept;
 
