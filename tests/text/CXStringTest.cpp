@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bitset>
 #include <random>
 #include <string>
 #include <unordered_set>
@@ -171,10 +172,7 @@ TEST(CXString, SearchComparisonAndCaseAgreeWithThePlainForm) {
 /// Every pattern of up to eight letters in every text of twelve, of two letters.
 TEST(CXString, TheLinearSearchAgreesWithThePlainForm) {
     const auto spell = [](unsigned uBits, std::size_t cUnits) {
-        Text strText(cUnits, 'a');
-        for (std::size_t u = 0; u < cUnits; ++u)
-            strText[u] = static_cast<XCHAR>(strText[u] + (uBits >> u & 1));
-        return strText;
+        return std::bitset<12>(uBits).to_string<XCHAR>().substr(12 - cUnits);
     };
     const auto same = [](XCHAR ch) { return ch; };
     for (std::size_t cPart = 1; cPart <= 8; ++cPart) {
