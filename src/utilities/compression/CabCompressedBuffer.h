@@ -20,8 +20,7 @@ public:
     /// An empty buffer.
     /// @param eFormat the class always uses CF_MS_CABINET; anything else is a failed assertion.
     /// @param lLevel 1 to 9, -1 for the compressor's default.  Others count as the default, but are stored in the
-    /// footer as
-    ///        given.  The system's own library has no levels.
+    ///        footer as given.  The system's own library has no levels.
     explicit CabCompressedBuffer(CompressionFormatEnum eFormat = CF_MS_CABINET,
                                  LONG lLevel = DEFAULT_COMPRESSION_LEVEL);
     CabCompressedBuffer(const CabCompressedBuffer& rOther);
@@ -42,8 +41,7 @@ public:
 
     /// Replaces a state by its original data, so that callers accept compressed and plain data in the same place.
     /// @return false, with `rbbData` as it was, when the data is no state, cannot be restored, or yields another size
-    /// than
-    ///         its footer says.
+    ///         than its footer says.
     static bool TryToUncompressStateData(ByteBuffer& rbbData) noexcept;
 
     /// Appends the cabinet image of the data to `rbbOut`.  0 bytes are allowed and give an image with an empty member.

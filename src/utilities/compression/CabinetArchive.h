@@ -33,8 +33,7 @@ public:
 
     /// @param bbCabinet the whole file; move it in to avoid a copy.
     /// @throws ExceptionCompression when the file is no cabinet, is damaged, or is of a kind that is not read; names
-    /// the
-    ///         defect and its offset.  ExceptionOutOfMemory.
+    ///         the defect and its offset.  ExceptionOutOfMemory.
     explicit CabinetArchive(ByteBuffer bbCabinet);
 
     const std::vector<Member>& GetMembers() const noexcept { return m_voMembers; }

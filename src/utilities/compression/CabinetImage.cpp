@@ -1,16 +1,18 @@
 /// @file
 /// The check that every cabinet image passes before a cabinet library sees it.
 ///
-/// | offset | size | CFHEADER            | offset | size | CFFOLDER           | offset | size | CFFILE          |
-/// |--------|------|---------------------|--------|------|--------------------|--------|------|-----------------|
-/// | 0      | 4    | "MSCF"              | 0      | 4    | first block's place | 0     | 4    | original size   |
-/// | 8      | 4    | size of the image   | 4      | 2    | number of blocks   | 4      | 4    | offset in folder |
-/// | 16     | 4    | first CFFILE's place | 6     | 2    | compression type   | 8      | 2    | folder          |
-/// | 24     | 2    | version, minor first |       |      | reserve area       | 10     | 6    | date, time, attributes
-/// | | 26     | 6    | folders, files, flags |      |      |                    | 16     | 1+n  | name, 0         | |
-/// 32     | 4    | set, number in set  |        |      |                    |        |      |                 | | 36 |
-/// 4    | sizes of the reserve areas, when flag 4 is set: header 2, folder 1, block 1         |||
+/// | offset | size | CFHEADER                                                                    |
+/// |--------|------|-----------------------------------------------------------------------------|
+/// | 0      | 4    | "MSCF"                                                                      |
+/// | 8      | 4    | size of the image                                                           |
+/// | 16     | 4    | place of the first CFFILE                                                   |
+/// | 24     | 2    | version, minor first                                                        |
+/// | 26     | 6    | numbers of folders and of files, flags                                      |
+/// | 32     | 4    | set, number in the set                                                      |
+/// | 36     | 4    | with flag 4: sizes of the reserve areas of header (2), folder (1), block (1) |
 ///
+/// CFFOLDER: place of its first block 4, number of blocks 2, compression type 2, reserve area.
+/// CFFILE: original size 4, offset in its folder 4, folder 2, date 2, time 2, attributes 2, name, 0.
 /// CFDATA: checksum 4, compressed size 2, original size 2, reserve area, data.
 #include "utilities/compression/CabinetImage.h"
 

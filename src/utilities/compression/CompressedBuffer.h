@@ -60,8 +60,7 @@ public:
     /// does not belong to them, so a caller that reads states from outside compares the two.  Never more than one byte
     /// beyond that size is produced.
     /// @throws ExceptionCompression for damaged compressed bytes, and before any decompression when the footer claims
-    /// more
-    ///         than the bytes can stand for or than SetMaximumOriginalDataSize allows; ExceptionOutOfMemory.
+    ///         more than the bytes can stand for or than SetMaximumOriginalDataSize allows; ExceptionOutOfMemory.
     void GetOriginalData(ByteBuffer& rbbOriginal) const;
 
     /// What the footer says, in bytes; 0 for an empty buffer.

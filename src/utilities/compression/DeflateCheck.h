@@ -41,8 +41,7 @@ public:
     /// @param pStream,cStream the bytes; what follows the final block is not looked at.
     /// @param cHistory number of bytes (0 to 32,768) before this stream that matches may refer to.
     /// @param cExpected number of bytes that the stream must expand to.
-    /// @param rcConsumed receives the number of bytes of the stream, the last one possibly in part.  After a defect:
-    /// how
+    /// @param rcConsumed receives the number of bytes of the stream, the last one possibly in part; after a defect how
     ///        far the walk had come.
     DeflateDefect Check(const BYTE* pStream, std::size_t cStream, std::size_t cHistory, std::size_t cExpected,
                         std::size_t& rcConsumed) noexcept;

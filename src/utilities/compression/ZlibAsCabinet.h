@@ -23,8 +23,7 @@ namespace vlm {
 ///
 /// @param rbbCabinet receives the image; unchanged on failure.
 /// @throws ExceptionCompression when the data is shorter than its header, or block or original do not fit into the
-/// 16-bit
-///         sizes of a CFDATA structure; ExceptionOutOfMemory.
+///         16-bit sizes of a CFDATA structure; ExceptionOutOfMemory.
 VLM_API void MakeZlibDataLookLikeCabinetData(const ByteBuffer& kbbZlib, DWORD dwOriginalSize, ByteBuffer& rbbCabinet);
 
 }  // namespace vlm
