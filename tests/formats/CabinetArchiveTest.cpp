@@ -69,16 +69,18 @@ TEST(CabinetArchive, NamesTheDefectOfADamagedFile) {
 }
 
 TEST(CabinetArchive, TellsSafeNamesFromDangerousOnes) {
-    for (const XCHAR* psz : {VTEXT("a"), VTEXT("a.b"), VTEXT("dir\\file.txt"), VTEXT("dir/file"), VTEXT("a..b"),
-                             VTEXT(".hidden"), VTEXT("console"), VTEXT("com"), VTEXT("com10"), VTEXT("\u00E4 b")}) {
+    for (const XCHAR* psz :
+         {VTEXT("a"), VTEXT("a.b"), VTEXT("dir\\file.txt"), VTEXT("dir/file"), VTEXT("a..b"), VTEXT(".hidden"),
+          VTEXT("console"), VTEXT("com"), VTEXT("com10"), VTEXT("com\u2074"), VTEXT("conin"), VTEXT("\u00E4 b")}) {
         EXPECT_TRUE(CabinetArchive::IsSafeName(CXString(psz)));
     }
     for (const XCHAR* psz :
-         {VTEXT(""),         VTEXT("."),      VTEXT(".."),     VTEXT("..."),      VTEXT("..\\a"),
-          VTEXT("a\\..\\b"), VTEXT("a/../b"), VTEXT("\\a"),    VTEXT("/a"),       VTEXT("a\\"),
-          VTEXT("a\\\\b"),   VTEXT("C:a"),    VTEXT("C:\\a"),  VTEXT("a:stream"), VTEXT("a."),
-          VTEXT("a "),       VTEXT("a?"),     VTEXT("a*"),     VTEXT("a\x01"),    VTEXT("nul"),
-          VTEXT("NUL.txt"),  VTEXT("d\\Con"), VTEXT("aux .x"), VTEXT("COM1"),     VTEXT("lpt9.log")}) {
+         {VTEXT(""),          VTEXT("."),           VTEXT(".."),     VTEXT("..."),         VTEXT("..\\a"),
+          VTEXT("a\\..\\b"),  VTEXT("a/../b"),      VTEXT("\\a"),    VTEXT("/a"),          VTEXT("a\\"),
+          VTEXT("a\\\\b"),    VTEXT("C:a"),         VTEXT("C:\\a"),  VTEXT("a:stream"),    VTEXT("a."),
+          VTEXT("a "),        VTEXT("a?"),          VTEXT("a*"),     VTEXT("a\x01"),       VTEXT("nul"),
+          VTEXT("NUL.txt"),   VTEXT("d\\Con"),      VTEXT("aux .x"), VTEXT("COM1"),        VTEXT("lpt9.log"),
+          VTEXT("com\u00B9"), VTEXT("LPT\u00B3.x"), VTEXT("conin$"), VTEXT("d\\CONOUT$.x")}) {
         EXPECT_FALSE(CabinetArchive::IsSafeName(CXString(psz)));
     }
     EXPECT_TRUE(CabinetArchive::IsSafeName(CXString(VTEXT('n'), 200)));

@@ -56,7 +56,8 @@ constexpr XCHAR Lower(XCHAR ch) {
     return ch >= 'A' && ch <= 'Z' ? static_cast<XCHAR>(ch - 'A' + 'a') : ch;
 }
 
-/// CON, PRN, AUX, NUL, COM0 to COM9, LPT0 to LPT9, with or without what follows a dot.
+/// CON, CONIN$, CONOUT$, PRN, AUX, NUL, COM0 to COM9, LPT0 to LPT9, with or without what follows a dot.  The system
+/// takes superscript digits of Latin-1 for digits.
 bool IsDeviceName(XStringView part) noexcept {
     part = part.substr(0, part.find(VTEXT('.')));
     while (part.ends_with(VTEXT(' ')))
@@ -65,8 +66,12 @@ bool IsDeviceName(XStringView part) noexcept {
         return std::equal(text.begin(), text.end(), name.begin(), name.end(),
                           [](XCHAR ch, char chName) { return Lower(ch) == static_cast<XCHAR>(chName); });
     };
-    if (part.size() == 3) return Is(part, "con") || Is(part, "prn") || Is(part, "aux") || Is(part, "nul");
-    const bool fNumbered = part.size() == 4 && part[3] >= '0' && part[3] <= '9';
+    static constexpr std::string_view NAMES[] = {"con", "prn", "aux", "nul", "conin$", "conout$"};
+    if (std::any_of(std::begin(NAMES), std::end(NAMES), [&](std::string_view name) { return Is(part, name); })) {
+        return true;
+    }
+    const XStringView DIGITS = VTEXT("0123456789\u00B9\u00B2\u00B3");
+    const bool fNumbered = part.size() == 4 && DIGITS.find(part[3]) != XStringView::npos;
     return fNumbered && (Is(part.substr(0, 3), "com") || Is(part.substr(0, 3), "lpt"));
 }
 
