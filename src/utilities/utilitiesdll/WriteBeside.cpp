@@ -1,15 +1,15 @@
-// Replaces a file's contents whole, by way of a new file beside it.
+/// @file
+/// Replaces a file's contents whole, by way of a new file beside it.
 #include "utilities/utilitiesdll/WriteBeside.h"
 
-#include <array>
 #include <atomic>
 #include <utility>
 
 #include "platform/FilePort.h"
 #include "platform/Platform.h"
 #include "platform/ProcessPort.h"
-#include "platform/TextPort.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
+#include "utilities/debuggingandexceptions/detail/failure/SafeText.h"
 
 namespace {
 
@@ -23,13 +23,6 @@ constinit std::atomic<DWORD> gdwLastNumber{0};
 
 FilePort& Files() noexcept {
     return *vlm::GetPlatform().pFiles;
-}
-
-CXString TextOf(Status status) {
-    std::array<XCHAR, 512> achText{};
-    const std::size_t cUnits =
-        vlm::GetPlatform().pText->SystemErrorText(vlm::ToDword(status), achText.data(), achText.size());
-    return CXString(achText.data(), static_cast<int>(cUnits));
 }
 
 /// Where a replacement failed.
@@ -130,16 +123,16 @@ void WriteBesideAndReplace(const CXString& kcsFileName, const ByteBuffer& rbbCon
             VLM_THROW(
                 ExceptionCreateFileForWriting,
                 VTEXT("The name '%s' is empty, a folder or a read-only file, so nothing is written! Error %lu (%s)."),
-                kcsFileName, vlm::ToDword(status), TextOf(status));
+                kcsFileName, vlm::ToDword(status), vlm::GetSystemErrorText(vlm::ToDword(status)));
         case Step::Create:
             VLM_THROW(ExceptionCreateFileForWriting,
                       VTEXT("Failed to create the file '%s' beside '%s'! Error %lu (%s)."), csPath, kcsFileName,
-                      vlm::ToDword(status), TextOf(status));
+                      vlm::ToDword(status), vlm::GetSystemErrorText(vlm::ToDword(status)));
         case Step::Write:
         case Step::PutInPlace:
             VLM_THROW(ExceptionWriteFile, VTEXT("Failed to %s the new contents of '%s'! Error %lu (%s)."),
                       eStep == Step::Write ? VTEXT("write") : VTEXT("put in place"), kcsFileName, vlm::ToDword(status),
-                      TextOf(status));
+                      vlm::GetSystemErrorText(vlm::ToDword(status)));
     }
 }
 
