@@ -2,8 +2,7 @@
 /// Files with checksum, compression and encryption: golden bytes, hostile bytes, refusals.
 #include <gtest/gtest.h>
 
-#include "support/Bytes.h"
-#include "support/FakePlatform.h"
+#include "formats/FileOnAFake.h"
 #include "support/FaultPlatform.h"
 #include "support/RecordingSink.h"
 #include "utilities/compression/CabCompressedBuffer.h"
@@ -12,132 +11,71 @@
 #include "utilities/utilitiesdll/SimpleFileWithCrc.h"
 #include "utilities/utilitiesdll/simplefilewithencryption.h"
 
+namespace vlm::test {
 namespace {
 
-using namespace vlm;
-using namespace vlm::test;
-
-const XCHAR* const PATH = VTEXT("C:\\data\\file.bin");
 constexpr auto LEAVE = SimpleFile::FAA_LEAVE;
 
-ByteBuffer Bytes(std::string_view svText) {
-    return ByteBuffer(BytesOf(svText));
-}
-
-std::string TextOf(const ByteBuffer& rbb) {
-    return std::string(rbb.begin(), rbb.end());
-}
-
-template <class Exception, class Operation>
-std::string MessageOf(Operation&& operation) {
-    try {
-        operation();
-    } catch (const Exception& rException) {
-        return Narrow(rException.GetExceptionMesage().View());
-    } catch (const std::exception& rException) {
-        return std::string("another exception: ") + rException.what();
-    }
-    return "(no exception)";
-}
-
-class SimpleFileFormats : public testing::Test {
+class SimpleFileFormats : public FileOnAFake {
 protected:
-    SimpleFileFormats() : m_oScope(m_oFake.Get()) { m_oFake.files.AddFolder(VTEXT("C:\\data")); }
-
-    void Put(const std::vector<BYTE>& rvby) { m_oFake.files.AddFile(PATH, rvby); }
-    std::vector<BYTE> Contents() const { return m_oFake.files.Contents(PATH).value_or(std::vector<BYTE>()); }
+    void PutHex(std::string_view svHex, std::size_t cBytes = ~std::size_t{0}) {
+        std::vector<BYTE> vby = FromHex(svHex);
+        vby.resize(std::min(vby.size(), cBytes));
+        m_oFake.files.AddFile(PATH, vby);
+    }
+    std::string ContentsHex() const { return ToHex(BytesOf(Contents())); }
     std::string Read(const SimpleFile& rFile, DWORD dwLimit = 0) const {
         ByteBuffer bb;
         rFile.ReadTheFile(bb, dwLimit);
         return TextOf(bb);
     }
+    /// The message of a read that must leave its target alone.
+    std::string RefusedRead(const SimpleFile& rFile, DWORD dwLimit = 0) const {
+        ByteBuffer bb = TextBuffer("kept");
+        const std::string message = MessageOf<ExceptionReadFile>([&] { rFile.ReadTheFile(bb, dwLimit); });
+        EXPECT_EQ(TextOf(bb), "kept");
+        return message;
+    }
 
-    FakePlatform m_oFake;
-    PlatformScope m_oScope;
     const SimpleFileWithCrc m_oCrc{CXString(PATH)};
     const SimpleFileWithCompression m_oCompressed{CXString(PATH)};
 };
 
 TEST_F(SimpleFileFormats, ACrcFileIsItsHeaderAndTheData) {
-    m_oCrc.WriteTheFile(Bytes("hello"), LEAVE);
-    EXPECT_EQ(ToHex(Contents()),
-              "86A61036"
-              "00000000"
-              "68656C6C6F");
-    EXPECT_EQ(Read(m_oCrc), "hello");
+    Put("", FilePort::ATTRIBUTE_READONLY);  // written whatever was asked
+    m_oCrc.WriteTheFile(TextBuffer("hello"), LEAVE);
+    EXPECT_EQ(ContentsHex(), "86A610360000000068656C6C6F");
+    for (const DWORD dwLimit : {0u, 5u, 0xFFFFFFF7u, 0xFFFFFFF8u, 0xFFFFFFFFu})
+        EXPECT_EQ(Read(m_oCrc, dwLimit), "hello") << dwLimit;
+    EXPECT_EQ(RefusedRead(m_oCrc, 4),
+              "ReadFile() failed because C:\\data\\file.bin exceeds the specified limit of 12 "
+              "bytes. (SizeHi=0, SizeLo=13)");
     m_oCrc.WriteTheFile(ByteBuffer(), LEAVE);
-    EXPECT_EQ(ToHex(Contents()), "0000000000000000");
+    EXPECT_EQ(ContentsHex(), "0000000000000000");
     EXPECT_EQ(Read(m_oCrc), "");
-    // A read-only file is written whatever was asked.
-    m_oFake.files.SetAttributes(PATH, FilePort::ATTRIBUTE_READONLY);
-    m_oCrc.WriteTheFile(Bytes("hello"), LEAVE);
-    EXPECT_EQ(Read(m_oCrc), "hello");
 }
 
 TEST_F(SimpleFileFormats, EveryDamageOfACrcFileIsFound) {
-    const std::vector<BYTE> vbyGood = FromHex("86A610360000000068656C6C6F");
-    for (std::size_t i = 0; i < 8 * vbyGood.size(); ++i) {
-        std::vector<BYTE> vby = vbyGood;
+    const std::string failed = "CRC validation failed for C:\\data\\file.bin. Calculated: ";
+    const std::string good = "86A610360000000068656C6C6F";
+    for (unsigned i = 0; i < 8 * good.size() / 2; ++i) {
+        if (i / 32 == 1) continue;  // reserved
+        std::vector<BYTE> vby = FromHex(good);
         vby[i / 8] = static_cast<BYTE>(vby[i / 8] ^ (1u << i % 8));
-        Put(vby);
-        const bool fReserved = i / 8 >= 4 && i / 8 < 8;  // not looked at
-        const std::string message = MessageOf<ExceptionReadFile>([&] { Read(m_oCrc); });
-        if (fReserved) {
-            EXPECT_EQ(message, "(no exception)") << i;
-        } else {
-            EXPECT_TRUE(message.starts_with("CRC validation failed for C:\\data\\file.bin. Calculated: ")) << message;
-        }
+        m_oFake.files.AddFile(PATH, vby);
+        EXPECT_TRUE(RefusedRead(m_oCrc).starts_with(failed)) << i;
     }
-    Put(
-        FromHex("01000000"
-                "00000000"));
-    EXPECT_EQ(MessageOf<ExceptionReadFile>([&] { Read(m_oCrc); }),
-              "CRC validation failed for C:\\data\\file.bin. Calculated: 0, Read: 1.");
+    PutHex("0100000000000000");
+    EXPECT_EQ(RefusedRead(m_oCrc), failed + "0, Read: 1.");
+    PutHex("00000000FFFFFFFF");  // the reserved word is not looked at
+    EXPECT_EQ(Read(m_oCrc), "");
     for (std::size_t c = 0; c < 8; ++c) {
-        Put(std::vector<BYTE>(vbyGood.begin(), vbyGood.begin() + static_cast<std::ptrdiff_t>(c)));
-        ByteBuffer bb = Bytes("kept");
-        EXPECT_EQ(MessageOf<ExceptionReadFile>([&] { m_oCrc.ReadTheFile(bb); }),
-                  "CRC validation failed for C:\\data\\file.bin. Calculated: 0, Read: 0.")
-            << c;
-        EXPECT_EQ(TextOf(bb), "kept");
+        PutHex(good, c);
+        EXPECT_EQ(RefusedRead(m_oCrc), failed + "0, Read: 0.") << c;
     }
 }
 
-TEST_F(SimpleFileFormats, TheLimitOfACrcFileIsThatOfItsData) {
-    m_oCrc.WriteTheFile(Bytes("hello"), LEAVE);
-    for (const DWORD dwLimit : {0u, 5u, 6u, 0xFFFFFFF6u, 0xFFFFFFF7u, 0xFFFFFFF8u, 0xFFFFFFFFu})
-        EXPECT_EQ(Read(m_oCrc, dwLimit), "hello") << dwLimit;
-    for (const DWORD dwLimit : {1u, 4u}) {
-        EXPECT_EQ(MessageOf<ExceptionReadFile>([&] { Read(m_oCrc, dwLimit); }),
-                  "ReadFile() failed because C:\\data\\file.bin exceeds the specified limit of " +
-                      std::to_string(dwLimit + 8) + " bytes. (SizeHi=0, SizeLo=13)");
-    }
-}
-
-TEST_F(SimpleFileFormats, ACompressedFileIsAState) {
-    RecordingSink sink(DebugCategory::Utils);
-    const std::string text(5000, 'x');
-    m_oCompressed.WriteTheFile(Bytes(text), LEAVE);
-    const std::vector<BYTE> vbyState = Contents();
-    EXPECT_EQ(ToHex(vbyState.data() + vbyState.size() - 13, 13), "02FFFFFFFF00001388434F4D35");
-    EXPECT_EQ(sink.Count("Compressed data created (" + std::to_string(vbyState.size()) +
-                         " bytes, down from 5000) for C:\\data\\file.bin."),
-              1u);
-    EXPECT_EQ(Read(m_oCompressed), text);
-    EXPECT_EQ(Read(m_oCompressed, static_cast<DWORD>(vbyState.size())), text);
-    EXPECT_THROW(Read(m_oCompressed, static_cast<DWORD>(vbyState.size() - 1)), ExceptionReadFile);
-    m_oCompressed.WriteTheFile(ByteBuffer(), LEAVE);
-    EXPECT_EQ(ToHex(Contents()), "02FFFFFFFF00000000434F4D35");
-    EXPECT_EQ(Read(m_oCompressed), "");
-    // What older writers left: a zlib stream and a footer of 8 bytes.
-    Put(
-        FromHex("789CCB48CDC9C90700062C0215"
-                "00000005"
-                "434F4D50"));
-    EXPECT_EQ(Read(m_oCompressed), "hello");
-}
-
-TEST_F(SimpleFileFormats, BothSystemsCompressAlike) {
+TEST_F(SimpleFileFormats, ACompressedFileIsAStateAndBothSystemsWriteItAlike) {
     // Written by the cabinet library of Wine, byte for byte what the host's writer makes.
     const std::string text =
         "0 squared is 0; 1 squared is 1; 2 squared is 4; 3 squared is 9; 4 squared is 16; 5 squared is 25; ";
@@ -146,39 +84,31 @@ TEST_F(SimpleFileFormats, BothSystemsCompressAlike) {
         "0000000000006C22BA5920002F2F436F6D707265737365642D446174612F2F0029484F3432006200434B3350282E2C4D"
         "2C4A4D51C82C5630B0563044E61B5A2B1821F34DAC158C91F996D60A2628EACDAC154C91058C4CAD150002FFFFFFFF00"
         "000062434F4D35";
-    Put(FromHex(pszState));
-    EXPECT_EQ(Read(m_oCompressed), text);
-    m_oCompressed.WriteTheFile(Bytes(text), LEAVE);
-    EXPECT_EQ(ToHex(Contents()), pszState);
-}
-
-TEST_F(SimpleFileFormats, DamagedCompressedFilesAreRefused) {
-    m_oCompressed.WriteTheFile(Bytes(std::string(300, 'x') + "the end"), LEAVE);
-    const std::vector<BYTE> vbyGood = Contents();
-    for (const int iSize : {306, 308, 0x7FFFFFFF}) {
-        std::vector<BYTE> vby = vbyGood;
-        const std::size_t iFooter = vby.size() - 8;
-        for (unsigned i = 0; i < 4; ++i)
-            vby[iFooter + i] = static_cast<BYTE>(iSize >> (24 - 8 * i));
-        Put(vby);
-        const std::string message = MessageOf<ExceptionFile>([&] { Read(m_oCompressed); });
-        if (iSize < 1000) {
-            EXPECT_EQ(message, "Size of decompressed data (307) doesn't match the expected original size (" +
-                                   std::to_string(iSize) + ") for C:\\data\\file.bin.");
-        } else {
-            EXPECT_THROW(Read(m_oCompressed), ExceptionCompression);
-        }
+    RecordingSink sink(DebugCategory::Utils);
+    m_oCompressed.WriteTheFile(TextBuffer(text), LEAVE);
+    EXPECT_EQ(ContentsHex(), pszState);
+    EXPECT_EQ(sink.Count("Compressed data created (151 bytes, down from 98) for C:\\data\\file.bin."), 1u);
+    EXPECT_EQ(Read(m_oCompressed, 151), text);
+    EXPECT_THROW(Read(m_oCompressed, 150), ExceptionReadFile);
+    // What older writers left: a zlib stream and a footer of 8 bytes.
+    PutHex("789CCB48CDC9C90700062C0215 00000005 434F4D50");
+    EXPECT_EQ(Read(m_oCompressed), "hello");
+    // Footers that say something else than the image holds.
+    for (const char* const pszSize : {"00000061", "00000063"}) {
+        std::string hex = pszState;
+        PutHex(hex.replace(hex.size() - 16, 8, pszSize));
+        EXPECT_EQ(RefusedRead(m_oCompressed),
+                  std::string("Size of decompressed data (98) doesn't match the expected original size (") +
+                      (pszSize[7] == '1' ? "97" : "99") + ") for C:\\data\\file.bin.");
     }
-    for (std::size_t c = 0; c < vbyGood.size(); c += 7) {
-        Put(std::vector<BYTE>(vbyGood.begin(), vbyGood.begin() + static_cast<std::ptrdiff_t>(c)));
-        EXPECT_THROW(Read(m_oCompressed), ExceptionMissingOrBadCompressedBufferFooter) << c;
-    }
+    PutHex(pszState);
     SimpleFileWithCompression oStrict{CXString(PATH)};
-    oStrict.SetMaximumOriginalDataSize(306);
-    Put(vbyGood);
+    oStrict.SetMaximumOriginalDataSize(97);
     EXPECT_THROW(Read(oStrict), ExceptionCompression);
-    oStrict.SetMaximumOriginalDataSize(307);
-    EXPECT_EQ(Read(oStrict).size(), 307u);
+    oStrict.SetMaximumOriginalDataSize(98);
+    EXPECT_EQ(Read(oStrict), text);
+    PutHex(pszState, 150);
+    EXPECT_THROW(Read(m_oCompressed), ExceptionMissingOrBadCompressedBufferFooter);
 }
 
 TEST_F(SimpleFileFormats, EncryptedFilesAreReadByTheMethodThatWroteThem) {
@@ -191,34 +121,26 @@ TEST_F(SimpleFileFormats, EncryptedFilesAreReadByTheMethodThatWroteThem) {
     };
     for (const auto& rRow : aRows) {
         const SimpleFileWithEncryption oFile(PATH, rRow.eMethod);
-        Put(FromHex(rRow.pszContents));
+        PutHex(rRow.pszContents);
         EXPECT_EQ(Read(oFile), "hello");
-        oFile.WriteTheFile(Bytes("hello"), LEAVE);
+        oFile.WriteTheFile(TextBuffer("hello"), LEAVE);
         EXPECT_EQ(Contents().size(), 32u);
-        EXPECT_EQ(ToHex(Contents()).substr(0, 16), "53616C7465645F5F");
-        EXPECT_EQ(ToHex(Contents()).find(ToHex(BytesOf("hello"))), std::string::npos);
+        EXPECT_EQ(Contents().substr(0, 8), "Salted__");
+        EXPECT_EQ(Contents().find("hello"), std::string::npos);
         EXPECT_EQ(Read(oFile), "hello");
-        for (std::size_t c = 0; c < 32; ++c) {
-            std::vector<BYTE> vby = FromHex(rRow.pszContents);
-            vby.resize(c);
-            Put(vby);
-            ByteBuffer bb = Bytes("kept");
-            EXPECT_EQ(MessageOf<ExceptionReadFile>([&] { oFile.ReadTheFile(bb); }),
-                      "Unable to decrypt C:\\data\\file.bin.");
-            EXPECT_EQ(TextOf(bb), "kept");
+        for (const std::size_t c : {0u, 8u, 15u, 16u, 31u}) {
+            PutHex(rRow.pszContents, c);
+            EXPECT_EQ(RefusedRead(oFile), "Unable to decrypt C:\\data\\file.bin.");
         }
     }
-}
-
-TEST_F(SimpleFileFormats, DataThatCannotBeEncryptedLeavesTheFileAlone) {
-    Put(BytesOf("old"));
+    Put("old");
     FaultPlatform oFaults(m_oFake.Get());
     const PlatformScope oScope(oFaults.Get());
-    const SimpleFileWithEncryption oFile(PATH, SimpleFileWithEncryption::SFE_WINCRYPT);
     oFaults.Script().Arm(FaultMode::FailOnce, 1);
-    EXPECT_EQ(MessageOf<ExceptionWriteFile>([&] { oFile.WriteTheFile(Bytes("new"), LEAVE); }),
+    const SimpleFileWithEncryption oFile(PATH, SimpleFileWithEncryption::SFE_WINCRYPT);
+    EXPECT_EQ(MessageOf<ExceptionWriteFile>([&] { oFile.WriteTheFile(TextBuffer("new"), LEAVE); }),
               "Unable to encrypt C:\\data\\file.bin.");
-    EXPECT_EQ(Contents(), BytesOf("old"));
+    EXPECT_EQ(Contents(), "old");
 }
 
 TEST_F(SimpleFileFormats, RandomAccessIsACodingError) {
@@ -232,18 +154,19 @@ TEST_F(SimpleFileFormats, RandomAccessIsACodingError) {
         {m_oCompressed, "via  WriteToTheFile()", "SimpleFileWithCompression."},
         {oEncrypted, "via  WriteToTheFile()", "SimpleFileWithEncryption using OpenSSL or WinCrypt encryption."},
     };
-    Put(BytesOf("contents"));
+    Put("contents");
     for (const auto& rRow : aRows) {
-        ByteBuffer bb = Bytes("kept");
-        const std::string strEnd = std::string(" is not supported by ") + rRow.pszClass;
+        ByteBuffer bb = TextBuffer("kept");
+        const std::string start = "Coding error: Random access ",
+                          end = std::string(" is not supported by ") + rRow.pszClass;
         EXPECT_EQ(MessageOf<ExceptionReadFile>([&] { rRow.rFile.ReadFromTheFile(0, 1, SimpleFile::RSE_READERS, bb); }),
-                  "Coding error: Random access via ReadFromTheFile()" + strEnd);
+                  start + "via ReadFromTheFile()" + end);
         EXPECT_EQ(MessageOf<ExceptionWriteFile>(
                       [&] { rRow.rFile.WriteToTheFile(0, 1, SimpleFile::MFE_CREATE, bb.data(), LEAVE); }),
-                  std::string("Coding error: Random access ") + rRow.pszVia + strEnd);
-        EXPECT_EQ(TextOf(bb), "kept");
+                  start + rRow.pszVia + end);
     }
-    EXPECT_EQ(Contents(), BytesOf("contents"));
+    EXPECT_EQ(Contents(), "contents");
 }
 
 }  // namespace
+}  // namespace vlm::test

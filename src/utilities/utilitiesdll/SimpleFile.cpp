@@ -41,15 +41,6 @@ public:
     Status Close() noexcept { return IsOpen() ? Files().Close(std::exchange(m_hFile, nullptr)) : Status::Success; }
     bool IsOpen() const noexcept { return m_hFile != nullptr; }
     HANDLE Get() const noexcept { return m_hFile; }
-    ULONGLONG Size() const {
-        ULONGLONG ullSize = 0;
-        const Status status = Files().Size(m_hFile, ullSize);
-        if (status != Status::Success) {
-            VLM_THROW(ExceptionReadFile, VTEXT("GetFileSize() failed for file %S with handle 0x%p %s"),
-                      NarrowOf(m_kcsFileName).data(), m_hFile, TextOfStatus(status));
-        }
-        return ullSize;
-    }
 
 protected:
     const CXString& m_kcsFileName;
@@ -139,6 +130,15 @@ public:
     }
 
 private:
+    ULONGLONG Size() const {
+        ULONGLONG ullSize = 0;
+        const Status status = Files().Size(Get(), ullSize);
+        if (status != Status::Success) {
+            VLM_THROW(ExceptionReadFile, VTEXT("GetFileSize() failed for file %S with handle 0x%p %s"),
+                      NarrowOf(m_kcsFileName).data(), Get(), TextOfStatus(status));
+        }
+        return ullSize;
+    }
     /// Fills the buffer, in one call.
     Status Read(ByteBuffer& rbbData) const noexcept {
         DWORD dwRead = 0;
@@ -200,10 +200,13 @@ public:
         }
     }
     void SeekFromEnd(LONG lOffset) const {
-        const ULONGLONG ullSize = Size();
-        const auto ullPosition = ullSize + static_cast<ULONGLONG>(LONGLONG{lOffset});
-        const bool fBeforeStart = lOffset < 0 && ullSize < static_cast<ULONGLONG>(-LONGLONG{lOffset});
-        const Status status = fBeforeStart ? Status::InvalidParameter : Files().Seek(Get(), ullPosition);
+        ULONGLONG ullSize = 0;
+        Status status = Files().Size(Get(), ullSize);
+        if (status == Status::Success) {
+            const bool fBeforeStart = lOffset < 0 && ullSize < static_cast<ULONGLONG>(-LONGLONG{lOffset});
+            status = fBeforeStart ? Status::InvalidParameter
+                                  : Files().Seek(Get(), ullSize + static_cast<ULONGLONG>(LONGLONG{lOffset}));
+        }
         if (status != Status::Success) {
             VLM_THROW(
                 ExceptionWriteFile,
