@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "formats/AttributeSamples.h"
+#include "support/FaultLoop.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
 
 namespace vlm::test {
@@ -13,56 +14,66 @@ int ReadAll(const std::vector<BYTE>& rvbyRecords, bool& rfRefused) {
     const BYTE* pbyCursor = rvbyRecords.data();
     DWORD dwRemaining = static_cast<DWORD>(rvbyRecords.size());
     int iRecords = 0;
-    rfRefused = false;
-    try {
-        while (dwRemaining != 0) {
+    const FaultOutcome eOutcome = Attempt<ExceptionNotEnoughBytesForDesiredDataType, ExceptionUnhandledSyntax,
+                                          ExceptionMissingOrBadAttributeBytesFormat>([&] {
+        for (; dwRemaining != 0; ++iRecords) {
             const BYTE* const pbyRecord = pbyCursor;
-            const AttributeBytesSharedPtr shpoRecord =
-                AttributeBytes::WalkBufferToCreateAttributeBytes(pbyCursor, dwRemaining);
+            const auto shpoRecord = AttributeBytes::WalkBufferToCreateAttributeBytes(pbyCursor, dwRemaining);
             const ByteBuffer bbState = shpoRecord->GetAttributeBytesState();
-            if (bbState.size() != static_cast<std::size_t>(pbyCursor - pbyRecord)) {
-                ADD_FAILURE() << "written with another size than read: " << HexOf(bbState);
-            }
+            EXPECT_EQ(bbState.size(), static_cast<std::size_t>(pbyCursor - pbyRecord));
             const AttributeBytes oAgain(bbState);
-            if (!(oAgain == *shpoRecord) || oAgain.GetAttributeBytesState() != bbState) {
-                ADD_FAILURE() << "not stable: " << HexOf(bbState);
-            }
+            EXPECT_TRUE(oAgain == *shpoRecord && oAgain.GetAttributeBytesState() == bbState) << HexOf(bbState);
             int iDifferent = 0;
             for (std::size_t i = 0; i < bbState.size(); ++i)
                 iDifferent += bbState[i] != pbyRecord[i];
-            if (iDifferent > 2) ADD_FAILURE() << "more than flag and boolean made canonical: " << HexOf(bbState);
+            EXPECT_LE(iDifferent, 2) << "more than flag and boolean made canonical: " << HexOf(bbState);
             shpoRecord->GetDumpDisplayString(true);
-            ++iRecords;
         }
-    } catch (const ExceptionNotEnoughBytesForDesiredDataType&) {
-        rfRefused = true;
-    } catch (const ExceptionUnhandledSyntax&) {
-        rfRefused = true;
-    } catch (const ExceptionMissingOrBadAttributeBytesFormat&) {
-        rfRefused = true;
-    }
+    });
+    rfRefused = eOutcome == FaultOutcome::Failed;
     return iRecords;
 }
 
+/// Calls `use` with each prefix, and with a wrong number at each place: tags that there are and others, and what sizes
+/// get wrong.
+template <class Use>
+void ForEachVariant(const std::vector<BYTE>& rvby, const Use& rUse) {
+    for (std::size_t i = 0; i < rvby.size(); ++i) {
+        rUse(std::vector<BYTE>(rvby.begin(), rvby.begin() + static_cast<std::ptrdiff_t>(i)));
+        const auto with = [&](std::size_t uValue, std::size_t cBytes) {
+            std::vector<BYTE> vby = rvby;
+            for (std::size_t k = 0; k < cBytes && i + k < vby.size(); ++k)
+                vby[i + k] = static_cast<BYTE>(uValue >> (8 * k));
+            rUse(vby);
+        };
+        for (const std::size_t uTag : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 255})
+            with(uTag, 1);
+        for (unsigned uBit = 0; uBit < 8; ++uBit)
+            with(rvby[i] ^ (1U << uBit), 1);
+        for (const std::size_t cBytes : {2, 4}) {
+            const std::size_t cRest = rvby.size() - std::min(rvby.size(), i + cBytes);
+            for (const std::size_t uSize : {cRest - 1, cRest, cRest + 1, std::size_t{0x7FFF}, std::size_t{0x8000},
+                                            std::size_t{0x7FFFFFFF}, std::size_t{0x80000000}, ~std::size_t{0}})
+                with(uSize, cBytes);
+        }
+    }
+}
+
 TEST(AttributeBytesHostileTest, EveryVariantOfTheCorpusIsReadOrRefusedByName) {
-    const FieldTable oTable = RecordCorpusTable();
+    const std::vector<BYTE> vbyCorpus = RecordCorpus().GetVector();
     bool fRefused = false;
-    ASSERT_EQ(ReadAll(oTable.Bytes(), fRefused), 11);
+    ASSERT_EQ(ReadAll(vbyCorpus, fRefused), 11);
     ASSERT_FALSE(fRefused);
-    int iVariants = 0;
-    int iRefused = 0;
-    oTable.ForEachVariant([&](const std::vector<BYTE>& rvbyVariant, const std::string& rWhat) {
-        SCOPED_TRACE(rWhat);
+    int iVariants = 0, iRefused = 0;
+    ForEachVariant(vbyCorpus, [&](const std::vector<BYTE>& rvbyVariant) {
+        SCOPED_TRACE(ToHex(rvbyVariant));
         ReadAll(rvbyVariant, fRefused);
         ++iVariants;
         iRefused += fRefused;
-
-        // A list takes the same bytes as they are, or refuses them for nesting too deep; reading them from it ends as
-        // above.
+        // A list takes the same bytes as they are; reading them from it ends as above.
         AttributeBytesRawList oRawList;
         AttributeBytesIndexedList oIndexedList;
-        ByteBuffer bbState = BufferOf("4142524C");
-        bbState.appendLpbyte(rvbyVariant.data(), rvbyVariant.size());
+        const ByteBuffer bbState = BufferOf("4142524C").appendLpbyte(rvbyVariant.data(), rvbyVariant.size());
         oRawList.ImportAttributeBytesRawListState(bbState);
         EXPECT_EQ(oRawList.GetAttributeBytesRawListState(), bbState);
         try {
@@ -74,33 +85,8 @@ TEST(AttributeBytesHostileTest, EveryVariantOfTheCorpusIsReadOrRefusedByName) {
             EXPECT_TRUE(fRefused);
         }
     });
-    EXPECT_GT(iVariants, 8000);
     EXPECT_GT(iRefused, iVariants / 4);
     EXPECT_LT(iRefused, iVariants);
-}
-
-TEST(AttributeBytesHostileTest, LengthsOfAListAreCheckedBeforeTheyAreUsed) {
-    const char* const aszTooShort[] = {
-        "0201000000 0B 00 00 00000000",           // no room for the signature
-        "0201000000 0B 00 00 03000000 414252",    // nor here
-        "0201000000 0B 00 00 05000000 4142524C",  // beyond the end
-        "0201000000 0B 00 00 FFFFFFFF 4142524C",  // far beyond
-        "0201000000 0A 00 FFFFFFFF 00",           // a blob of 4 GiB
-        "0201000000 04 00 FFFF 4100",             // a text of 65,535 units
-        "0201000000",                             // no value at all
-    };
-    for (const char* const psz : aszTooShort) {
-        EXPECT_THROW(AttributeBytes(BufferOf(psz)), ExceptionNotEnoughBytesForDesiredDataType) << psz;
-    }
-    EXPECT_THROW(AttributeBytes(BufferOf("0201000000 0B 00 00 04000000 4142494C")),
-                 ExceptionMissingOrBadAttributeBytesFormat);
-}
-
-TEST(AttributeBytesHostileTest, ARecordThatCannotBeImportedLeavesTheFormerOne) {
-    AttributeBytes oRecord = IntegerRecord(1, 2);
-    EXPECT_THROW(oRecord.ImportAttributeBytesState(BufferOf("0305000000")), ExceptionNotEnoughBytesForDesiredDataType);
-    EXPECT_THROW(oRecord.ImportAttributeBytesState(BufferOf("0205000000 0D 00")), ExceptionUnhandledSyntax);
-    EXPECT_TRUE(oRecord == IntegerRecord(1, 2));
 }
 
 }  // namespace

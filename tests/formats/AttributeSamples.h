@@ -2,13 +2,9 @@
 /// Records of every kind, as objects and as the bytes that they are written as.
 #pragma once
 
-#include <functional>
-#include <memory>
-#include <string>
 #include <vector>
 
-#include "support/Bytes.h"
-#include "support/FieldTable.h"
+#include "formats/Buffers.h"
 #include "utilities/attributebytes/AttributeBytes.h"
 #include "utilities/attributebytes/AttributeBytesCapabilityIds.h"
 #include "utilities/attributebytes/AttributeBytesDataValues.h"
@@ -28,82 +24,46 @@
 
 namespace vlm::test {
 
-inline std::string HexOf(const ByteBuffer& rbb) {
-    return ToHex(rbb.data(), rbb.size());
-}
-inline ByteBuffer BufferOf(std::string_view svHex) {
-    return ByteBuffer(FromHex(svHex));
-}
-
 /// A record of an integer: the shortest way to a record when only its identifier matters.
 inline AttributeBytes IntegerRecord(LONG lFeature, LONG lValue = 0) {
     return AttributeBytes(AttributeBytesFeatureId(lFeature), AttributeBytesIntegerValue(lValue));
 }
 
-/// A list value with `uDepth` levels of lists, itself included; the innermost is empty.  Built as bytes, so that it may
-/// be deeper than the classes allow: value payload only.
-inline std::vector<BYTE> NestedListPayload(unsigned uDepth) {
-    // Each level: kind, length, "ABRL", and around the next level a record FEATURE 1 with a list value.
-    constexpr std::size_t HEAD = 1 + 4 + 4;
-    constexpr std::size_t RECORD = 1 + 4 + 1 + 1;
-    std::vector<BYTE> bytes;
-    for (unsigned u = 0; u < uDepth; ++u) {
-        const std::size_t cbInner = (uDepth - 1 - u) * (HEAD + RECORD);
-        const std::size_t cbState = 4 + cbInner;
-        bytes.push_back(0);
-        for (int i = 0; i < 4; ++i)
-            bytes.push_back(static_cast<BYTE>(cbState >> (8 * i)));
-        for (const char ch : {'A', 'B', 'R', 'L'})
-            bytes.push_back(static_cast<BYTE>(ch));
-        if (u + 1 < uDepth) {
-            for (const BYTE by : {2, 1, 0, 0, 0, 11, 0})
-                bytes.push_back(by);
-        }
-    }
-    return bytes;
+/// A list value of such values.
+template <class... Values>
+AttributeBytesListValue ListOf(const Values&... values) {
+    AttributeBytesRawList oRawList;
+    LONG lIndex = 0;
+    (oRawList.AddAttributeBytes(AttributeBytes(AttributeBytesListOfValuesItemId(lIndex++), values)), ...);
+    return AttributeBytesListValue(oRawList);
 }
 
-/// A record FEATURE 1 with such a list.
+/// A record FEATURE 1 with a list value of `uDepth` levels of lists, itself included; the innermost is empty.  Built as
+/// bytes, so that it may be deeper than the classes allow.
 inline ByteBuffer NestedListRecord(unsigned uDepth) {
-    ByteBuffer bb = BufferOf("02 01000000 0B 00");
-    const std::vector<BYTE> payload = NestedListPayload(uDepth);
-    bb.appendLpbyte(payload.data(), payload.size());
+    // Each level: the record's identifier, tag and flag, then kind, length and "ABRL".
+    constexpr DWORD LEVEL = 1 + 4 + 1 + 1 + 1 + 4 + 4;
+    const ByteBuffer bbHead = BufferOf("02 01000000 0B 00 00");
+    ByteBuffer bb;
+    for (unsigned u = uDepth; u-- > 0;)
+        bb.append(bbHead).appendDwordValue(4 + u * LEVEL).appendLpbyte(reinterpret_cast<const BYTE*>("ABRL"), 4);
     return bb;
 }
 
-/// One record of each value kind and each identifier kind, as a field table.
-inline FieldTable RecordCorpusTable() {
-    FieldTable oTable("records of every kind");
-    const auto text = [&oTable](const std::string& rText) {
-        std::vector<BYTE> units;
-        for (const char ch : rText) {
-            units.push_back(static_cast<BYTE>(ch));
-            units.push_back(0);
-        }
-        oTable.Size(2, rText.size()).Data(units);
-    };
-    oTable.EndHeader();
-    oTable.Tag(2).Number(4, 258).Tag(2).Data({0}).Tag(4).Number(4, 7).EndUnit();
-    oTable.Tag(3);
-    text("Duplex");
-    oTable.Tag(3).Data({1}).Number(4, 0xFFFFFFFF).EndUnit();
-    oTable.Tag(4).Number(4, 0xFFFFFFFE).Tag(4).Data({0});
-    text("A4 \\ Letter");
-    oTable.EndUnit();
-    oTable.Tag(5);
-    text("V");
-    oTable.Tag(5).Data({0}).Data({1}).EndUnit();
-    oTable.Tag(6).Number(4, 3).Tag(6).Data({0}).Number(4, 1).Number(4, 999).EndUnit();
-    oTable.Tag(7).Number(2, 2).Number(4, 258).Tag(7).Data({0}).Number(4, 100).Number(4, 297000).EndUnit();
-    oTable.Tag(8).Number(2, 0xFFFF);
-    text("Staple");
-    oTable.Tag(8).Data({0}).Number(4, 25400).EndUnit();
-    oTable.Tag(9).Number(4, 1).Tag(9).Data({0}).Number(4, 1200).Number(4, 600).Number(2, 1).EndUnit();
-    oTable.Tag(2).Number(4, 259).Tag(10).Data({0}).Size(4, 3).Data({1, 2, 3}).EndUnit();
-    oTable.Tag(2).Number(4, 260).Tag(11).Data({0}).Data({5}).Size(4, 15).Data({'A', 'B', 'R', 'L'});
-    oTable.Tag(6).Number(4, 0).Tag(3).Data({0}).Number(4, 42).EndUnit();
-    oTable.Tag(2).Number(4, 261).Tag(12).Data({0}).Number(8, 1709209800).EndUnit();
-    return oTable;
+/// One record of each value kind and each identifier kind.
+inline ByteBuffer RecordCorpus() {
+    return BufferOf(
+        "02 02010000 02 00 04 07000000"
+        "03 0600 440075007000 6C0065007800 03 01 FFFFFFFF"
+        "04 FEFFFFFF 04 00 0200 41003400"
+        "05 0100 5600 05 00 01"
+        "06 03000000 06 00 01000000 E7030000"
+        "07 0200 02010000 07 00 64000000 28880400"
+        "08 FFFF 0600 530074006100 70006C006500 08 00 38630000"
+        "09 01000000 09 00 B0040000 58020000 0100"
+        "02 03010000 0A 00 03000000 010203"
+        "02 04010000 0B 00 05 0F000000 4142524C 06 00000000 03 00 2A000000"
+        "02 05010000 0C 00 C878E06500000000");
 }
 
 }  // namespace vlm::test

@@ -5,8 +5,6 @@
 
 #include "formats/AttributeSamples.h"
 #include "support/AllocationFaults.h"
-#include "support/CabinetImages.h"
-#include "support/DeflateBits.h"
 #include "utilities/Bounds.h"
 #include "utilities/compression/CabCompressedBuffer.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
@@ -74,9 +72,6 @@ TEST(WorstInput, TwiceTheInputTakesNoMoreThanTwiceTheMemory) {
         {"the same record again and again",
          [](unsigned u) { return Repeated("4142494C 4142524C", IntegerRecord(7).GetAttributeBytesState(), 100 * u); },
          ReadIndexed, 24},
-        {"empty texts",
-         [](unsigned u) { return Repeated("4142494C 4142524C", BufferOf("03 0000 04 00 0000"), 100 * u); }, ReadIndexed,
-         24},
     };
     for (const auto& rRow : aoRows) {
         SCOPED_TRACE(rRow.pszName);
@@ -117,14 +112,6 @@ TEST(WorstInput, SizesThatAreClaimedAreNotTaken) {
         });
         EXPECT_LT(cost.ullBytes, 8u << 20) << dwClaim;
     }
-    // Widths and precisions are bounded each, and so is a formatted text.
-    CXString csText;
-    CXString csFormat;
-    for (int i = 0; i < 1000; ++i)
-        csFormat += VTEXT("%4096d");
-    const Cost cost = CostOf([&] { csText.Format(csFormat); });
-    EXPECT_LT(cost.ullBytes, 16u << 20);
-    EXPECT_LE(csText.GetLength(), static_cast<int>(FORMAT_MAX_UNITS));
 }
 
 }  // namespace
