@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "formats/Buffers.h"
 #include "support/CabinetImages.h"
 #include "support/DeflateBits.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
@@ -30,42 +31,29 @@ ByteBuffer Archive() {
 TEST(CabinetArchive, ListsAndExtractsItsMembers) {
     const CabinetArchive archive(Archive());
     ASSERT_EQ(4U, archive.GetMembers().size());
-    EXPECT_EQ(CXString(VTEXT("one")), archive.GetMembers()[0].csName);
     EXPECT_EQ(CXString(VTEXT("drei\\\u00E4")), archive.GetMembers()[2].csName);
-    EXPECT_EQ(39990U, archive.GetMembers()[1].dwBytes);
+    EXPECT_EQ(0xA0, archive.GetMembers()[2].wAttributes);
     EXPECT_EQ(0x226C, archive.GetMembers()[1].wDate);
     EXPECT_EQ(0x59BA, archive.GetMembers()[1].wTime);
-    EXPECT_EQ(0xA0, archive.GetMembers()[2].wAttributes);
     EXPECT_EQ(40020U, archive.GetOriginalDataSize());
 
     const ImageBytes CONTENTS[] = {ImageBytes(10, '1'), ImageBytes(39990, '2'), ImageBytes(20, '3'), {}};
-    const std::vector<ByteBuffer> vbbAll = archive.ExtractAll();
-    ASSERT_EQ(4U, vbbAll.size());
+    const std::vector<ByteBuffer> vbbAll = archive.ExtractAll(40020);
     for (std::size_t u = 0; u < 4; ++u) {
         EXPECT_EQ(CONTENTS[u], vbbAll[u].GetVector()) << u;
-        EXPECT_EQ(CONTENTS[u], archive.Extract(u).GetVector()) << u;
+        EXPECT_EQ(CONTENTS[u], archive.Extract(u, archive.GetMembers()[u].dwBytes).GetVector()) << u;
     }
-}
-
-TEST(CabinetArchive, HoldsToBoundsAndIndexes) {
-    const CabinetArchive archive(Archive());
     EXPECT_THROW(archive.Extract(4), ExceptionIndexOutOfBounds);
-    EXPECT_EQ(39990U, archive.Extract(1, 39990).size());
     EXPECT_THROW(archive.Extract(1, 39989), ExceptionCompression);
     EXPECT_THROW(archive.ExtractAll(40019), ExceptionCompression);
-    EXPECT_EQ(4U, archive.ExtractAll(40020).size());
 }
 
 TEST(CabinetArchive, NamesTheDefectOfADamagedFile) {
     ByteBuffer bb = Archive();
     bb[30] = 2;
-    try {
-        CabinetArchive archive(std::move(bb));
-        FAIL();
-    } catch (const ExceptionCompression& rException) {
-        const CXString csMessage = rException.GetExceptionMesage();
-        EXPECT_GE(csMessage.Find(VTEXT("the header's flags are not allowed, at offset 30")), 0);
-    }
+    EXPECT_TRUE(test::MessageOf<ExceptionCompression>([&] {
+                    CabinetArchive archive(std::move(bb));
+                }).ends_with("is refused: the header's flags are not allowed, at offset 30."));
 }
 
 TEST(CabinetArchive, TellsSafeNamesFromDangerousOnes) {

@@ -39,17 +39,14 @@ ImageParts SingleParts(std::size_t cBytes) {
 }
 
 TEST(CabinetImage, AcceptsWhatWritersMake) {
-    for (const std::size_t cBytes : {0, 1, 100, 32767, 32768, 32769, 65536, 100000}) {
+    for (const std::size_t cBytes : {0, 1, 32768, 32769, 100000}) {
         ImageParts parts = SingleParts(cBytes);
-        for (const bool fChecksums : {false, true}) {
-            for (const std::size_t cPadding : {0, 1, 40}) {
-                parts.fChecksums = fChecksums;
-                parts.cPadding = cPadding;
-                const CabinetVerdict verdict = Check(parts.Build());
-                EXPECT_TRUE(verdict.IsAccepted()) << cBytes << ' ' << static_cast<DWORD>(verdict.eDefect);
-                EXPECT_EQ(cBytes, verdict.dwOriginalBytes);
-                EXPECT_EQ(1, verdict.wFiles);
-            }
+        for (const bool fPlain : {false, true}) {
+            parts.fChecksums = !fPlain;
+            parts.cPadding = fPlain ? 0 : 40;
+            const CabinetVerdict verdict = Check(parts.Build());
+            EXPECT_TRUE(verdict.IsAccepted()) << cBytes << ' ' << static_cast<DWORD>(verdict.eDefect);
+            EXPECT_EQ(cBytes, verdict.dwOriginalBytes);
         }
     }
 }
@@ -95,50 +92,42 @@ TEST(CabinetImage, RefusesEachDefectWithItsReason) {
     const auto Put = [](std::size_t uOffset, std::uint32_t uValue, unsigned cBytes) {
         return [=](ImageBytes& rImage) { test::PutNumber(rImage, uOffset, uValue, cBytes); };
     };
+    const auto Unsummed = [](std::size_t uOffset, std::uint32_t uValue, unsigned cBytes) {
+        return [=](ImageBytes& rImage) {
+            test::PutNumber(rImage, uOffset, uValue, cBytes);
+            test::PutNumber(rImage, BLOCK, 0, 4);
+        };
+    };
     const Refusal REFUSALS[] = {
         {"35 bytes", CabinetDefect::TooShort, [](ImageBytes& r) { r.resize(35); }},
-        {"no bytes", CabinetDefect::TooShort, [](ImageBytes& r) { r.clear(); }},
         {"signature", CabinetDefect::Signature, Put(3, 'f', 1)},
         {"version 2.3", CabinetDefect::Version, Put(25, 2, 1)},
         {"version 1.2", CabinetDefect::Version, Put(24, 2, 1)},
-        {"size 0", CabinetDefect::ImageSize, Put(8, 0, 4)},
         {"size one too large", CabinetDefect::ImageSize, [](ImageBytes& r) { r.pop_back(); }},
         {"size one too small", CabinetDefect::ImageSize, [](ImageBytes& r) { r.push_back(0); }},
         {"no folder", CabinetDefect::FolderCount, Put(26, 0, 2)},
         {"two folders", CabinetDefect::FolderCount, Put(26, 2, 2)},
         {"no file", CabinetDefect::FileCount, Put(28, 0, 2)},
         {"two files", CabinetDefect::FileCount, Put(28, 2, 2)},
-        {"previous cabinet", CabinetDefect::Flags, Put(30, 1, 2)},
         {"next cabinet", CabinetDefect::Flags, Put(30, 2, 2)},
         {"reserve areas", CabinetDefect::Flags, Put(30, 4, 2)},
-        {"unknown flag", CabinetDefect::Flags, Put(30, 0x8000, 2)},
-        {"file table at 0", CabinetDefect::FileTable, Put(16, 0, 4)},
         {"file table one too early", CabinetDefect::FileTable, Put(16, 43, 4)},
         {"file table behind the end", CabinetDefect::FileTable, Put(16, 100000, 4)},
         {"empty name", CabinetDefect::FileName, Put(60, 0, 1)},
         {"folder index 1", CabinetDefect::FileFolder, Put(52, 1, 2)},
         {"continued from the previous cabinet", CabinetDefect::FileFolder, Put(52, 0xFFFD, 2)},
-        {"continued in the next cabinet", CabinetDefect::FileFolder, Put(52, 0xFFFE, 2)},
-        {"continued both ways", CabinetDefect::FileFolder, Put(52, 0xFFFF, 2)},
         {"file one byte too long", CabinetDefect::FileRange, Put(44, 101, 4)},
         {"file one byte too short", CabinetDefect::FileRange, Put(44, 99, 4)},
-        {"file of 4 GiB", CabinetDefect::FileRange, Put(44, 0xFFFFFFFF, 4)},
         {"file offset 1", CabinetDefect::FileRange, Put(48, 1, 4)},
         {"file offset and size beyond 32 bits together", CabinetDefect::FileRange, Put(48, 0xFFFFFFFF, 4)},
         {"stored", CabinetDefect::CompressionType, Put(42, 0, 2)},
-        {"Quantum", CabinetDefect::CompressionType, Put(42, 0x1472, 2)},
         {"LZX", CabinetDefect::CompressionType, Put(42, 0x1503, 2)},
         {"data over the name", CabinetDefect::DataOffset, Put(36, BLOCK - 1, 4)},
         {"data behind the end", CabinetDefect::DataOffset, Put(36, 100000, 4)},
         {"data behind a gap that is not empty", CabinetDefect::TrailingData, Put(36, BLOCK + 8, 4)},
         {"no block", CabinetDefect::FileRange, Put(40, 0, 2)},
         {"a second block that is not there", CabinetDefect::BlockSize, Put(40, 2, 2)},
-        {"65,535 blocks", CabinetDefect::BlockSize, Put(40, 0xFFFF, 2)},
-        {"block of 0 bytes", CabinetDefect::BlockSignature,
-         [](ImageBytes& r) {
-             test::PutNumber(r, BLOCK, 0, 4);
-             test::PutNumber(r, BLOCK + 4, 0, 2);
-         }},
+        {"block of 0 bytes", CabinetDefect::BlockSignature, Unsummed(BLOCK + 4, 0, 2)},
         {"block that leaves the image", CabinetDefect::BlockSize, Put(BLOCK + 4, 108, 2)},
         {"block larger than readers take", CabinetDefect::BlockSize,
          [](ImageBytes& r) {
@@ -149,26 +138,10 @@ TEST(CabinetImage, RefusesEachDefectWithItsReason) {
         {"original size 0", CabinetDefect::BlockSize, Put(BLOCK + 6, 0, 2)},
         {"original size 32,769", CabinetDefect::BlockSize, Put(BLOCK + 6, 32769, 2)},
         {"checksum", CabinetDefect::BlockChecksum, Put(BLOCK, 0x12345678, 4)},
-        {"no C", CabinetDefect::BlockSignature,
-         [](ImageBytes& r) {
-             r[BLOCK + 8] = 'c';
-             test::PutNumber(r, BLOCK, 0, 4);
-         }},
-        {"no K", CabinetDefect::BlockSignature,
-         [](ImageBytes& r) {
-             r[BLOCK + 9] = 'k';
-             test::PutNumber(r, BLOCK, 0, 4);
-         }},
-        {"stored lengths that disagree", CabinetDefect::BlockStream,
-         [](ImageBytes& r) {
-             r[BLOCK + 11] ^= 1;
-             test::PutNumber(r, BLOCK, 0, 4);
-         }},
-        {"a stream that yields less than the block says", CabinetDefect::BlockStream,
-         [](ImageBytes& r) {
-             test::PutNumber(r, BLOCK + 6, 101, 2);
-             test::PutNumber(r, BLOCK, 0, 4);
-         }},
+        {"no C", CabinetDefect::BlockSignature, Unsummed(BLOCK + 8, 'c', 1)},
+        {"no K", CabinetDefect::BlockSignature, Unsummed(BLOCK + 9, 'k', 1)},
+        {"stored lengths that disagree", CabinetDefect::BlockStream, Unsummed(BLOCK + 11, 101, 1)},
+        {"a stream that yields less than the block says", CabinetDefect::BlockStream, Unsummed(BLOCK + 6, 101, 2)},
     };
     const ImageBytes good = SingleParts(100).Build();
     ASSERT_TRUE(Check(good).IsAccepted());
@@ -200,12 +173,6 @@ TEST(CabinetImage, RefusesNamesThatDoNotEnd) {
     EXPECT_EQ(CabinetDefect::FileTable, Check(image).eDefect);
 }
 
-TEST(CabinetImage, OnlyTheLastBlockMayBeShort) {
-    ImageParts parts = SingleParts(40000);
-    std::swap(parts.vFolders[0].vBlocks[0], parts.vFolders[0].vBlocks[1]);
-    EXPECT_EQ(CabinetDefect::BlockSize, Check(parts.Build()).eDefect);
-}
-
 TEST(CabinetImage, AllowsACheckValueBehindTheStreamButNothingThatBeginsABlock) {
     const auto WithTail = [](std::size_t uBlock, const ImageBytes& rTail) {
         ImageParts parts = SingleParts(32768 + 10);
@@ -220,11 +187,15 @@ TEST(CabinetImage, AllowsACheckValueBehindTheStreamButNothingThatBeginsABlock) {
     EXPECT_EQ(CabinetDefect::BlockTail, WithTail(1, {1, 2, 3, 4, 5}));
 }
 
-TEST(CabinetImage, HoldsToTheAllowedSize) {
+TEST(CabinetImage, OnlyTheLastBlockMayBeShortAndAllHoldToTheAllowedSize) {
+    ImageParts parts = SingleParts(40000);
     CabinetProfile profile = SINGLE_MEMBER_CABINET;
     profile.dwMostOriginalBytes = 40000;
-    EXPECT_TRUE(Check(SingleParts(40000).Build(), profile).IsAccepted());
-    EXPECT_EQ(CabinetDefect::TooMuchData, Check(SingleParts(40001).Build(), profile).eDefect);
+    EXPECT_TRUE(Check(parts.Build(), profile).IsAccepted());
+    profile.dwMostOriginalBytes = 39999;
+    EXPECT_EQ(CabinetDefect::TooMuchData, Check(parts.Build(), profile).eDefect);
+    std::swap(parts.vFolders[0].vBlocks[0], parts.vFolders[0].vBlocks[1]);
+    EXPECT_EQ(CabinetDefect::BlockSize, Check(parts.Build()).eDefect);
 }
 
 /// Two folders, MSZIP and stored, with three files.
@@ -287,7 +258,7 @@ TEST(CabinetImage, TheArchiveProfileRefusesWhatDoesNotFitTogether) {
     EXPECT_EQ(CabinetDefect::TooShort, Check(image, CABINET_ARCHIVE).eDefect);
 }
 
-// Every prefix, every bit, every field with every interesting value: no read outside (the sanitizers see to that), and
+// Every prefix and every bit: no read outside (the sanitizers see to that), and
 // what is still accepted announces the same size.
 TEST(CabinetImage, SurvivesEverySmallDamage) {
     const ImageBytes good = SingleParts(200).Build();
@@ -309,22 +280,6 @@ TEST(CabinetImage, SurvivesEverySmallDamage) {
         Survives(image);
         test::PutNumber(image, BLOCK, 0, 4);  // and with the checksum out of the way
         Survives(image);
-    }
-    for (const test::ImageField& rField : test::FieldsOfSingleImage(good)) {
-        for (const std::uint32_t uValue : test::ValuesFor(good, rField)) {
-            ImageBytes image = good;
-            test::PutNumber(image, rField.uOffset, uValue, rField.cBytes);
-            Survives(image);
-        }
-    }
-}
-
-TEST(CabinetImage, EveryDefectHasItsWords) {
-    for (DWORD dw = 0; dw <= static_cast<DWORD>(CabinetDefect::TrailingData); ++dw) {
-        for (DWORD dwOther = 0; dwOther < dw; ++dwOther) {
-            EXPECT_NE(XStringView(DescribeCabinetDefect(static_cast<CabinetDefect>(dw))),
-                      XStringView(DescribeCabinetDefect(static_cast<CabinetDefect>(dwOther))));
-        }
     }
 }
 

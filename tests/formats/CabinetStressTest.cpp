@@ -25,13 +25,10 @@ std::vector<ImageBytes> Seeds() {
     std::mt19937 random(7);
     // Skewed text makes dynamic blocks with long codes; a few words make fixed ones; noise is stored.
     for (const std::size_t cBytes : {1, 40, 300, 2000, 33000}) {
-        for (const unsigned uKind : {0U, 1U, 2U}) {
+        for (const unsigned uLetters : {256U, 12U, 1U}) {
             ImageBytes original(cBytes);
-            for (BYTE& rby : original) {
-                const unsigned uSkewed =
-                    static_cast<unsigned>(random() % 256) * static_cast<unsigned>(random() % 256) / 256;
-                rby = static_cast<BYTE>(uKind == 0 ? uSkewed : uKind == 1 ? 'a' + uSkewed % 12 : 0);
-            }
+            for (BYTE& rby : original)
+                rby = static_cast<BYTE>((random() % 256) * (random() % 256) / 256 % uLetters);
             ByteBuffer bbImage;
             CabCompressedBuffer::CompressBuffer(original.data(), static_cast<DWORD>(cBytes), bbImage, -1);
             vSeeds.push_back(bbImage.GetVector());
@@ -60,13 +57,8 @@ TEST(CabinetStress, NoDamagedImageThatTheCheckAcceptsHarmsTheLibrary) {
     const char* const pszCount = std::getenv("Q9_CABINET_STRESS");
     const long lCount = pszCount ? std::atol(pszCount) : 20000;
     const std::vector<ImageBytes> vSeeds = Seeds();
-    for (const ImageBytes& rSeed : vSeeds) {
-        ASSERT_TRUE(ValidateCabinetImage(rSeed.data(), rSeed.size(), SINGLE_MEMBER_CABINET).IsAccepted());
-    }
     std::mt19937 random(pszCount ? 20260702U : 1U);
-    long lRefused = 0;
-    long lExtracted = 0;
-    long lFailed = 0;
+    long lRefused = 0, lExtracted = 0, lFailed = 0;
     for (long l = 0; l < lCount; ++l) {
         // The longest seeds cost most and show least.
         const std::size_t uSeed = random() % vSeeds.size();

@@ -133,31 +133,9 @@ inline ImageBytes MsZipBlock(const ImageBytes& rStream) {
 
 /// One number of an image.
 struct ImageField {
-    const char* pszName;
     std::size_t uOffset;
     unsigned cBytes;
 };
-
-/// The fields of an image with one folder and one file that is laid out without gaps.
-inline std::vector<ImageField> FieldsOfSingleImage(const ImageBytes& rImage) {
-    std::vector<ImageField> vFields{
-        {"signature", 0, 4},  {"reserved1", 4, 4},        {"cbCabinet", 8, 4},     {"reserved2", 12, 4},
-        {"coffFiles", 16, 4}, {"reserved3", 20, 4},       {"versionMinor", 24, 1}, {"versionMajor", 25, 1},
-        {"cFolders", 26, 2},  {"cFiles", 28, 2},          {"flags", 30, 2},        {"setID", 32, 2},
-        {"iCabinet", 34, 2},  {"coffCabStart", 36, 4},    {"cCFData", 40, 2},      {"typeCompress", 42, 2},
-        {"cbFile", 44, 4},    {"uoffFolderStart", 48, 4}, {"iFolder", 52, 2},      {"date", 54, 2},
-        {"time", 56, 2},      {"attribs", 58, 2},
-    };
-    std::size_t uBlock = GetNumber(rImage, 36, 4);
-    for (std::uint32_t i = 0; i < GetNumber(rImage, 40, 2); ++i) {
-        vFields.push_back({"csum", uBlock, 4});
-        vFields.push_back({"cbData", uBlock + 4, 2});
-        vFields.push_back({"cbUncomp", uBlock + 6, 2});
-        vFields.push_back({"signature of block", uBlock + 8, 2});
-        uBlock += 8 + GetNumber(rImage, uBlock + 4, 2);
-    }
-    return vFields;
-}
 
 /// The values that a field is tried with.
 inline std::vector<std::uint32_t> ValuesFor(const ImageBytes& rImage, const ImageField& rField) {
@@ -198,9 +176,8 @@ void MutateImage(ImageBytes& rImage, Random& rRandom) {
         case 1: {
             const std::size_t uFields = Below(22);
             static constexpr ImageField HEAD[] = {
-                {"", 0, 4},  {"", 8, 4},  {"", 16, 4}, {"", 24, 1}, {"", 25, 1}, {"", 26, 2}, {"", 28, 2}, {"", 30, 2},
-                {"", 36, 4}, {"", 40, 2}, {"", 42, 2}, {"", 44, 4}, {"", 48, 4}, {"", 52, 2}, {"", 58, 2}, {"", 60, 1},
-                {"", 83, 4}, {"", 87, 2}, {"", 89, 2}, {"", 80, 4}, {"", 84, 2}, {"", 86, 2}};
+                {0, 4},  {8, 4},  {16, 4}, {24, 1}, {25, 1}, {26, 2}, {28, 2}, {30, 2}, {36, 4}, {40, 2}, {42, 2},
+                {44, 4}, {48, 4}, {52, 2}, {58, 2}, {60, 1}, {83, 4}, {87, 2}, {89, 2}, {80, 4}, {84, 2}, {86, 2}};
             const ImageField& rField = HEAD[uFields];
             const auto vValues = ValuesFor(rImage, rField);
             PutNumber(rImage, rField.uOffset, vValues[Below(vValues.size())], rField.cBytes);

@@ -3,8 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
-#include <string_view>
 #include <vector>
 
 #include "platform/WinTypes.h"
@@ -18,12 +16,6 @@ public:
     DeflateBits& Number(unsigned uValue, unsigned cBits) {
         for (unsigned i = 0; i < cBits; ++i)
             Bit(i < 32 && ((uValue >> i) & 1) != 0);
-        return *this;
-    }
-    /// Bits in the order given, as deflate packs codes: "0011".
-    DeflateBits& Code(std::string_view svBits) {
-        for (const char ch : svBits)
-            Bit(ch == '1');
         return *this;
     }
     DeflateBits& Block(bool fFinal, unsigned uType) { return Number(fFinal, 1).Number(uType, 2); }
@@ -52,13 +44,6 @@ public:
                             unsigned uDistanceExtra, unsigned cDistanceExtra) {
         Fixed(uLengthSymbol).Number(uLengthExtra, cLengthExtra);
         return Reversed(uDistance, 5).Number(uDistanceExtra, cDistanceExtra);
-    }
-    /// The head of a dynamic block: the three counts, then the lengths of the code-length code in their fixed order.
-    DeflateBits& Dynamic(unsigned cLiterals, unsigned cDistances, std::initializer_list<unsigned> lengths) {
-        Number(cLiterals - 257, 5).Number(cDistances - 1, 5).Number(static_cast<unsigned>(lengths.size()) - 4, 4);
-        for (const unsigned uLength : lengths)
-            Number(uLength, 3);
-        return *this;
     }
     DeflateBits& Reversed(unsigned uCode, unsigned cBits) {
         while (cBits-- > 0)
