@@ -2,22 +2,19 @@
 /// Mutates runs of attribute records as records: drops, doubles, swaps, replaces and nests them.
 #pragma once
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <random>
-#include <vector>
 
+#include "Fuzz.h"
 #include "utilities/attributebytes/AttributeBytes.h"
-#include "utilities/debuggingandexceptions/VelomException.h"
+#include "utilities/debuggingandexceptions/VelomExceptions.h"
 
 namespace vlm::test {
 
-using RecordBytes = std::vector<std::uint8_t>;
-
-inline void Require(bool bHolds) {
-    if (!bHolds) std::abort();
+/// Reads a state, or records; refused ones end in one of these.
+template <class Operation>
+bool IsRead(const Operation& rOperation) {
+    return IsTaken<ExceptionNotEnoughBytesForDesiredDataType, ExceptionUnhandledSyntax,
+                   ExceptionMissingOrBadAttributeBytesFormat, ExceptionDuplicateAttributeId>(rOperation);
 }
 
 class RecordMutator {
@@ -27,7 +24,7 @@ public:
     unsigned Below(std::size_t n) { return static_cast<unsigned>(m_oRandom() % n); }
 
     /// One to three changes to a run of records; what is behind the last good record stays as it is.
-    void MutateRecords(RecordBytes& rBytes) {
+    void MutateRecords(FuzzBytes& rBytes) {
         for (unsigned u = 0; u <= Below(3); ++u) {
             if (Below(3) == 0) {
                 MutateBytes(rBytes);
@@ -38,7 +35,7 @@ public:
     }
 
     /// A change that knows nothing of records.
-    void MutateBytes(RecordBytes& rBytes) {
+    void MutateBytes(FuzzBytes& rBytes) {
         if (rBytes.empty() || Below(8) == 0) {
             rBytes.insert(rBytes.begin() + Below(rBytes.size() + 1), static_cast<std::uint8_t>(m_oRandom()));
             return;
@@ -66,8 +63,8 @@ public:
     }
 
     /// A record of any kind; `uDepth` bounds the lists in it.
-    RecordBytes MakeRecord(unsigned uDepth = 3) {
-        RecordBytes bytes;
+    FuzzBytes MakeRecord(unsigned uDepth = 3) {
+        FuzzBytes bytes;
         AppendIdentifier(bytes);
         static constexpr std::uint8_t FIXED[] = {0, 0, 0, 4, 0, 1, 8, 8, 4, 10, 0, 0, 8};
         const auto byTag = static_cast<std::uint8_t>(2 + Below(11));
@@ -77,7 +74,7 @@ public:
         if (byTag == 4) AppendText(bytes);
         for (int i = 0; i < FIXED[byTag]; ++i)
             bytes.push_back(static_cast<std::uint8_t>(Below(3)));
-        RecordBytes payload;
+        FuzzBytes payload;
         if (byTag == 10) payload.assign(Below(9), 0xAB);
         if (byTag == 11) {
             bytes.push_back(static_cast<std::uint8_t>(Below(4)));
@@ -94,18 +91,16 @@ public:
     }
 
 private:
-    static void Append(RecordBytes& rTo, const RecordBytes& rMore) {
-        rTo.insert(rTo.end(), rMore.begin(), rMore.end());
-    }
+    static void Append(FuzzBytes& rTo, const FuzzBytes& rMore) { rTo.insert(rTo.end(), rMore.begin(), rMore.end()); }
 
-    void AppendText(RecordBytes& rBytes) {
+    void AppendText(FuzzBytes& rBytes) {
         const unsigned cUnits = Below(4);
         rBytes.insert(rBytes.end(), {static_cast<std::uint8_t>(cUnits), 0});
         for (unsigned u = 0; u < cUnits; ++u) {
             rBytes.insert(rBytes.end(), {static_cast<std::uint8_t>('A' + Below(3)), 0});
         }
     }
-    void AppendIdentifier(RecordBytes& rBytes) {
+    void AppendIdentifier(FuzzBytes& rBytes) {
         const auto byTag = static_cast<std::uint8_t>(2 + Below(8));
         rBytes.push_back(byTag);
         if (byTag == 7 || byTag == 8) rBytes.insert(rBytes.end(), {static_cast<std::uint8_t>(Below(3)), 0});
@@ -116,7 +111,7 @@ private:
         }
     }
 
-    void MutateOneRecord(RecordBytes& rBytes) {
+    void MutateOneRecord(FuzzBytes& rBytes) {
         // Where the good records begin and end.
         std::vector<std::size_t> bounds{0};
         const BYTE* pbyCursor = rBytes.data();
@@ -131,13 +126,13 @@ private:
         const auto at = [&rBytes](std::size_t i) { return rBytes.begin() + static_cast<std::ptrdiff_t>(i); };
         const std::size_t cRecords = bounds.size() - 1;
         const std::size_t i = cRecords == 0 ? 0 : Below(cRecords);
-        const RecordBytes made = MakeRecord();
+        const FuzzBytes made = MakeRecord();
         switch (cRecords == 0 ? 0 : Below(5)) {
             case 1:  // drop
                 rBytes.erase(at(bounds[i]), at(bounds[i + 1]));
                 break;
             case 2: {  // double
-                const RecordBytes record(at(bounds[i]), at(bounds[i + 1]));
+                const FuzzBytes record(at(bounds[i]), at(bounds[i + 1]));
                 rBytes.insert(at(bounds[Below(bounds.size())]), record.begin(), record.end());
                 break;
             }
@@ -156,11 +151,20 @@ private:
     std::mt19937 m_oRandom;
 };
 
-/// Hands a mutated input back to the fuzzer: as much of it as fits.
-inline std::size_t GiveBack(const RecordBytes& rBytes, std::uint8_t* pby, std::size_t cMost) {
-    const std::size_t cBytes = std::min(rBytes.size(), cMost);
-    std::copy_n(rBytes.begin(), cBytes, pby);
-    return cBytes;
+/// Keeps the head of a state, most of the time, and changes the records behind it.
+inline std::size_t MutateBehindHead(std::size_t cHead, std::uint8_t* pby, std::size_t cBytes, std::size_t cMost,
+                                    unsigned uSeed) {
+    RecordMutator oMutator(uSeed);
+    FuzzBytes state(pby, pby + cBytes);
+    if (cBytes < cHead || oMutator.Below(16) == 0) {
+        oMutator.MutateBytes(state);
+        return GiveBack(state, pby, cMost);
+    }
+    FuzzBytes records(state.begin() + static_cast<std::ptrdiff_t>(cHead), state.end());
+    oMutator.MutateRecords(records);
+    state.resize(cHead);
+    state.insert(state.end(), records.begin(), records.end());
+    return GiveBack(state, pby, cMost);
 }
 
 }  // namespace vlm::test

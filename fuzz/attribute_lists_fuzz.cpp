@@ -8,9 +8,8 @@
 #include "utilities/attributebytes/AttributeBytesNumberIds.h"
 #include "utilities/attributebytes/AttributeBytesNumberValues.h"
 #include "utilities/attributebytes/AttributeBytesRawList.h"
-#include "utilities/debuggingandexceptions/VelomExceptions.h"
 
-using vlm::test::Require;
+using namespace vlm::test;
 
 namespace {
 
@@ -21,23 +20,10 @@ unsigned WalkDown(const AttributeBytesRawList& rList) {
         if (!rshpoRecord->GetAttributeBytesValue().IsList()) continue;
         const auto& rValue = static_cast<const AttributeBytesListValue&>(rshpoRecord->GetAttributeBytesValue());
         const unsigned uInner = 1 + rValue.GetAttributeBytesRawList().GetNestingDepth();
-        try {
-            Require(1 + WalkDown(rValue.GetAttributeBytesRawList()) <= uInner);
-        } catch (const VelomException&) {  // a bad record in the inner list
-        }
+        IsRead([&] { Require(1 + WalkDown(rValue.GetAttributeBytesRawList()) <= uInner); });
         uDepth = std::max(uDepth, uInner);
     }
     return uDepth;
-}
-
-void WalkDownChecked(const AttributeBytesRawList& rList) {
-    try {
-        const unsigned uDepth = WalkDown(rList);
-        Require(uDepth == rList.GetNestingDepth() && uDepth <= vlm::bounds::MAX_LIST_NESTING);
-    } catch (const ExceptionNotEnoughBytesForDesiredDataType&) {
-    } catch (const ExceptionUnhandledSyntax&) {
-    } catch (const ExceptionMissingOrBadAttributeBytesFormat&) {
-    }
 }
 
 }  // namespace
@@ -45,30 +31,23 @@ void WalkDownChecked(const AttributeBytesRawList& rList) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cBytes) {
     const ByteBuffer bbState(pby, cBytes);
     AttributeBytesRawList oRawList;
-    try {
-        oRawList.ImportAttributeBytesRawListState(bbState);
+    if (IsRead([&] { oRawList.ImportAttributeBytesRawListState(bbState); })) {
         Require(oRawList.GetAttributeBytesRawListState() == bbState);
-        WalkDownChecked(oRawList);
-    } catch (const ExceptionNotEnoughBytesForDesiredDataType&) {
-    } catch (const ExceptionMissingOrBadAttributeBytesFormat&) {
+        IsRead([&] {
+            const unsigned uDepth = WalkDown(oRawList);
+            Require(uDepth == oRawList.GetNestingDepth() && uDepth <= vlm::bounds::MAX_LIST_NESTING);
+        });
     }
-
     AttributeBytesIndexedList oIndexedList;
     oIndexedList.AddAttributeBytes(AttributeBytes(AttributeBytesNameSpacesId(-77), AttributeBytesIntegerValue(1)));
     const ByteBuffer bbFormer = oIndexedList.GetAttributeBytesIndexedListState();
-    bool fImported = false;
-    try {
+    const bool fImported = IsRead([&] {
         if (oRawList.IsEmpty()) {
             oIndexedList.ImportAttributeBytesIndexedListState(bbState);
         } else {
             oIndexedList.ImportFromRawList(oRawList);
         }
-        fImported = true;
-    } catch (const ExceptionNotEnoughBytesForDesiredDataType&) {
-    } catch (const ExceptionUnhandledSyntax&) {
-    } catch (const ExceptionMissingOrBadAttributeBytesFormat&) {
-    } catch (const ExceptionDuplicateAttributeId&) {
-    }
+    });
     const ByteBuffer bbWritten = oIndexedList.GetAttributeBytesIndexedListState();
     Require(fImported || bbWritten == bbFormer);
     AttributeBytesIndexedList oAgain;
@@ -83,19 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cByte
     return 0;
 }
 
-/// Keeps the signatures, most of the time, and changes the records behind them.
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* pby, std::size_t cBytes, std::size_t cMost,
                                                unsigned int uSeed) {
-    vlm::test::RecordMutator oMutator(uSeed);
-    vlm::test::RecordBytes state(pby, pby + cBytes);
-    const std::size_t cHead = cBytes > 3 && state[2] == 'I' ? 8 : 4;
-    if (cBytes < cHead || oMutator.Below(16) == 0) {
-        oMutator.MutateBytes(state);
-        return vlm::test::GiveBack(state, pby, cMost);
-    }
-    vlm::test::RecordBytes records(state.begin() + static_cast<std::ptrdiff_t>(cHead), state.end());
-    oMutator.MutateRecords(records);
-    state.resize(cHead);
-    state.insert(state.end(), records.begin(), records.end());
-    return vlm::test::GiveBack(state, pby, cMost);
+    return MutateBehindHead(cBytes > 3 && pby[2] == 'I' ? 8 : 4, pby, cBytes, cMost, uSeed);
 }

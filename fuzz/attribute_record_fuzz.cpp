@@ -1,14 +1,13 @@
 /// @file
 /// Fuzz target: records laid end to end.  What is read is written canonically, and reads back as the same.
 #include "RecordMutator.h"
-#include "utilities/debuggingandexceptions/VelomExceptions.h"
 
-using vlm::test::Require;
+using namespace vlm::test;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cBytes) {
     const BYTE* pbyCursor = pby;
     auto dwRemaining = static_cast<DWORD>(cBytes);
-    try {
+    IsRead([&] {
         while (dwRemaining != 0) {
             const BYTE* const pbyRecord = pbyCursor;
             const AttributeBytesSharedPtr shpoRecord =
@@ -20,16 +19,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cByte
             const AttributeBytes oCopy(oAgain);
             Require(oCopy == oAgain && !(oCopy < oAgain) && !(oAgain < oCopy));
         }
-    } catch (const ExceptionNotEnoughBytesForDesiredDataType&) {
-    } catch (const ExceptionUnhandledSyntax&) {
-    } catch (const ExceptionMissingOrBadAttributeBytesFormat&) {
-    }
+    });
     return 0;
 }
 
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* pby, std::size_t cBytes, std::size_t cMost,
                                                unsigned int uSeed) {
-    vlm::test::RecordBytes records(pby, pby + cBytes);
-    vlm::test::RecordMutator(uSeed).MutateRecords(records);
-    return vlm::test::GiveBack(records, pby, cMost);
+    return MutateBehindHead(0, pby, cBytes, cMost, uSeed);
 }

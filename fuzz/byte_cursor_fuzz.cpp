@@ -3,20 +3,16 @@
 /// back.
 ///
 /// Input: the first byte counts the reads (n); the next n bytes choose the reader; the rest is the data.
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <vector>
 
+#include "Fuzz.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
 #include "utilities/utilitiesdll/ByteBuffer.h"
 #include "utilities/utilitiesdll/DriverVersion.h"
 
-namespace {
+using vlm::test::Require;
 
-void Require(bool fCondition) {
-    if (!fCondition) std::abort();
-}
+namespace {
 
 /// Reads one value and appends it to `rbbAgain`.
 void ReadOne(unsigned uReader, const BYTE*& rpbyCursor, DWORD& rdwRemaining, ByteBuffer& rbbAgain) {

@@ -1,27 +1,22 @@
 /// @file
 /// Fuzzes the check of cabinet images together with the library behind it: whatever the check accepts must extract to
 /// exactly what it announced.
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <random>
 #include <vector>
 
+#include "Fuzz.h"
 #include "support/CabinetImages.h"
 #include "utilities/compression/CabCompressedBuffer.h"
 #include "utilities/compression/CabinetArchive.h"
 #include "utilities/compression/CabinetImage.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
 
+using vlm::test::IsTaken;
+using vlm::test::Require;
+
 namespace {
 
 constexpr DWORD MOST_BYTES = 4 * 1024 * 1024;  // keeps a bomb from eating the time of a run
-
-void Require(bool f, const char* pszWhat) {
-    if (f) return;
-    std::fprintf(stderr, "broken promise: %s\n", pszWhat);
-    std::abort();
-}
 
 void TrySingle(const ByteBuffer& kbbImage) {
     vlm::CabinetProfile profile = vlm::SINGLE_MEMBER_CABINET;
@@ -30,11 +25,8 @@ void TrySingle(const ByteBuffer& kbbImage) {
     Require(verdict.uOffset <= kbbImage.size(), "a defect lies inside the image");
     if (!verdict.IsAccepted()) return;
     ByteBuffer bbOriginal;
-    try {
-        CabCompressedBuffer::UncompressBuffer(kbbImage, bbOriginal);
-    } catch (const ExceptionCompression&) {
-        return;  // the library may be stricter, but it fails cleanly
-    }
+    // The library may be stricter, but it fails cleanly.
+    if (!IsTaken<ExceptionCompression>([&] { CabCompressedBuffer::UncompressBuffer(kbbImage, bbOriginal); })) return;
     Require(bbOriginal.size() == verdict.dwOriginalBytes, "an accepted image extracts to its announced size");
     ByteBuffer bbAgain;
     CabCompressedBuffer::CompressBuffer(bbOriginal.data(), bbOriginal.GetLength(), bbAgain, 1);
@@ -44,14 +36,13 @@ void TrySingle(const ByteBuffer& kbbImage) {
 }
 
 void TryArchive(const ByteBuffer& kbbImage) {
-    try {
+    IsTaken<ExceptionCompression>([&] {
         const CabinetArchive archive(kbbImage);
         const std::vector<ByteBuffer> vbb = archive.ExtractAll(MOST_BYTES);
         Require(vbb.size() == archive.GetMembers().size(), "every member is extracted");
         for (const CabinetArchive::Member& rMember : archive.GetMembers())
             CabinetArchive::IsSafeName(rMember.csName);
-    } catch (const ExceptionCompression&) {
-    }
+    });
 }
 
 }  // namespace
@@ -70,7 +61,5 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* pby, std::size_t cB
     vlm::test::ImageBytes image(pby, pby + cBytes);
     for (unsigned c = 1 + random() % 3; c > 0; --c)
         vlm::test::MutateImage(image, random);
-    if (image.size() > cMost) image.resize(cMost);
-    std::copy(image.begin(), image.end(), pby);
-    return image.size();
+    return vlm::test::GiveBack(image, pby, cMost);
 }

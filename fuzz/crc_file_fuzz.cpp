@@ -2,26 +2,20 @@
 /// Fuzzes files with a checksum on a disk in memory, against a slow reading of the same rules.  Bytes 0 to 3 are the
 /// limit; the rest is the file.
 #include <algorithm>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <random>
 #include <vector>
 
+#include "Fuzz.h"
 #include "support/FakePlatform.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
 #include "utilities/utilitiesdll/SimpleFileWithCrc.h"
+
+using vlm::test::Require;
 
 namespace {
 
 const XCHAR* const PATH = VTEXT("C:\\file.bin");
 constexpr std::size_t LIMIT_BYTES = 4, HEADER_BYTES = 8;
-
-void Require(bool f, const char* pszWhat) {
-    if (f) return;
-    std::fprintf(stderr, "broken promise: %s\n", pszWhat);
-    std::abort();
-}
 
 /// The definition, bit by bit.
 std::uint32_t SlowCrc(const std::uint8_t* pby, std::size_t cBytes) {
@@ -77,16 +71,14 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* pby, std::size_t cB
     std::vector<std::uint8_t> vby(pby, pby + cBytes);
     if (random() % 3 == 0) vby.resize(random() % (2 * cBytes + 20));
     if (!vby.empty()) vby[random() % vby.size()] ^= static_cast<std::uint8_t>(1 + random() % 255);
-    if (vby.size() > cMost) vby.resize(cMost);
     if (vby.size() >= LIMIT_BYTES + HEADER_BYTES && random() % 4 != 0) {
-        const std::size_t cFront = LIMIT_BYTES + HEADER_BYTES;
-        const std::uint32_t uCrc = SlowCrc(vby.data() + cFront, vby.size() - cFront);
-        for (unsigned i = 0; i < 4; ++i)
-            vby[LIMIT_BYTES + i] = static_cast<std::uint8_t>(uCrc >> (8 * i));
-        const auto uLimit = static_cast<std::uint32_t>(random() % 2 ? 0 : vby.size() - cFront + random() % 3 - 1);
-        for (unsigned i = 0; i < 4; ++i)
+        const std::size_t cData = vby.size() - LIMIT_BYTES - HEADER_BYTES;
+        const std::uint32_t uCrc = SlowCrc(vby.data() + LIMIT_BYTES + HEADER_BYTES, cData);
+        const auto uLimit = static_cast<std::uint32_t>(random() % 2 ? 0 : cData + random() % 3 - 1);
+        for (unsigned i = 0; i < 4; ++i) {
             vby[i] = static_cast<std::uint8_t>(uLimit >> (8 * i));
+            vby[LIMIT_BYTES + i] = static_cast<std::uint8_t>(uCrc >> (8 * i));
+        }
     }
-    std::copy(vby.begin(), vby.end(), pby);
-    return vby.size();
+    return vlm::test::GiveBack(vby, pby, cMost);
 }

@@ -2,21 +2,15 @@
 /// Fuzzes the framing of encrypted data: whatever decrypts encrypts to the same bytes again; whatever does not leaves
 /// everything as it was.  Byte 0 chooses switches and password; the rest is the data.
 #include <algorithm>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
+#include "Fuzz.h"
 #include "utilities/utilitiesdll/KestrixEncryption.h"
+
+using vlm::test::Require;
 
 namespace {
 
 constexpr BYTE SALT[KestrixEncryption::SALT_BYTES] = {'1', '2', '3', '4', '5', '6', '7', '8'};
-
-void Require(bool f, const char* pszWhat) {
-    if (f) return;
-    std::fprintf(stderr, "broken promise: %s\n", pszWhat);
-    std::abort();
-}
 
 /// Encrypts what was decrypted, with the salt that the data had.
 void EncryptAgain(const ByteBuffer& kbbData, const ByteBuffer& kbbText, const BYTE* pbyPassword, bool fFramed) {

@@ -1,20 +1,17 @@
 /// @file
 /// Fuzz target: any format text over any arguments gives a bounded, terminated text, and a smaller buffer a start of
 /// it.
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "Fuzz.h"
 #include "utilities/utilitiesdll/CXString.h"
 #include "utilities/utilitiesdll/Format.h"
 
-namespace {
+using vlm::test::Require;
 
-void Require(bool bHolds) {
-    if (!bHolds) std::abort();
-}
+namespace {
 
 /// One argument of the kind that a byte names, with a value from the bytes behind it.
 vlm::FormatArg MakeArg(std::uint8_t byKind, std::uint64_t ullValue) {

@@ -1,19 +1,12 @@
 /// @file
 /// Fuzz target: the decoded part of a hexadecimal text encodes to that part again, and bytes survive the way there and
 /// back.
-#include <cstdint>
-#include <cstdlib>
 #include <vector>
 
+#include "Fuzz.h"
 #include "utilities/utilitiesdll/HexText.h"
 
-namespace {
-
-void Require(bool bHolds) {
-    if (!bHolds) std::abort();
-}
-
-}  // namespace
+using vlm::test::Require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cBytes) {
     CXString csText;

@@ -4,27 +4,21 @@
 /// "k" section, key (deletes); "s" section (deletes).  Of one input in 64 the first operation is made on a
 /// file, too, which takes longer than all others.
 #include <algorithm>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "Fuzz.h"
 #include "environment/UTF8Ini.h"
 #include "support/FakePlatform.h"
 #include "support/IniModel.h"
+
+using vlm::test::Require;
 
 namespace {
 
 using vlm::test::IniModel;
 
 const XCHAR* const PATH = VTEXT("C:\\file.ini");
-
-void Require(bool f, const char* pszWhat) {
-    if (f) return;
-    std::fprintf(stderr, "broken promise: %s\n", pszWhat);
-    std::abort();
-}
 
 std::vector<std::string> Split(const std::string& rText, char chBetween) {
     std::vector<std::string> vPieces(1);

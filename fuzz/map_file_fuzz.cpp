@@ -1,21 +1,15 @@
 /// @file
 /// Fuzzes map files: records hold nothing but parts of their file, and the index answers as the walk over them does.
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 
+#include "Fuzz.h"
 #include "environment/MapFile.h"
 #include "environment/detail/product/MappingDataIndex.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
 
-namespace {
+using vlm::test::Require;
 
-void Require(bool f, const char* pszWhat) {
-    if (f) return;
-    std::fprintf(stderr, "broken promise: %s\n", pszWhat);
-    std::abort();
-}
+namespace {
 
 void Ask(const std::vector<MappingData>& rvoRecords, vlm::MappingDataIndex& rIndex, XStringView question) {
     std::size_t uName = vlm::MappingDataIndex::NOT_FOUND, uOid = vlm::MappingDataIndex::NOT_FOUND;

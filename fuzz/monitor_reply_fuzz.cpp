@@ -1,21 +1,18 @@
 /// @file
 /// Fuzz target: what the port monitor's client takes from outside.  A reply that is accepted is exactly what its
 /// encoder writes, value lists keep their pointers inside the reply, and a version is found in any bytes or not at all.
-#include <cstdint>
-#include <cstdlib>
 #include <vector>
 
+#include "Fuzz.h"
 #include "environment/PortMonitor.h"
 #include "environment/PortMonitorFilesImpl.h"
 #include "environment/PortMonitorReply.h"
 
+using vlm::test::Require;
+
 namespace {
 
 using vlm::PortMonitorReply;
-
-void Require(bool bHolds) {
-    if (!bHolds) std::abort();
-}
 
 void CheckNames(const ByteBuffer& rbbReply) {
     std::vector<CXString> vcsNames;

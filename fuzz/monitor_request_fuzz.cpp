@@ -1,18 +1,15 @@
 /// @file
 /// Fuzz target: requests to the port monitor.  What is taken apart is written as the same bytes, and what is then
 /// allowed lies inside the base of its hive.
-#include <cstdint>
-#include <cstdlib>
 #include <vector>
 
+#include "Fuzz.h"
 #include "environment/PortMonitorRequestRules.h"
 #include "portmonitor/RequestDecision.h"
 
-namespace {
+using vlm::test::Require;
 
-void Require(bool bHolds) {
-    if (!bHolds) std::abort();
-}
+namespace {
 
 void CheckDecision(const vlm::PortMonitorRequest& rRequest, const vlm::RequestCaller& rCaller) {
     vlm::RequestDecision oDecision;

@@ -2,10 +2,9 @@
 /// Fuzz target: what several callers make of several channels.  The input's bytes choose callers, channels, requests
 /// and handles; a watcher beside the registry knows on its own account who may touch what, and a model knows which
 /// handles are whose.
-#include <cstdint>
-#include <cstdlib>
 #include <map>
 
+#include "Fuzz.h"
 #include "portmonitor/MonitorBench.h"
 #include "portmonitor/WatchedRegistry.h"
 
@@ -14,26 +13,6 @@ namespace {
 using namespace vlm;
 using namespace vlm::test;
 using Access = WatchedRegistry::Access;
-
-void Require(bool bHolds) {
-    if (!bHolds) std::abort();
-}
-
-/// Takes numbers from the input; 0 when it is used up.
-class Choices {
-public:
-    Choices(const std::uint8_t* pby, std::size_t cBytes) : m_pby(pby), m_cBytes(cBytes) {}
-    bool IsEmpty() const { return m_cBytes == 0; }
-    unsigned Next(unsigned cChoices) {
-        if (m_cBytes == 0) return 0;
-        --m_cBytes;
-        return *m_pby++ % cChoices;
-    }
-
-private:
-    const std::uint8_t* m_pby;
-    std::size_t m_cBytes;
-};
 
 const XCHAR* const PATHS[] = {VTEXT(""),
                               VTEXT("a"),

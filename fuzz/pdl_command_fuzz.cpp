@@ -1,20 +1,14 @@
 /// @file
 /// Fuzzes PDL command files and the expansion of instructions: bounded, and all or nothing.
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
+#include "Fuzz.h"
 #include "environment/PdlCommands.h"
 #include "utilities/Bounds.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
 
-namespace {
+using vlm::test::Require;
 
-void Require(bool f, const char* pszWhat) {
-    if (f) return;
-    std::fprintf(stderr, "broken promise: %s\n", pszWhat);
-    std::abort();
-}
+namespace {
 
 void Expand(XStringView text) {
     const LONG alValues[] = {600, -1};

@@ -2,20 +2,17 @@
 /// Fuzz target: what a TCP/IP port monitor answers.  A configuration that is accepted is written as a record that reads
 /// as the same, and its texts are where the record has them.
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
+#include "Fuzz.h"
 #include "environment/TCPPortRecords.h"
+
+using vlm::test::Require;
 
 namespace {
 
 using vlm::TCPPortData;
-
-void Require(bool bHolds) {
-    if (!bHolds) std::abort();
-}
 
 void CheckText(const BYTE* pby, std::size_t cAt, const CXString& kcsText, int iMaxUnits) {
     Require(kcsText.GetLength() <= iMaxUnits && kcsText.Find(XCHAR{0}) < 0);

@@ -3,14 +3,16 @@
 /// that lie, texts without terminators, blocks whose pointers lead anywhere.  Nothing outside the buffers is read, at
 /// most five calls are made for one value, and what is handed on stays within its size.
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
+#include "Fuzz.h"
 #include "environment/Printer.h"
 #include "support/FakePlatform.h"
 #include "utilities/Bounds.h"
 #include "utilities/debuggingandexceptions/VelomException.h"
+
+using vlm::test::IsTaken;
+using vlm::test::Require;
 
 namespace {
 
@@ -19,25 +21,7 @@ using vlm::test::SpoolerCall;
 
 constexpr const XCHAR* DATA = VTEXT("PrinterDriverData");
 
-void Require(bool bHolds) {
-    if (!bHolds) std::abort();
-}
-
-/// The bytes of the input, one after the other; zeros behind the end.
-struct Input {
-    const std::uint8_t* pby;
-    std::size_t cBytes;
-    bool IsAtEnd() const { return cBytes == 0; }
-    std::uint8_t Byte() {
-        if (cBytes == 0) return 0;
-        --cBytes;
-        return *pby++;
-    }
-    std::uint16_t Word() {
-        const std::uint16_t wLow = Byte();
-        return static_cast<std::uint16_t>(wLow | Byte() << 8);
-    }
-};
+using Input = vlm::test::Choices;
 
 DWORD TakeSize(Input& rInput, const SpoolerCall& rCall) {
     switch (rInput.Byte() % 8) {
@@ -75,7 +59,7 @@ std::optional<Status> Answer(Input& rInput, SpoolerCall& rCall) {
     static constexpr Status STATUSES[] = {Status::Success,      Status::Success,      Status::InsufficientBuffer,
                                           Status::MoreData,     Status::FileNotFound, static_cast<Status>(1722),
                                           Status::AccessDenied, Status::InvalidHandle};
-    if (rInput.IsAtEnd()) return std::nullopt;
+    if (rInput.IsEmpty()) return std::nullopt;
     const std::uint8_t byAction = rInput.Byte();
     if (byAction >= 0xC0) return std::nullopt;
     const DWORD cbNeeded = TakeSize(rInput, rCall);
@@ -85,15 +69,6 @@ std::optional<Status> Answer(Input& rInput, SpoolerCall& rCall) {
     if (rCall.plAnswer) *rCall.plAnswer = LONG{rInput.Byte()} - 128;
     if (rCall.pTarget) Fill(rInput, rCall);
     return STATUSES[byAction % std::size(STATUSES)];
-}
-
-/// What may throw what the library throws.
-template <class Operation>
-void Try(Operation&& operation) {
-    try {
-        operation();
-    } catch (const VelomException&) {
-    }
 }
 
 void ReadValues(Printer& rPrinter) {
@@ -107,26 +82,27 @@ void ReadValues(Printer& rPrinter) {
     std::vector<CXString> vcsNames;
     Require(Printer::EnumPrinterDataNames(hPrinter, DATA, vcsNames) == 0 || vcsNames.empty());
     Require(Printer::EnumPrinterKeyW(hPrinter, VTEXT(""), vcsNames) == 0 || vcsNames.empty());
-    Try([&] { rPrinter.GetPrinterProductUniqueIdFromIniFile(); });
-    Try([&] { rPrinter.GetPrinterModelIdFromIniFile(); });
-    Try([&] { rPrinter.GetPrinterModelVersion(); });
+    IsTaken<VelomException>([&] { rPrinter.GetPrinterProductUniqueIdFromIniFile(); });
+    IsTaken<VelomException>([&] { rPrinter.GetPrinterModelIdFromIniFile(); });
+    IsTaken<VelomException>([&] { rPrinter.GetPrinterModelVersion(); });
 }
 
 void ReadBlocks(Printer& rPrinter) {
     for (const DWORD dwLevel : {1u, 2u, 4u, 5u, 7u, 8u, 9u}) {
-        Try([&] { rPrinter.GetPrinterInfo(dwLevel); });
+        IsTaken<VelomException>([&] { rPrinter.GetPrinterInfo(dwLevel); });
         Require((rPrinter.GetPrinterInfoPtr() != nullptr) == (rPrinter.GetPrinterInfoSize() != 0));
     }
     ByteBuffer bbBlock;
     CXString csText;
     std::vector<CXString> vcsNames;
-    Try([&] { rPrinter.GetPrinterInfo2AndConvertToPrinterInfo5(); });
-    Try([&] { rPrinter.GetPrinterInfo2AndConvertToPrinterInfo9(); });
-    Try([&] { rPrinter.GetRawSystemDefaultDevmode(bbBlock); });
-    Try([&] { rPrinter.GetRawUserDefaultDevmode(bbBlock); });
-    Try([&] { csText = rPrinter.GetPrintDriverName() + rPrinter.GetShareName() + rPrinter.GetServerName(); });
-    Try([&] { csText = rPrinter.GetPrinterPort() + rPrinter.GetPrintProcessorName(); });
-    Try([&] { rPrinter.IsPrintDriverInstalledMultipleTimes(); });
+    IsTaken<VelomException>([&] { rPrinter.GetPrinterInfo2AndConvertToPrinterInfo5(); });
+    IsTaken<VelomException>([&] { rPrinter.GetPrinterInfo2AndConvertToPrinterInfo9(); });
+    IsTaken<VelomException>([&] { rPrinter.GetRawSystemDefaultDevmode(bbBlock); });
+    IsTaken<VelomException>([&] { rPrinter.GetRawUserDefaultDevmode(bbBlock); });
+    IsTaken<VelomException>(
+        [&] { csText = rPrinter.GetPrintDriverName() + rPrinter.GetShareName() + rPrinter.GetServerName(); });
+    IsTaken<VelomException>([&] { csText = rPrinter.GetPrinterPort() + rPrinter.GetPrintProcessorName(); });
+    IsTaken<VelomException>([&] { rPrinter.IsPrintDriverInstalledMultipleTimes(); });
     rPrinter.GetSupportedTrays(vcsNames);
     rPrinter.IsIppPrinter();
     rPrinter.GetCurrentPrinterIPOrHost(csText);
@@ -152,7 +128,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cByte
     vlm::test::FakePlatform& rFake = Platform();
     const vlm::PlatformScope oScope(rFake.Get());
     Printer oPrinter(VTEXT("Queue"), Printer::THROW);
-    Input oInput{pby + 1, cBytes - 1};
+    Input oInput(pby + 1, cBytes - 1);
     std::size_t cSame = 0;
     const void* pLast = nullptr;
     rFake.printing.SetCallScript([&](SpoolerCall& rCall) {

@@ -1,17 +1,17 @@
 /// @file
 /// Fuzzes the unpacking of product cabinet files on a disk in memory: nothing outside the target is touched, and what
 /// is refused leaves nothing.
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <vector>
 
+#include "Fuzz.h"
 #include "environment/detail/product/CabinetUnpacker.h"
 #include "environment/detail/product/FolderTree.h"
 #include "support/CabinetImages.h"
 #include "support/FakePlatform.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
+
+using vlm::test::Require;
 
 namespace {
 
@@ -20,16 +20,10 @@ using vlm::test::XString;
 constexpr const XCHAR *CAB = VTEXT("C:\\d\\p.cab"), *TARGET = VTEXT("C:\\d\\Velom\\Data");
 constexpr XStringView INSIDE = VTEXT("C:\\d\\Velom\\Data\\");
 
-void Require(bool f, const char* pszWhat) {
-    if (f) return;
-    std::fprintf(stderr, "broken promise: %s\n", pszWhat);
-    std::abort();
-}
-
 /// Unpacks a cabinet file, and those in it.  @return whether it was accepted.
 bool Unpack() {
     namespace folders = vlm::folders;
-    try {
+    return vlm::test::IsTaken<ExceptionCompression, ExceptionFileOperationCompression, ExceptionFile>([] {
         vlm::CabinetUnpacker oUnpacker(TARGET);
         oUnpacker.Extract(CAB);
         std::vector<std::pair<CXString, CXString>> vNested;
@@ -44,12 +38,7 @@ bool Unpack() {
         for (const auto& [csFolder, csName] : vNested)
             oUnpacker.ExtractNested(csFolder, csName);
         oUnpacker.MoveIn();
-        return true;
-    } catch (const ExceptionCompression&) {
-    } catch (const ExceptionFileOperationCompression&) {
-    } catch (const ExceptionFile&) {
-    }
-    return false;
+    });
 }
 
 }  // namespace

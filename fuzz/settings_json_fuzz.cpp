@@ -1,20 +1,18 @@
 /// @file
 /// Fuzz target: the settings JSON, both ways.  A document is refused with an exception of the family, or what it builds
 /// prints a document that builds the same bytes; a state that decodes prints such a document, too.
-#include <cstdlib>
 
+#include "Fuzz.h"
 #include "JsonText.h"
 #include "Settings.h"
 #include "SettingsText.h"
 #include "utilities/debuggingandexceptions/VelomException.h"
 
+using vlm::test::Require;
+
 namespace {
 
 using namespace vlm::tool;
-
-void Require(bool fHolds) {
-    if (!fHolds) std::abort();
-}
 
 /// Prints settings and builds them again: as many bytes (flags other than 0 and 1 become 1), and from then on the same
 /// bytes and the same text.

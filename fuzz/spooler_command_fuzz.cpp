@@ -3,13 +3,12 @@
 /// beyond the size that it tells; a TCP/IP port that was accepted tells a record that configures it again unchanged;
 /// data that was accepted comes back as it was.
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <span>
 #include <vector>
 
+#include "Fuzz.h"
 #include "support/FakeSpoolerGround.h"
 
 namespace vlm::test {
@@ -20,10 +19,6 @@ constexpr BYTE GUARD = 0xA5;
 constexpr const XCHAR* COMMANDS[] = {
     VTEXT("AddPort"),    VTEXT("DeletePort"),  VTEXT("ConfigPort"),  VTEXT("GetConfigInfo"), VTEXT("PortIsValid"),
     VTEXT("PortExists"), VTEXT("HostAddress"), VTEXT("SNMPEnabled"), VTEXT("MonitorUI"),     VTEXT("")};
-
-void Require(bool bHolds) {
-    if (!bHolds) std::abort();
-}
 
 /// One spooler, empty at the beginning of each input.
 struct Spooler {

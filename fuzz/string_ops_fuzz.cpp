@@ -2,34 +2,20 @@
 /// Fuzz target: a program of string operations, run on shared strings and on standard strings as the model, always
 /// agrees.
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "Fuzz.h"
 #include "utilities/utilitiesdll/CXString.h"
 #include "utilities/utilitiesdll/MemoryPool.h"
+
+using vlm::test::Require;
 
 namespace {
 
 using Text = std::basic_string<XCHAR>;
 
-void Require(bool bHolds) {
-    if (!bHolds) std::abort();
-}
-
 constexpr std::size_t SLOTS = 4;
 constexpr std::size_t MAX_MODEL_UNITS = 4000;
-
-/// Bytes of the input, 0 when they are used up.
-struct Input {
-    const std::uint8_t* m_pby;
-    std::size_t m_cBytes;
-    std::uint8_t Next() {
-        if (m_cBytes == 0) return 0;
-        --m_cBytes;
-        return *m_pby++;
-    }
-};
 
 std::size_t ReplaceAll(Text& rstrText, const Text& kstrOld, const Text& kstrNew) {
     std::size_t cReplaced = 0;
@@ -50,15 +36,15 @@ Text Folded(Text strText, XCHAR chFirst, int iShift) {
 
 class Machine {
 public:
-    void Step(Input& roInput) {
-        const std::uint8_t byOperation = roInput.Next();
-        const std::size_t uTarget = roInput.Next() % SLOTS;
+    void Step(vlm::test::Choices& roInput) {
+        const std::uint8_t byOperation = roInput.Byte();
+        const std::size_t uTarget = roInput.Byte() % SLOTS;
         CXString& rcs = m_acs[uTarget];
         Text& rstr = m_astr[uTarget];
         // The second operand is another string or a part of any, the target itself included.
-        const std::size_t uOther = roInput.Next() % SLOTS;
-        const int iPlace = static_cast<std::int8_t>(roInput.Next());
-        const int iCount = static_cast<std::int8_t>(roInput.Next());
+        const std::size_t uOther = roInput.Byte() % SLOTS;
+        const int iPlace = static_cast<std::int8_t>(roInput.Byte());
+        const int iCount = static_cast<std::int8_t>(roInput.Byte());
         const XCHAR ch = static_cast<XCHAR>("abAB zZ\t"[iCount & 7]);
         const std::size_t uFirst =
             std::min<std::size_t>(static_cast<std::size_t>(std::max(iPlace, 0)), m_astr[uOther].size());
@@ -175,8 +161,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cByte
     const std::int64_t llBefore = MemoryPool::GetOutstandingBlocks();
     {
         Machine oMachine;
-        Input oInput{pby, std::min<std::size_t>(cBytes, 4096)};
-        while (oInput.m_cBytes > 0) {
+        vlm::test::Choices oInput(pby, std::min<std::size_t>(cBytes, 4096));
+        while (!oInput.IsEmpty()) {
             oMachine.Step(oInput);
             oMachine.Check();
         }

@@ -1,19 +1,12 @@
 /// @file
 /// Fuzz target: what is accepted survives the way there and back; replacing always gives well-formed text.
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "Fuzz.h"
 #include "utilities/utilitiesdll/TextCodec.h"
 
-namespace {
-
-void Require(bool bHolds) {
-    if (!bHolds) std::abort();
-}
-
-}  // namespace
+using vlm::test::Require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cBytes) {
     const std::string strBytes(reinterpret_cast<const char*>(pby), cBytes);

@@ -2,22 +2,14 @@
 /// Texts of values: hexadecimal runs, numbers, versions and times read any text, and what they accept reads back.
 ///
 /// Input: UTF-16 units, little-endian; an odd last byte is ignored.
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 
+#include "Fuzz.h"
 #include "utilities/utilitiesdll/ByteBuffer.h"
 #include "utilities/utilitiesdll/DriverVersion.h"
 #include "utilities/utilitiesdll/Number.h"
 #include "utilities/utilitiesdll/UtcTime.h"
 
-namespace {
-
-void Require(bool fCondition) {
-    if (!fCondition) std::abort();
-}
-
-}  // namespace
+using vlm::test::Require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cBytes) {
     ByteBuffer bbText(pby, cBytes - cBytes % 2);
