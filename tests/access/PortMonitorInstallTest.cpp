@@ -40,12 +40,18 @@ std::string ContentsHex(const FakePlatform& rFake, const XCHAR* pszPath) {
     return ovby ? ToHex(*ovby) : "(none)";
 }
 
-TEST(PortMonitorInstall, CopiesRegistersAndAsks) {
+/// A driver to install from, and a spooler that answers.
+class PortMonitorInstall : public testing::Test {
+protected:
+    PortMonitorInstall() { AddDriver(oFake); }
+
     FakePlatform oFake;
-    AddDriver(oFake);
-    const PlatformScope oScope(oFake.Get());
-    const RecordingSink oSink;
+    const PlatformScope oScope{oFake.Get()};
+    RecordingSink oSink;
     VelomPortMonitor oMonitor;
+};
+
+TEST_F(PortMonitorInstall, CopiesRegistersAndAsks) {
     EXPECT_FALSE(oMonitor.IsVelomPortMonitorInstalled(false));
     EXPECT_TRUE(oMonitor.InstallAndUpgrade(false));
     ASSERT_EQ(oFake.spooler.Monitors().size(), 1u);
@@ -64,7 +70,7 @@ TEST(PortMonitorInstall, CopiesRegistersAndAsks) {
         EXPECT_FALSE(rReport.fError) << rReport.text;
 }
 
-TEST(PortMonitorInstall, OnlyAnOlderFileIsReplaced) {
+TEST(PortMonitorInstallFiles, OnlyAnOlderFileIsReplaced) {
     const struct {
         std::vector<BYTE> vbyThere;
         bool fReplaced;
@@ -79,11 +85,7 @@ TEST(PortMonitorInstall, OnlyAnOlderFileIsReplaced) {
     }
 }
 
-TEST(PortMonitorInstall, UpgradesByAFileBesideTheOneInForce) {
-    FakePlatform oFake;
-    AddDriver(oFake);
-    const PlatformScope oScope(oFake.Get());
-    VelomPortMonitor oMonitor;
+TEST_F(PortMonitorInstall, UpgradesByAFileBesideTheOneInForce) {
     ASSERT_TRUE(oMonitor.InstallAndUpgrade(false));
     oFake.files.AddFile(SHIPPED, Dll(V5_0_2_0));
     EXPECT_TRUE(oMonitor.InstallAndUpgrade(false));
@@ -107,21 +109,17 @@ TEST(PortMonitorInstall, UpgradesByAFileBesideTheOneInForce) {
     EXPECT_FALSE(oMonitor.InstallAndUpgrade(true)) << "a monitor that does not answer";
 }
 
-TEST(PortMonitorInstall, WhatIsMissingIsNotFatalUntilTheSpoolerMissesIt) {
-    FakePlatform oFake;
-    AddDriver(oFake);
+TEST_F(PortMonitorInstall, WhatIsMissingIsNotFatalUntilTheSpoolerMissesIt) {
     oFake.process.SetSystemFolder(VTEXT(""));
-    const PlatformScope oScope(oFake.Get());
     EXPECT_TRUE(VelomPortMonitor().InstallAndUpgrade(true)) << "an embedded spooler has no folder";
     EXPECT_TRUE(VelomPortMonitor().UpgradeVelomPortMonitor());
     oFake.spooler.DeleteMonitorByName(MONITOR_NAME, nullptr);
     oFake.spooler.SetMissingDll(VTEXT("q7lrsl.dll"));
-    VelomPortMonitor oMonitor;
     EXPECT_FALSE(oMonitor.InstallAndUpgrade(true));
     EXPECT_EQ(oMonitor.GetLastStatus(), ToDword(Status::ModuleNotFound));
 }
 
-TEST(PortMonitorInstall, VersionsAreFoundInAnyBytes) {
+TEST(PortMonitorInstallFiles, VersionsAreFoundInAnyBytes) {
     const auto Find = [](const std::vector<BYTE>& rvbyFile) {
         return FindFileVersion(ByteBuffer(rvbyFile.data(), rvbyFile.size()));
     };
@@ -134,9 +132,7 @@ TEST(PortMonitorInstall, VersionsAreFoundInAnyBytes) {
     EXPECT_EQ(Find(vbyTwice), DriverVersion(5, 1, 3, 4)) << "a key without its signature is passed over";
 }
 
-TEST(PortMonitorInstall, TheNameComesFromTheLanguageResourcesWhereTheyAre) {
-    FakePlatform oFake;
-    const PlatformScope oScope(oFake.Get());
+TEST_F(PortMonitorInstall, TheNameComesFromTheLanguageResourcesWhereTheyAre) {
     const auto hModule = reinterpret_cast<HINSTANCE>(std::uintptr_t{0x10000});
     EXPECT_EQ(VelomPortMonitor::GetPortMonitorName(), MONITOR_NAME);
     oFake.process.AddResources(VTEXT("C:\\Driver\\Velom\\V5.0\\Language Data\\x64\\Neutral\\q9txt073.dll"), hModule);
@@ -159,7 +155,7 @@ void CheckFiles(FakePlatform& rFake) {
     }
 }
 
-TEST(PortMonitorInstall, WhateverFailsNoFileIsAPart) {
+TEST(PortMonitorInstallFaults, NoFileIsAPart) {
     FaultLoop oLoop;
     oLoop.vModes = {FaultMode::FailOnce, FaultMode::FailFrom, FaultMode::ShortOnce, FaultMode::KillAt,
                     FaultMode::KillTorn};
@@ -184,12 +180,7 @@ TEST(PortMonitorInstall, WhateverFailsNoFileIsAPart) {
     EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 20u);
 }
 
-TEST(PortMonitorRemoval, RemovesTheMonitorAndBothFiles) {
-    FakePlatform oFake;
-    AddDriver(oFake);
-    const PlatformScope oScope(oFake.Get());
-    RecordingSink oSink;
-    VelomPortMonitor oMonitor;
+TEST_F(PortMonitorInstall, RemovesTheMonitorAndBothFiles) {
     ASSERT_TRUE(oMonitor.InstallAndUpgrade(false));
     EXPECT_TRUE(oMonitor.DeleteOurMonitor(false));
     EXPECT_FALSE(oMonitor.IsChannelOpen());
@@ -205,12 +196,7 @@ TEST(PortMonitorRemoval, RemovesTheMonitorAndBothFiles) {
               1u);
 }
 
-TEST(PortMonitorRemoval, AFileInUseGoesAtTheNextStart) {
-    FakePlatform oFake;
-    AddDriver(oFake);
-    const PlatformScope oScope(oFake.Get());
-    RecordingSink oSink;
-    VelomPortMonitor oMonitor;
+TEST_F(PortMonitorInstall, AFileInUseGoesAtTheNextStart) {
     ASSERT_TRUE(oMonitor.InstallAndUpgrade(false));
     HANDLE hFile = nullptr;
     ASSERT_EQ(oFake.files.Open(LOADER, {}, hFile), Status::Success);
@@ -234,7 +220,7 @@ TEST(PortMonitorRemoval, AFileInUseGoesAtTheNextStart) {
               1u);
 }
 
-TEST(PortMonitorRemoval, WhateverFailsARemovalCanBeRepeated) {
+TEST(PortMonitorInstallFaults, ARemovalCanBeRepeated) {
     FaultLoop oLoop;
     oLoop.vModes = {FaultMode::FailOnce, FaultMode::FailFrom, FaultMode::KillAt};
     oLoop.vStatuses = {Status::AccessDenied, Status::SharingViolation};

@@ -308,9 +308,11 @@ TEST(RegistryKeyFaults, EveryOperationGivesItsAnswerOrItsDefault) {
         rFake.identity.SetProcessIdentity(Elevated());
         rFake.registry.AddDword(VTEXT("HKEY_LOCAL_MACHINE\\Sub"), VTEXT("n"), 3);
         rFake.registry.AddText(VTEXT("HKEY_LOCAL_MACHINE\\Sub\\Below\\Deep"), VTEXT("t"), VTEXT("text"));
+        rFake.registry.AddKey(VTEXT("HKEY_LOCAL_MACHINE\\Copy\\Old"));
     };
     oLoop.fnRun = [] {
-        return Attempt<ExceptionRegistryRequest, ExceptionOutOfMemory>([] {
+        bool fDone = false;
+        Attempt<ExceptionRegistryRequest, ExceptionOutOfMemory>([&] {
             RegistryKey oKey(Hive(12), VTEXT("Sub"), AS_NEEDED, OWN);
             oKey.OpenRegistryKey(RegistryKey::FULL_ACCESS);
             const LONG lValue = oKey.GetLongValue(VTEXT("n"), -7);
@@ -328,11 +330,20 @@ TEST(RegistryKeyFaults, EveryOperationGivesItsAnswerOrItsDefault) {
                 throw std::logic_error("a failed list must be empty");
             RegistryKey oCopy(Hive(12), AS_NEEDED, OWN);
             oCopy.CreateRegistryKey(VTEXT("Copy"), RegistryKey::FULL_ACCESS);
-            oCopy.CopyKeyAndSubkeysFrom(oKey);
+            const bool fCopied = oCopy.CopyKeyAndSubkeysFrom(oKey);
+            if (fCopied != (oCopy.GetLastStatus() == 0)) throw std::logic_error("neither copied nor refused");
+            const bool fDeleted = oCopy.DeleteKeyAndSubkeys(VTEXT("Below"));
+            if (fDeleted != (oCopy.GetLastStatus() == 0)) throw std::logic_error("neither deleted nor refused");
+            fDone = fCopied && fDeleted;
         });
+        return fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed;
     };
-    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {
-        EXPECT_TRUE(rFake.registry.HasKey(VTEXT("HKEY_LOCAL_MACHINE\\Sub\\Below\\Deep")));
+    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome eOutcome) {
+        EXPECT_TRUE(rFake.registry.ValueAt(VTEXT("HKEY_LOCAL_MACHINE\\Sub\\Below\\Deep"), VTEXT("t")));
+        EXPECT_TRUE(rFake.registry.HasKey(VTEXT("HKEY_LOCAL_MACHINE\\Copy\\Old")));
+        if (eOutcome == FaultOutcome::Succeeded) {
+            EXPECT_FALSE(rFake.registry.HasKey(VTEXT("HKEY_LOCAL_MACHINE\\Copy\\Below")));
+        }
     };
     EXPECT_GT(RunFaultLoop(oLoop).ullFaults, 100u);
 }

@@ -2,7 +2,9 @@
 /// The keys below a registry key, on the registry in memory and on the system's.
 #include <algorithm>
 
+#include "platform/RegistryHandleImpl.h"
 #include "support/RegistryKeyFixture.h"
+#include "utilities/registry/detail/RegistryTree.h"
 
 namespace vlm::test {
 
@@ -118,6 +120,87 @@ TEST_P(RegistryKeyTree, HandlesPassFromCopyToCopy) {
 }
 
 Q9_REGISTRY_SUITE(RegistryKeyTree);
+
+// ---- the walks behind it: nothing is followed, nothing is endless ----
+
+constexpr DWORD ALL = RegistryPort::RIGHTS_ALL;
+
+HKEY Machine() {
+    return Registry().RootKey(RegistryPort::Root::LocalMachine);
+}
+
+RegistryHandle OpenKey(const XCHAR* pszPath) {
+    RegistryHandle oKey;
+    EXPECT_EQ(Registry().Open(Machine(), pszPath, ALL, oKey.Receive()), Status::Success);
+    return oKey;
+}
+
+class RegistryTreeTest : public testing::Test {
+protected:
+    /// Source\{A\{Deep}, B}, each with a value of its own name.
+    RegistryTreeTest() {
+        for (const XCHAR* pszKey :
+             {VTEXT("Source"), VTEXT("Source\\A"), VTEXT("Source\\A\\Deep"), VTEXT("Source\\B")}) {
+            const XString path = XString(VTEXT("HKEY_LOCAL_MACHINE\\")) + pszKey;
+            m_oFake.registry.AddText(path, VTEXT("Name"), pszKey);
+            m_oFake.registry.AddDword(path, VTEXT(""), 7);
+        }
+    }
+    bool Has(const XCHAR* pszKey) const {
+        return m_oFake.registry.HasKey(XString(VTEXT("HKEY_LOCAL_MACHINE\\")) + pszKey);
+    }
+
+    FakePlatform m_oFake;
+    PlatformScope m_oScope{m_oFake.Get()};
+};
+
+TEST_F(RegistryTreeTest, LinksGoAndTheirTargetsStay) {
+    m_oFake.registry.AddText(VTEXT("HKEY_LOCAL_MACHINE\\Victim\\Below"), VTEXT("v"), VTEXT("precious"));
+    m_oFake.registry.AddLink(VTEXT("HKEY_LOCAL_MACHINE\\Source\\A\\Deep\\Link"), VTEXT("HKEY_LOCAL_MACHINE\\Victim"));
+    m_oFake.registry.AddLink(VTEXT("HKEY_LOCAL_MACHINE\\Direct"), VTEXT("HKEY_LOCAL_MACHINE\\Victim"));
+    EXPECT_EQ(DeleteRegistryTree(Machine(), VTEXT("Source")), Status::Success);
+    EXPECT_EQ(DeleteRegistryTree(Machine(), VTEXT("Direct")), Status::Success);
+    EXPECT_FALSE(Has(VTEXT("Source")));
+    EXPECT_FALSE(Has(VTEXT("Direct")));
+    EXPECT_EQ(DeleteRegistryTree(Machine(), nullptr), Status::InvalidParameter);
+    EXPECT_TRUE(m_oFake.registry.ValueAt(VTEXT("HKEY_LOCAL_MACHINE\\Victim\\Below"), VTEXT("v")).has_value());
+}
+
+TEST_F(RegistryTreeTest, ACopyNeitherReadsNorWritesThroughLinks) {
+    m_oFake.registry.AddText(VTEXT("HKEY_LOCAL_MACHINE\\Secret"), VTEXT("v"), VTEXT("secret"));
+    m_oFake.registry.AddLink(VTEXT("HKEY_LOCAL_MACHINE\\Source\\A\\Link"), VTEXT("HKEY_LOCAL_MACHINE\\Secret"));
+    m_oFake.registry.AddKey(VTEXT("HKEY_LOCAL_MACHINE\\Target"));
+    const RegistryHandle oSource = OpenKey(VTEXT("Source")), oTarget = OpenKey(VTEXT("Target"));
+    EXPECT_EQ(CopyRegistryTree(oSource.Get(), oTarget.Get()), Status::Success);
+    EXPECT_FALSE(Has(VTEXT("Target\\A\\Link")));
+    m_oFake.registry.AddLink(VTEXT("HKEY_LOCAL_MACHINE\\Trap\\B"), VTEXT("HKEY_LOCAL_MACHINE\\Secret"));
+    const RegistryHandle oTrap = OpenKey(VTEXT("Trap"));
+    EXPECT_EQ(CopyRegistryTree(oSource.Get(), oTrap.Get()), Status::AccessDenied);
+    EXPECT_FALSE(m_oFake.registry.ValueAt(VTEXT("HKEY_LOCAL_MACHINE\\Secret"), VTEXT("Name")).has_value());
+    // A value that would make a link of its key is not written.
+    m_oFake.registry.AddValue(VTEXT("HKEY_LOCAL_MACHINE\\Source"), VTEXT("SymbolicLinkValue"), RegistryPort::TYPE_LINK,
+                              {1});
+    EXPECT_EQ(CopyRegistryTree(oSource.Get(), oTarget.Get()), Status::Success);
+    EXPECT_FALSE(m_oFake.registry.ValueAt(VTEXT("HKEY_LOCAL_MACHINE\\Target"), VTEXT("SymbolicLinkValue")).has_value());
+}
+
+TEST_F(RegistryTreeTest, EveryLimitHoldsOnBothSides) {
+    m_oFake.registry.AddKey(VTEXT("HKEY_LOCAL_MACHINE\\Target"));
+    const RegistryHandle oSource = OpenKey(VTEXT("Source")), oTarget = OpenKey(VTEXT("Target"));
+    // Three keys below the source, two levels, and their data: four numbers and the four texts with their zeros.
+    const ULONGLONG cbData = 4 * 4 + 2 * ((6 + 8 + 13 + 8) + 4);
+    const auto Copy = [&](ULONGLONG cKeys, std::size_t cLevels, ULONGLONG cbMost) {
+        return CopyRegistryTree(oSource.Get(), oTarget.Get(), {cKeys, cLevels, cbMost});
+    };
+    EXPECT_EQ(Copy(3, 2, cbData), Status::Success);
+    EXPECT_EQ(Copy(2, 2, cbData), Status::NoSystemResources);
+    EXPECT_EQ(Copy(3, 1, cbData), Status::NoSystemResources);
+    EXPECT_EQ(Copy(3, 2, cbData - 1), Status::NoSystemResources);
+    EXPECT_EQ(DeleteRegistryTree(Machine(), VTEXT("Target"), {3, 2, 0}), Status::NoSystemResources);
+    EXPECT_TRUE(Has(VTEXT("Target")));
+    EXPECT_EQ(DeleteRegistryTree(Machine(), VTEXT("Source"), {4, 1, 0}), Status::NoSystemResources);
+    EXPECT_EQ(DeleteRegistryTree(Machine(), VTEXT("Source"), {4, 2, 0}), Status::Success);
+}
 
 }  // namespace
 

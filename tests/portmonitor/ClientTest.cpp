@@ -15,19 +15,8 @@ namespace {
 constexpr auto VERSION = HKeyRegistry::Hkey_Machine_Version;
 constexpr auto USER = HKeyRegistry::Hkey_User_Version;
 
-/// A platform whose embedded spooler leads to the monitor, and a user with few rights.
-class Client : public testing::Test {
+class Client : public testing::Test, protected MonitorBench {
 protected:
-    Client() {
-        m_oFake.spooler.AddMonitor(VTEXT("Velom Virtualization Port"), VTEXT("q7lrsl.dll"));
-        m_oFake.registry.AddKey(VERSION_PATH);
-        m_oFake.registry.AddKey(XString(VTEXT("HKEY_USERS\\")) + OWN_SID +
-                                VTEXT("\\Software\\Velom\\PrinterDriver\\V5.0"));
-        m_oFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(OWN_SID));
-    }
-
-    FakePlatform m_oFake;
-    const PlatformScope m_oScope{m_oFake.Get()};
     VelomPortMonitor m;
     const CXString m_csKey = VTEXT("Key"), v = VTEXT("v");
 };
@@ -121,7 +110,7 @@ TEST_F(Client, UsersReachTheirOwnTreesAndNobodyElses) {
     EXPECT_TRUE(m.SetLongValue(USER, m_csKey, v, 3));
     const XString path =
         XString(VTEXT("HKEY_USERS\\")) + OWN_SID + VTEXT("\\Software\\Velom\\PrinterDriver\\V5.0\\Key");
-    EXPECT_TRUE(m_oFake.registry.ValueAt(path, VTEXT("v")));
+    EXPECT_TRUE(oFake.registry.ValueAt(path, VTEXT("v")));
     EXPECT_FALSE(m.SetLongValue(USER, m_csKey, v, 3, OTHER_SID));
     EXPECT_EQ(m.GetLastStatus(), ToDword(Status::AccessDenied));
     EXPECT_TRUE(m.DoesValueExist(USER, m_csKey, v, OTHER_SID)) << "a refusal is not an absence";
@@ -131,17 +120,17 @@ TEST_F(Client, UsersReachTheirOwnTreesAndNobodyElses) {
                                lValue));
     EXPECT_EQ(lValue, 4);
     const XString storage = XString(STORAGE_PATH) + VTEXT("\\");
-    m_oFake.registry.AddKey(storage + OTHER_SID + VTEXT("\\a\\b"));
+    oFake.registry.AddKey(storage + OTHER_SID + VTEXT("\\a\\b"));
     EXPECT_FALSE(m.RemoveLRSDataForUser(OTHER_SID));
     EXPECT_TRUE(m.RemoveLRSDataForUser(OWN_SID));
-    EXPECT_FALSE(m_oFake.registry.HasKey(storage + OWN_SID));
-    EXPECT_TRUE(m_oFake.registry.HasKey(storage + OTHER_SID + VTEXT("\\a\\b")));
+    EXPECT_FALSE(oFake.registry.HasKey(storage + OWN_SID));
+    EXPECT_TRUE(oFake.registry.HasKey(storage + OTHER_SID + VTEXT("\\a\\b")));
     EXPECT_FALSE(m.RemoveLRSData());
-    m_oFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(OTHER_SID, IdentityPort::INTEGRITY_HIGH, true));
+    oFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(OTHER_SID, IdentityPort::INTEGRITY_HIGH, true));
     EXPECT_FALSE(m.RemoveLRSData()) << "the channel was opened by somebody else";
     EXPECT_TRUE(VelomPortMonitor().RemoveLRSData());
-    EXPECT_FALSE(m_oFake.registry.HasKey(STORAGE_PATH));
-    EXPECT_TRUE(m_oFake.registry.HasKey(VERSION_PATH));
+    EXPECT_FALSE(oFake.registry.HasKey(STORAGE_PATH));
+    EXPECT_TRUE(oFake.registry.HasKey(VERSION_PATH));
 }
 
 TEST_F(Client, AnEmbeddedSpoolerKnowsTheMonitorByItsFile) {

@@ -150,10 +150,12 @@ inline std::string Dump(RegistryPort& rRegistry, HKEY hKey, const std::string& r
     return text;
 }
 
-/// The platform in memory with the monitor on it.  At the beginning a standard user is impersonated.
+/// The platform in memory with the monitor on it, by channels of its own and behind the spooler.  At the beginning a
+/// standard user is impersonated.
 class MonitorBench {
 public:
     MonitorBench() : m_oScope(oFake.Get()) {
+        oFake.spooler.AddMonitor(VTEXT("Velom Virtualization Port"), VTEXT("q7lrsl.dll"));
         oFake.registry.AddKey(STORAGE_PATH);
         oFake.registry.AddKey(CXString(VTEXT("HKEY_USERS\\")) + OWN_SID + VTEXT("\\Software\\Velom"));
         ActAs(OWN_SID);

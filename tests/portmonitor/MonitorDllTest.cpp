@@ -12,6 +12,7 @@
 
 #include "MonitorBench.h"
 #include "platform/SpoolerPort.h"
+#include "utilities/registry/RegistryKey.h"
 
 namespace vlm::test {
 
@@ -23,9 +24,6 @@ constexpr auto VERSION = HKeyRegistry::Hkey_Machine_Version;
 
 SpoolerPort& Spooler() {
     return *GetSystemPlatform().pSpooler;
-}
-RegistryPort& SystemRegistry() {
-    return *GetSystemPlatform().pRegistry;
 }
 
 std::wstring SystemFile(const wchar_t* pszName) {
@@ -200,11 +198,7 @@ TEST_F(MonitorDll, EveryCodeIsAnswered) {
 
 TEST_F(MonitorDll, StorageIsRemoved) {
     const auto Exists = [](const XString& rPath) {
-        HKEY hKey = nullptr;
-        const HKEY hMachine = SystemRegistry().RootKey(RegistryPort::Root::LocalMachine);
-        const Status eStatus = SystemRegistry().Open(hMachine, rPath.c_str(), RegistryPort::RIGHTS_READ, hKey);
-        if (eStatus == Status::Success) SystemRegistry().Close(hKey);
-        return eStatus == Status::Success;
+        return RegistryKey::TryOpenRegistryKey(HKeyRegistry::Hkey_Local_Machine, XStringView(rPath)) != nullptr;
     };
     const XString storage = VTEXT("Software\\Velom\\PrinterDriver\\V5.0\\LowRightsStorage");
     for (const XCHAR* pszSid : {OWN_SID, OTHER_SID}) {

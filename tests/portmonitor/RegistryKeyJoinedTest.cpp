@@ -20,18 +20,6 @@ namespace {
 
 constexpr auto VERSION = HKeyRegistry::Hkey_Machine_Version;
 
-/// A user of few rights, and a monitor behind the spooler.
-struct JoinedBench {
-    JoinedBench() {
-        oFake.spooler.AddMonitor(VTEXT("Velom Virtualization Port"), VTEXT("q7lrsl.dll"));
-        oFake.registry.AddKey(VERSION_PATH);
-        oFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(OWN_SID));
-    }
-
-    FakePlatform oFake;
-    const PlatformScope oScope{oFake.Get()};
-};
-
 /// What a key answered, one line for each operation with the status behind it.
 class Transcript {
 public:
@@ -80,6 +68,8 @@ std::vector<std::string> UseEverything(bool fDirect) {
         oNotes.Note("string", oKey.GetStringValue(pszName, VTEXT("default")));
         oNotes.Note("bytes", oKey.GetBytesValue(pszName, bbBack));
         oNotes.Note("bytes", bbBack.getAsHexBinaryString());
+        DWORD dwType = 0;
+        if (*pszName != 0 && oKey.GetValue(pszName, bbBack, &dwType)) oNotes.Note("type", dwType);
     }
     for (const LONG lModulus : {3, -1000, 1, -1}) {
         oNotes.Note("count", oKey.GetIncLongValue(VTEXT("counter"), std::numeric_limits<LONG>::max(), lModulus));
@@ -124,7 +114,7 @@ std::vector<std::string> UseEverything(bool fDirect) {
 TEST(RegistryKeyJoined, AForwardedKeyAnswersLikeADirectOne) {
     std::vector<std::string> vDirect, vForwarded;
     for (const bool fDirect : {true, false}) {
-        JoinedBench oBench;
+        MonitorBench oBench;
         const XString path = XString(VERSION_PATH) + VTEXT("\\Key");
         oBench.oFake.registry.AddValue(path, VTEXT("two texts"), RegistryPort::TYPE_SZ, FromHex("410000004200"));
         oBench.oFake.registry.AddValue(path, VTEXT("list"), RegistryPort::TYPE_MULTI_SZ, FromHex("410000004200000000"));
@@ -140,7 +130,7 @@ TEST(RegistryKeyJoined, AForwardedKeyAnswersLikeADirectOne) {
 }
 
 TEST(RegistryKeyJoined, RefusalsAreToldApartAndTheKeyGoesToItsCopy) {
-    JoinedBench oBench;
+    MonitorBench oBench;
     RegistryKey oFirst(VERSION, RegistryKey::AS_NEEDED, RegistryKey::OWN_TREE);
     oFirst.CreateRegistryKey(VTEXT("Key"), RegistryKey::READ_WRITE_ACCESS);
     RegistryKey oKey(oFirst);

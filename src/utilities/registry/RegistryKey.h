@@ -133,7 +133,7 @@ public:
     /// @return whether it was read; the buffer is empty otherwise.
     bool GetBytesValue(const CXString& kcsName, ByteBuffer& rbbValue) noexcept;
     /// The common read: the data as it is stored.
-    /// @param pdwType the value's type, when not null.
+    /// @param pdwType the value's type, when not null; 0 for the default value of a forwarded key.
     /// @return false, with an empty buffer, when there is no such value, access is denied or no key is open, and after
     ///         any other failure, which is reported as an error.
     bool GetValue(const CXString& kcsName, ByteBuffer& rbbData, DWORD* pdwType = nullptr) noexcept;
