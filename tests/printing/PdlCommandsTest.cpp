@@ -7,7 +7,6 @@
 #include <string>
 
 #include "support/Bytes.h"
-#include "support/FaultLoop.h"
 #include "support/Narrow.h"
 #include "support/RecordingSink.h"
 #include "utilities/Bounds.h"
@@ -142,18 +141,6 @@ TEST(PdlCommandsTest, LinesAreFoundByFeatureOptionAndLanguage) {
     EXPECT_FALSE(oCommands.GetPDLLine(VTEXT("d"), VTEXT("Q"), PdlType::PCL6, csLine));
     EXPECT_FALSE(oCommands.GetPDLLine(VTEXT("D"), VTEXT(""), PdlType::PCL6, csLine));
     EXPECT_FALSE(oCommands.GetPDLLine(VTEXT("D"), VTEXT("Q"), PdlType::PCL5, csLine));
-}
-
-TEST(PdlCommandsTest, EveryFaultEndsInAnException) {
-    FaultLoop oLoop;
-    oLoop.fnRun = [] {
-        return Attempt<ExceptionOutOfMemory>([] {
-            const PdlCommands oCommands = Parse(Item("<Description>D</Description><Instruction>1</Instruction>"));
-            ByteBuffer bb;
-            PdlCommands::ConvertAmpCommands(VTEXT("&eA4Paper;&MediaSize;"), PdlType::PCL6, {}, bb);
-        });
-    };
-    RunFaultLoop(oLoop);
 }
 
 }  // namespace

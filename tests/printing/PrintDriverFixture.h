@@ -2,16 +2,8 @@
 /// A queue with a driver of the family, as the tests of `PrintDriver` use it.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "environment/PrintDriver.h"
-#include "platform/Platform.h"
-#include "support/FakePlatform.h"
-#include "support/Narrow.h"
-#include "support/RecordingSink.h"
-#include "utilities/debuggingandexceptions/VelomExceptions.h"
+#include "printing/PrinterFixture.h"
 
 namespace vlm::test {
 
@@ -40,7 +32,7 @@ public:
     using PrintDriver::GetProductUniqueIdUsedInTheDriverFilenames;
 };
 
-class PrintDriverTest : public testing::Test {
+class PrintDriverTest : public PrintingFixture {
 public:
     PrintDriverTest() {
         Install(m_oFake);
@@ -52,20 +44,11 @@ public:
     }
 
 protected:
-    /// The message of the failure that `ask` ends with; empty without one.
     template <class Ask>
     static std::string FailureOf(const Ask& rAsk) {
-        try {
-            rAsk();
-        } catch (const ExceptionPrintDriverFailure& rException) {
-            return Narrow(rException.GetExceptionMesage().View());
-        }
-        return {};
+        return Thrown<ExceptionPrintDriverFailure>(rAsk);
     }
 
-    FakePlatform m_oFake;
-    PlatformScope m_oScope{m_oFake.Get()};
-    RecordingSink m_oSink;
     OpenPrintDriver m_oDriver;
     HANDLE m_hPrinter = nullptr;
 };

@@ -1,16 +1,12 @@
 /// @file
-/// Installation of drivers, blocks that lie, and every call of the class failing.
+/// Installation of drivers, and what the spooler does not answer or lies about.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <functional>
 
-#include "environment/LocalPort.h"
-#include "environment/TCPMonPort.h"
-#include "environment/TextResourceLoader.h"
 #include "printing/PrintDriverFixture.h"
-#include "support/FaultLoop.h"
 
 namespace vlm::test {
 
@@ -178,12 +174,8 @@ TEST_F(PrintDriverTest, BlocksThatLieAreRefused) {
     m_oFake.printing.ForgetCalls();
     EXPECT_NE(FailureOf([&] { m_oDriver.GetDriverPathFromHandle(m_hPrinter); }), "");
     EXPECT_EQ(m_oFake.printing.Calls().size(), 5u);
-    m_oFake.printing.ScriptCallsOf("GetDriverBlock", [&](SpoolerCall& rCall) {
-        *rCall.pcbNeeded = 136;
-        if (rCall.cbTarget < 136) return Status::InsufficientBuffer;
-        std::memset(rCall.pTarget, 0, rCall.cbTarget);
-        return Status::Success;
-    });
+    m_oFake.printing.ScriptCallsOf("GetDriverBlock",
+                                   [](SpoolerCall& rCall) { return Answer(rCall, std::vector<BYTE>(136), 136); });
     EXPECT_EQ(FailureOf([&] { m_oDriver.GetDriverName(m_hPrinter); }),
               "PrintDriver::GetDriverName(): DRIVER_INFO_1's pName is unexpectedly NULL.");
     EXPECT_EQ(FailureOf([&] { m_oDriver.GetDriverPathFromHandle(m_hPrinter); }),
@@ -193,53 +185,6 @@ TEST_F(PrintDriverTest, BlocksThatLieAreRefused) {
     EXPECT_EQ(m_oSink.Count("(pDriverInfo2 && pDriverInfo2->pConfigFile)"), 1u);
     EXPECT_NE(FailureOf([&] { m_oDriver.GetBaseDriverTypeFromDriverInfo2(m_hPrinter); }), "");
     EXPECT_TRUE(m_oDriver.GetDriverDependentFiles(m_hPrinter).empty());
-}
-
-TEST(PrintDriverFaults, EveryOperationFailsAsItPromises) {
-    const auto Doing = [](auto fnAct) {
-        return [fnAct] {
-            bool fDone = false;
-            const FaultOutcome eOutcome = Attempt<ExceptionPrintDriverFailure, ExceptionOutOfMemory>([&] {
-                OpenPrintDriver oDriver;
-                fDone = fnAct(oDriver);
-            });
-            return fDone ? eOutcome : FaultOutcome::Failed;
-        };
-    };
-    using Type = PrintDriver::FileType;
-    const FaultRow aoRows[] = {
-        {"capabilities", Doing([](OpenPrintDriver& r) { return r.GetCapabilities(QUEUE) != 0; })},
-        {"product CAB",
-         Doing([](OpenPrintDriver& r) { return !r.GetDriverFiles(QUEUE, Type::FT_PRODUCT_CAB).IsEmpty(); })},
-        {"values",
-         Doing([](OpenPrintDriver& r) { return r.GetDeviceFeatureValueStrings(QUEUE, VTEXT("xPDL")).size() == 1; })},
-        {"CAB time", Doing([](OpenPrintDriver& r) {
-             CXString csFile;
-             BlockFileTime oTime;
-             return r.GetProductDataCabFileNameAndFileTime(QUEUE, csFile, AsSystemFileTime(&oTime));
-         })},
-        {"add driver", Doing([](OpenPrintDriver& r) {
-             return PrintDriver::AddPrintDriver(DRIVER, r.GetPrinterDriverDirectoryRoot(CXString()), VTEXT("v.inf"));
-         })},
-        {"extracted", Doing([](OpenPrintDriver& r) { return r.HasProductCabBeenExtracted(QUEUE); })},
-        {"state", Doing([](OpenPrintDriver&) { return PrintDriver::SetInstallationState(QUEUE, State::Phase1Done); })},
-        {"ports", Doing([](OpenPrintDriver&) {
-             ByteBuffer bbPorts;
-             return PrinterPort::EnumeratePrinterPorts(2, bbPorts, nullptr) && LocalPort().OpenPort(VTEXT("LPT1:"));
-         })},
-        {"TCP port", Doing([](OpenPrintDriver&) {
-             TCPMonPort oPort;
-             return oPort.AddTCPPort(VTEXT("h"), TCPMonPort::PortType::PT_RAW_TCP) && oPort.OpenPort(VTEXT("X_h"));
-         })},
-    };
-    FaultLoop oLoop;
-    oLoop.fnPrepare = [](FakePlatform& rFake) {
-        Install(rFake);
-        rFake.files.AddFolder(FOLDER + VTEXT("\\Velom\\Product Data\\Family"));
-        rFake.files.AddFile(FOLDER + VTEXT("\\q9ab1073.cab"), {1});
-    };
-    oLoop.vStatuses = {Status::AccessDenied, static_cast<Status>(SpoolerPort::SERVER_UNAVAILABLE)};
-    RunFaultRows(aoRows, oLoop);
 }
 
 }  // namespace

@@ -138,13 +138,12 @@ TEST_F(PrintDriverTest, NamesFoldersAndVersionsComeFromTheBlock) {
     EXPECT_TRUE(m_oDriver.IsWcsSupported(QUEUE));
     BlockFileTime oDate{};
     m_oFake.printing.ScriptCallsOf("GetDriverBlock", [&](SpoolerCall& rCall) {
-        *rCall.pcbNeeded = sizeof(DriverInfo6);
-        if (rCall.cbTarget < sizeof(DriverInfo6)) return Status::InsufficientBuffer;
         DriverInfo6 oInfo{};
         oInfo.dwlDriverVersion = 0x0005'03F1'0001'0002;
         oInfo.ftDriverDate = oDate;
-        std::memcpy(rCall.pTarget, &oInfo, sizeof(oInfo));
-        return Status::Success;
+        std::vector<BYTE> vbyBlock(sizeof oInfo);
+        std::memcpy(vbyBlock.data(), &oInfo, sizeof oInfo);
+        return Answer(rCall, vbyBlock, sizeof oInfo);
     });
     EXPECT_EQ(m_oDriver.GetDisplayableDriverVersion(QUEUE), VTEXT("5.1009.1.2"));
     oDate = {0x0E996000, 0x01DAB809};
