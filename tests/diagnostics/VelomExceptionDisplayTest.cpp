@@ -25,7 +25,6 @@ using ::testing::IsEmpty;
 using ::testing::StartsWith;
 using vlm::PlatformScope;
 using vlm::test::FakePlatform;
-using vlm::test::Narrow;
 using vlm::test::RecordingSink;
 
 /// How one display ends.

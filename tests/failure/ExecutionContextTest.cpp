@@ -134,7 +134,6 @@ TEST(ContextIdNames, FillsOnceAndReportsWhatDoesNotFit) {
 
 TEST(ExecutionContextStack, ShowsItsContextsAndReportsPopsThatDoNotFit) {
     ExecutionContextStack stack;
-    EXPECT_EQ(Narrow(stack.GetMultiLineDisplayString(true).View()), "<No Context>");
     EXPECT_EQ(Narrow(stack.GetMostRecentContextDisplayString(true).View()), "<No Context>");
     RecordingSink sink(DebugCategory::Errors);
     const ExecutionContextPointer shpoFirst(Make(ECIE_IMPORT_JCAP, VTEXT("A::B")).Clone());

@@ -13,7 +13,6 @@
 #include "support/FakePorts.h"
 #include "support/Gate.h"
 #include "support/RecordingSink.h"
-#include "utilities/debuggingandexceptions/ExecutionContextLifetime.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 
 namespace {
@@ -122,11 +121,6 @@ TEST_F(PerThreadStorage, ReportsThatItIsNotInitializedAndAnswersAStackOfTheThrea
     EXPECT_EQ(oSink.Count("Can't get the ExecutionContextStack! geUtilitiesDllPerThreadStorageInitializedState == "
                           "UDPTS_UNINITIALIZED. Tell Tobin if"),
               4u);
-    {
-        const ExecutionContextLifetime lifetime(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE));
-        EXPECT_EQ(rMine.GetDepth(), 1u);
-    }
-    EXPECT_TRUE(rMine.IsEmpty());
 }
 
 TEST_F(PerThreadStorage, AskedAgainWhileItReportsSaysSoOnceInTheWordsOfWhatWasAskedFor) {

@@ -150,10 +150,10 @@ UINT FakeSessionPort::RegisterMessage(const XCHAR* pszName) noexcept {
     return m_mapMessages.emplace(name, FIRST + static_cast<UINT>(m_mapMessages.size())).first->second;
 }
 
-void FakeSessionPort::Deliver(HWND hwnd, UINT uMessage, WORD wAtom, bool fSent, Behaviour eBehaviour) {
+void FakeSessionPort::Deliver(HWND hwnd, UINT uMessage, WORD wAtom, bool fSent) {
     const auto it = m_mapAtoms.find(wAtom);
     m_vMessages.push_back({hwnd, uMessage, it != m_mapAtoms.end() ? it->second.text : XString(), fSent});
-    if (eBehaviour != Behaviour::KeepsAtoms) ReleaseAtom(wAtom);
+    ReleaseAtom(wAtom);
 }
 
 Status FakeSessionPort::PostToWindow(HWND hwnd, UINT uMessage, WORD wAtom) noexcept {
@@ -162,7 +162,7 @@ Status FakeSessionPort::PostToWindow(HWND hwnd, UINT uMessage, WORD wAtom) noexc
     if (it == m_mapWindows.end()) return Status::InvalidWindowHandle;
     const Behaviour eBehaviour = it->second.eBehaviour;
     if (eBehaviour == Behaviour::RefusesPost || eBehaviour == Behaviour::Hangs) return Status::AccessDenied;
-    Deliver(hwnd, uMessage, wAtom, false, eBehaviour);
+    Deliver(hwnd, uMessage, wAtom, false);
     return Status::Success;
 }
 
@@ -171,7 +171,7 @@ Status FakeSessionPort::SendToWindow(HWND hwnd, UINT uMessage, WORD wAtom, DWORD
     const auto it = m_mapWindows.find(hwnd);
     if (it == m_mapWindows.end()) return Status::InvalidWindowHandle;
     if (it->second.eBehaviour == Behaviour::Hangs) return Status::TimeOut;
-    Deliver(hwnd, uMessage, wAtom, true, it->second.eBehaviour);
+    Deliver(hwnd, uMessage, wAtom, true);
     return Status::Success;
 }
 

@@ -35,7 +35,6 @@ public:
     /// What a window does with messages.
     enum class Behaviour {
         Works,        ///< takes them and deletes the atom
-        KeepsAtoms,   ///< takes them and leaves the atom
         RefusesPost,  ///< posts fail; takes what is sent
         Hangs,        ///< takes neither; a send runs into its time-out
     };
@@ -75,7 +74,7 @@ private:
     };
 
     int NextAnswer();
-    void Deliver(HWND hwnd, UINT uMessage, WORD wAtom, bool fSent, Behaviour eBehaviour);
+    void Deliver(HWND hwnd, UINT uMessage, WORD wAtom, bool fSent);
     void ReleaseAtom(WORD wAtom);
 
     mutable std::mutex m_oMutex;
