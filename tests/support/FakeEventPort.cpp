@@ -46,7 +46,17 @@ struct FakeEventPort::Object {
 };
 
 FakeEventPort::FakeEventPort() = default;
-FakeEventPort::~FakeEventPort() = default;
+
+FakeEventPort::~FakeEventPort() {
+    // A thread that has ended is still on its way out of the lock; one that never ends is left alone.
+    for (auto& [shpoThread, oThread] : m_vThreads) {
+        if (std::unique_lock oLock(m_oMutex); !shpoThread->fSignalled) {
+            oThread.detach();
+            continue;
+        }
+        oThread.join();
+    }
+}
 
 FakeEventPort::ObjectPointer FakeEventPort::Named(XStringView svName) const {
     const auto it = m_mapNames.find(KeyOf(svName));
@@ -236,13 +246,15 @@ Status FakeEventPort::StartThread(unsigned (*pfnBody)(void*), void* pArgument, H
         ++m_cThreads;
         rhThread = Add(shpoThread);
     }
-    std::thread([this, pfnBody, pArgument, shpoThread] {
+    std::thread oThread([this, pfnBody, pArgument, shpoThread] {
         pfnBody(pArgument);
         const std::lock_guard oLock(m_oMutex);
         shpoThread->fSignalled = true;
         --m_cThreads;
         m_oChanged.notify_all();
-    }).detach();
+    });
+    const std::lock_guard oLock(m_oMutex);
+    m_vThreads.emplace_back(shpoThread, std::move(oThread));
     return Status::Success;
 }
 

@@ -7,6 +7,8 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/EventPort.h"
@@ -63,6 +65,7 @@ private:
     std::map<XString, std::weak_ptr<Object>> m_mapNames;
     std::uintptr_t m_uiLastHandle = 0x5000;
     std::size_t m_cThreads = 0;
+    std::vector<std::pair<ObjectPointer, std::thread>> m_vThreads;
 };
 
 }  // namespace vlm::test
