@@ -9,7 +9,9 @@
 #include "utilities/attributebytes/AttributeBytesNumberValues.h"
 #include "utilities/attributebytes/AttributeBytesRawList.h"
 
-using namespace vlm::test;
+using vlm::test::IsRead;
+using vlm::test::MutateBehindHead;
+using vlm::test::Require;
 
 namespace {
 

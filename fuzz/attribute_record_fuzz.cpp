@@ -2,7 +2,9 @@
 /// Fuzz target: records laid end to end.  What is read is written canonically, and reads back as the same.
 #include "RecordMutator.h"
 
-using namespace vlm::test;
+using vlm::test::IsRead;
+using vlm::test::MutateBehindHead;
+using vlm::test::Require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cBytes) {
     const BYTE* pbyCursor = pby;

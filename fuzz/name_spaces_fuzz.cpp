@@ -3,7 +3,9 @@
 #include "RecordMutator.h"
 #include "utilities/attributebytes/AttributeBytesNameSpaces.h"
 
-using namespace vlm::test;
+using vlm::test::IsRead;
+using vlm::test::MutateBehindHead;
+using vlm::test::Require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pby, std::size_t cBytes) {
     AttributeBytesNameSpaces oNameSpaces, oAgain;

@@ -4,7 +4,12 @@
 #include "RecordMutator.h"
 #include "utilities/attributebytes/PersistentAttributes.h"
 
-using namespace vlm::test;
+using vlm::test::FuzzBytes;
+using vlm::test::GiveBack;
+using vlm::test::IsTaken;
+using vlm::test::MutateBehindHead;
+using vlm::test::RecordMutator;
+using vlm::test::Require;
 
 namespace {
 

@@ -32,7 +32,7 @@ protected:
     /// The message of a read that must leave its target alone.
     std::string RefusedRead(const SimpleFile& rFile, DWORD dwLimit = 0) const {
         ByteBuffer bb = TextBuffer("kept");
-        const std::string message = MessageOf<ExceptionReadFile>([&] { rFile.ReadTheFile(bb, dwLimit); });
+        std::string message = MessageOf<ExceptionReadFile>([&] { rFile.ReadTheFile(bb, dwLimit); });
         EXPECT_EQ(TextOf(bb), "kept");
         return message;
     }
