@@ -145,6 +145,12 @@ class SettingsEditTest(harness.ToolTest):
         text = self.run_tool("settings", "show", self.block, "--json").out
         self.run_tool("settings", "build", "-", "--as", "namespaces", "-o", spaces, stdin=text)
         self.assertEqual(self.run_tool("settings", "diff", self.block, spaces, "--json").document["same"], True)
+        # What a name space is counts, too.
+        document = json.loads(text)
+        document["nameSpaces"][0].update(kind=9, specified=False)
+        self.run_tool("settings", "build", "-", "-o", spaces, stdin=json.dumps(document).encode())
+        changed = self.run_tool("settings", "diff", self.block, spaces, expect=ANSWER_NO).text
+        self.assertRegex(changed, r"^~ name space -3, kind \d+ -> kind 9, unspecified\n$")
 
 
 if __name__ == "__main__":

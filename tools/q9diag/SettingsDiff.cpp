@@ -55,8 +55,8 @@ void Compare(const std::vector<const AttributeBytes*>& rvOld, const std::vector<
 GroupDifference CompareGroups(const SettingsGroup* pOld, const SettingsGroup* pNew) {
     GroupDifference oDifference;
     oDifference.olNameSpace = (pOld ? pOld : pNew)->olNameSpace;
-    if (pOld) oDifference.obyOldKind = pOld->byKind;
-    if (pNew) oDifference.obyNewKind = pNew->byKind;
+    if (pOld) oDifference.ooOld = GroupTraits{pOld->byKind, pOld->bSpecified};
+    if (pNew) oDifference.ooNew = GroupTraits{pNew->byKind, pNew->bSpecified};
     const Records mapOld = ByIdentifier(pOld);
     const Records mapNew = ByIdentifier(pNew);
     for (const auto& [pId, rvOld] : mapOld) {
@@ -75,16 +75,19 @@ Json ListToJson(const std::vector<const AttributeBytes*>& rvpRecords) {
     return oJson;
 }
 
-Json KindToJson(const std::optional<BYTE>& robyKind) {
-    return robyKind ? Json(*robyKind) : Json();
+template <class Member>
+Json TraitToJson(const std::optional<GroupTraits>& rooTraits, Member GroupTraits::*pmTrait) {
+    return rooTraits ? Json((*rooTraits).*pmTrait) : Json();
 }
 
 Json DifferenceToJson(const GroupDifference& rDifference) {
     Json oJson = Json::object();
     if (rDifference.olNameSpace) {
         oJson["nameSpace"] = *rDifference.olNameSpace;
-        oJson["kindFrom"] = KindToJson(rDifference.obyOldKind);
-        oJson["kindTo"] = KindToJson(rDifference.obyNewKind);
+        oJson["kindFrom"] = TraitToJson(rDifference.ooOld, &GroupTraits::byKind);
+        oJson["kindTo"] = TraitToJson(rDifference.ooNew, &GroupTraits::byKind);
+        oJson["specifiedFrom"] = TraitToJson(rDifference.ooOld, &GroupTraits::bSpecified);
+        oJson["specifiedTo"] = TraitToJson(rDifference.ooNew, &GroupTraits::bSpecified);
     }
     oJson["added"] = ListToJson(rDifference.vpAdded);
     oJson["removed"] = ListToJson(rDifference.vpRemoved);
@@ -101,19 +104,20 @@ std::string ShownValue(const AttributeBytes& rRecord) {
     return TextOf(rValue, 32) + (rValue.IsSpecified() ? "" : " (unspecified)");
 }
 
-void PrintKind(const GroupDifference& rDifference, Output& rOutput) {
-    if (!rDifference.olNameSpace || rDifference.obyOldKind == rDifference.obyNewKind) return;
-    const std::string strSpace = "name space " + std::to_string(*rDifference.olNameSpace);
-    if (!rDifference.obyOldKind)
-        rOutput.Line(
-            rOutput.Styled(Style::Added, "+ " + strSpace + ", kind " + std::to_string(*rDifference.obyNewKind)));
-    else if (!rDifference.obyNewKind)
-        rOutput.Line(
-            rOutput.Styled(Style::Removed, "- " + strSpace + ", kind " + std::to_string(*rDifference.obyOldKind)));
+std::string ShownTraits(const GroupTraits& rTraits) {
+    return "kind " + std::to_string(rTraits.byKind) + (rTraits.bSpecified ? "" : ", unspecified");
+}
+
+void PrintTraits(const GroupDifference& rDifference, Output& rOutput) {
+    const std::optional<GroupTraits>&rOld = rDifference.ooOld, &rNew = rDifference.ooNew;
+    if (!rDifference.olNameSpace || rOld == rNew) return;
+    const std::string strSpace = " name space " + std::to_string(*rDifference.olNameSpace) + ", ";
+    if (!rOld)
+        rOutput.Line(rOutput.Styled(Style::Added, "+" + strSpace + ShownTraits(*rNew)));
+    else if (!rNew)
+        rOutput.Line(rOutput.Styled(Style::Removed, "-" + strSpace + ShownTraits(*rOld)));
     else
-        rOutput.Line(rOutput.Styled(Style::Changed, "~ " + strSpace + ", kind " +
-                                                        std::to_string(*rDifference.obyOldKind) + " -> " +
-                                                        std::to_string(*rDifference.obyNewKind)));
+        rOutput.Line(rOutput.Styled(Style::Changed, "~" + strSpace + ShownTraits(*rOld) + " -> " + ShownTraits(*rNew)));
 }
 
 int Diff(const std::string& strOld, const std::string& strNew, Output& rOutput) {
@@ -149,7 +153,7 @@ std::vector<GroupDifference> CompareSettings(const Settings& rOld, const Setting
 
 void PrintDifferences(const std::vector<GroupDifference>& rvDifferences, Output& rOutput) {
     for (const GroupDifference& rDifference : rvDifferences) {
-        PrintKind(rDifference, rOutput);
+        PrintTraits(rDifference, rOutput);
         const auto path = [&](const AttributeBytes& rRecord) {
             return PathText(rDifference.olNameSpace, rRecord.GetAttributeBytesId());
         };

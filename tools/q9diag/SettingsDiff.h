@@ -12,18 +12,24 @@ namespace vlm::tool {
 
 class Output;
 
+/// What a name space is beside its records.
+struct GroupTraits {
+    BYTE byKind = 0;
+    bool bSpecified = true;
+
+    bool operator==(const GroupTraits&) const = default;
+};
+
 /// The differences of one name space; records are borrowed from the settings compared.
 struct GroupDifference {
     std::optional<LONG> olNameSpace;
-    std::optional<BYTE> obyOldKind;  ///< empty: the name space is new
-    std::optional<BYTE> obyNewKind;  ///< empty: the name space is gone
+    std::optional<GroupTraits> ooOld;  ///< empty: the name space is new
+    std::optional<GroupTraits> ooNew;  ///< empty: the name space is gone
     std::vector<const AttributeBytes*> vpAdded;
     std::vector<const AttributeBytes*> vpRemoved;
     std::vector<std::pair<const AttributeBytes*, const AttributeBytes*>> vChanged;
 
-    bool IsEmpty() const noexcept {
-        return obyOldKind == obyNewKind && vpAdded.empty() && vpRemoved.empty() && vChanged.empty();
-    }
+    bool IsEmpty() const noexcept { return ooOld == ooNew && vpAdded.empty() && vpRemoved.empty() && vChanged.empty(); }
 };
 
 /// The name spaces that differ, in ascending order.  Forms, versions and the order of records take no part.
