@@ -21,7 +21,7 @@ void ModelSource::RequireOne() const {
 }
 
 CXString ModelSource::DataFolder() const {
-    const CXString csFolder(XStringView(FromUtf8(strFolder, "folder name")));
+    CXString csFolder(XStringView(FromUtf8(strFolder, "folder name")));
     DWORD dwAttributes = 0;
     const Status status = GetPlatform().pFiles->GetAttributes(csFolder, dwAttributes);
     if (status != Status::Success) RefuseFile(FileStep::Open, strFolder, status);
