@@ -45,6 +45,14 @@ if(Q9_FUZZ)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
+# Every function of ours tells when it begins and ends, see tests/support/trace.
+option(Q9_FAULT_TRACE "Trace which functions meet a fault in the tests" OFF)
+if(Q9_FAULT_TRACE)
+    target_compile_definitions(q9_options INTERFACE Q9_FAULT_TRACE)
+    target_compile_options(q9_options INTERFACE -finstrument-functions
+        -finstrument-functions-exclude-file-list=/usr/)
+endif()
+
 add_library(q9_link_options INTERFACE)
 if(WIN32)
     # Everything but the system is inside; same bytes from the same source; the loader may place us anywhere.

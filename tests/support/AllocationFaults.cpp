@@ -9,6 +9,8 @@
 #include <new>
 #include <unordered_set>
 
+#include "support/FaultTrace.h"
+
 namespace vlm::test {
 
 namespace {
@@ -34,6 +36,7 @@ bool Fails(std::size_t cBytes) noexcept {
     tState.ullBytes += cBytes;
     const bool fFails = tState.ullCount == tState.ullFailAt || (tState.fFrom && tState.ullCount > tState.ullFailAt);
     tState.fFired = tState.fFired || fFails;
+    if (fFails) TraceFault();
     return fFails;
 }
 

@@ -7,6 +7,7 @@
 
 #include "platform/CabinetPort.h"
 #include "support/FaultPrinting.h"
+#include "support/FaultTrace.h"
 #include "support/FaultWrappers.h"
 
 namespace vlm::test {
@@ -30,6 +31,7 @@ Decision FaultScript::Decide() noexcept {
         return Decision::Pass;
     }
     m_fFired = true;
+    TraceFault();
     switch (eMode) {
         case FaultMode::ShortOnce:
             return Decision::Short;
