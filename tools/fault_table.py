@@ -19,6 +19,25 @@ POINT = re.compile(
     r"^operator new|^vlm::test::\(anonymous namespace\)::Allocate\(|^MemoryPool::TryAllocate\(|"
     r"^vlm::test::(\(anonymous namespace\)::)?Fa(ke|ult)\w*Port::\w+\(|^vlm::(host|win32)::(\(anonymous namespace\)::)?\w*Port::\w+\(")
 
+# Calls of the platform that cannot fail, as the fault layer has them: of the clock, and those it lets pass.
+SUPPORT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "support")
+
+
+def calls_that_cannot_fail():
+    names = []
+    for name in ("PortCalls.h", "FaultWrappers.h"):
+        with open(os.path.join(SUPPORT, name), encoding="utf-8") as file:
+            names += re.findall(r"^ +(?:X\(|Q9_FAULT_)(?:PLAIN|ALIVE)[,(] ?[^,]+, (\w+)", file.read(), re.MULTILINE)
+    return sorted(set(names))
+
+
+CANNOT_FAIL = re.compile(r"\w*ClockPort::|\w*Port::(?:" + "|".join(calls_that_cannot_fail()) + r")\(")
+
+
+def is_point(name):
+    return POINT.match(name) and not CANNOT_FAIL.search(name)
+
+
 # Integers have other names in the host's 64-bit world than in that of Windows, whose the list of exports is: all are "N".
 INTEGER = re.compile(r"\b(?:unsigned )?(?:int|long long|long)\b|\b18446744073709551615ull\b|\b18446744073709551615ul\b")
 
@@ -43,7 +62,7 @@ def trace(program, folder):
     points, result = os.path.join(folder, "points"), os.path.join(folder, "trace")
     with open(points, "w", encoding="ascii") as file:
         for offset, of_offset in names.items():
-            if any(POINT.match(name) for name in of_offset):
+            if any(is_point(name) for name in of_offset):
                 file.write(f"{offset:x}\n")
     environment = dict(os.environ, Q9_FAULT_POINTS=points, Q9_FAULT_TRACE=result, Q9_STORE=":memory:")
     with open(program + ".faults.log", "w", encoding="utf-8") as log:
