@@ -92,6 +92,9 @@ TEST(AttributeBytesTest, EveryValueHasItsBytesInBothDirections) {
          "ABVTE_DATETIME: Value=1969-12-31T23:59:59Z"},
         {"0C 00 FFFFFFFFFFFFFF7F", std::make_shared<AttributeBytesDateTimeValue>(UtcTime(0x7FFFFFFFFFFFFFFF)), nullptr},
     };
+    const AttributeBytesRangeOfDimensionValue oRange(oInch, Dimension(-0.5, Dimension::DUE_THOUSANDTHS_OF_MM));
+    EXPECT_EQ(AttributeBytesDimensionValue(oInch).GetThousandthsOfMillimetre(), 25400);
+    EXPECT_EQ(oRange.GetLowInThousandthsOfMillimetre() + oRange.GetHighInThousandthsOfMillimetre(), 25399);
     for (const auto& rRow : aoRows) {
         SCOPED_TRACE(rRow.pszState);
         ByteBuffer bbState = BufferOf(rRow.pszState);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "formats/Buffers.h"
+#include "support/FaultLoop.h"
 #include "support/RecordingSink.h"
 
 namespace vlm::test {
@@ -85,6 +86,15 @@ TEST(Blowfish, RefusesPartsOfBlocksAndMissingPasswords) {
     blowfish.Reset();
     EXPECT_FALSE(blowfish.DecryptData(bb));
     EXPECT_EQ(bb, bbBefore);
+    FaultLoop oLoop;  // what is said of it may be lost, and changes nothing
+    oLoop.fnRun = [&] {
+        BlowFish none;
+        const bool fTaken = blowfish.EncryptData(bbPart) || blowfish.DecryptData(bbPart) || blowfish.EncryptData(bb) ||
+                            blowfish.DecryptData(bb) || none.SetPassword(ByteBuffer());
+        return fTaken || bb != bbBefore ? FaultOutcome::Failed : FaultOutcome::Succeeded;
+    };
+    oLoop.fnCheck = [](FakePlatform&, FaultOutcome eOutcome) { EXPECT_EQ(eOutcome, FaultOutcome::Succeeded); };
+    RunFaultLoop(oLoop);
     // After a reset a password gives what it gives to a new object.
     fresh.SetPassword(bbPassword);
     blowfish.SetPassword(bbPassword);

@@ -5,6 +5,7 @@
 
 #include "formats/Buffers.h"
 #include "support/FaultLoop.h"
+#include "support/RecordingSink.h"
 #include "utilities/compression/CabCompressedBuffer.h"
 #include "utilities/compression/CabinetArchive.h"
 #include "utilities/compression/CabinetContext.h"
@@ -29,6 +30,8 @@ TEST(CompressedBufferFault, WhateverFailsIsNamedAndChangesNothing) {
     const auto apoStored = CabCompressedBuffer::CreateWithUncompressedData(bbNew, -1);
     const ByteBuffer bbState = apoStored->GetCompressedBufferState();
     const ByteBuffer bbZlibState = test::BufferOf("789C 4B0400 00620062 00000001 434F4D50");
+    const ByteBuffer bbOther = test::BufferOf("03 00000000 00000001 434F4D35 00");
+    const test::RecordingSink oSink(DebugCategory::Compress | DebugCategory::Errors);
     ByteBuffer bbImage;
     apoStored->GetCompressedData(bbImage);
     bool fUnchanged = true;
@@ -65,6 +68,31 @@ TEST(CompressedBufferFault, WhateverFailsIsNamedAndChangesNothing) {
              fUnchanged = fUnchanged && bb == bbState;
              return FaultOutcome::Failed;
          }},
+        {"assign",
+         [&] {
+             return Promised([&] {
+                 CabCompressedBuffer buffer(oFormer);
+                 if (Promised([&] { buffer = *apoStored; }) == FaultOutcome::Succeeded) return;
+                 fUnchanged = fUnchanged && buffer.GetOriginalDataSize() == 500;
+                 throw std::bad_alloc();
+             });
+         }},
+        {"refused states, and a dump",
+         [&] {
+             return Promised([&] {
+                 apoStored->Dump();
+                 for (const ByteBuffer* const pbb : {&bbSentinel, &bbZlibState, &bbOther}) {
+                     ByteBuffer bb(*pbb);
+                     bb.resize(bb.size() - 1);
+                     const FaultOutcome eOutcome =
+                         test::Attempt<ExceptionMissingOrBadCompressedBufferFooter,
+                                       ExceptionIncompatibleCompressionFormat, ExceptionOutOfMemory>(
+                             [&] { CabCompressedBuffer::CreateWithBufferState(bb); });
+                     fUnchanged = fUnchanged && eOutcome == FaultOutcome::Failed;
+                 }
+             });
+         }},
+        {"create", [&] { return Promised([&] { CabCompressedBuffer::CreateWithUncompressedData(bbNew, 3); }); }},
         {"read", onBuffer([&](ByteBuffer& rbb) { apoStored->GetOriginalData(rbb); })},
         {"compress", onBuffer([&](ByteBuffer& rbb) {
              CabCompressedBuffer::CompressBuffer(bbNew.data(), bbNew.GetLength(), rbb, 9);

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include "formats/Buffers.h"
 #include "support/FaultLoop.h"
 #include "support/RecordingSink.h"
@@ -56,11 +58,14 @@ TEST(DataEncrypter, FailuresHaveTheirTextsAndLeaveNothing) {
     oLoop.fnRun = [&] {
         return Attempt<Failure, ExceptionOutOfMemory>([&] {
             ByteBuffer bbData;
-            DataEncrypter::EncryptString(csText);
+            const CXString csBack = DataEncrypter::DecryptString(DataEncrypter::EncryptString(csText));
             DataEncrypter::DecryptBytes(bbBlob, bbData);
+            const CXString csSimple = DataEncrypter::EncryptStringWithVelomSimple1(csText);
+            if (csBack != csText || DataEncrypter::DecryptStringWithVelomSimple1(csSimple) != csText)
+                throw std::logic_error("another text");
         });
     };
-    EXPECT_EQ(RunFaultLoop(oLoop).ullCalls, 2u);
+    EXPECT_EQ(RunFaultLoop(oLoop).ullCalls, 3u);
 }
 
 TEST(DataEncrypter, ObfuscatedDataComesBackAndHidesRepetitions) {

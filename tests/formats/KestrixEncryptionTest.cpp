@@ -233,6 +233,8 @@ TEST(KestrixEncryption, EachFailedStepIsNamed) {
         }
         EXPECT_EQ(oObject.GetError(), ToDword(Status::BadDatabase));
     }
+    oFaults.Script().Arm(FaultMode::FailOnce, 1, Status::BadDatabase);
+    EXPECT_FALSE(KestrixEncryption::SelfTest());
 }
 
 TEST(KestrixEncryption, WhateverCallFailsNothingIsLeftAndTargetsStay) {
@@ -253,6 +255,27 @@ TEST(KestrixEncryption, WhateverCallFailsNothingIsLeftAndTargetsStay) {
         });
     };
     EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 30u);
+    const RecordingSink sink;  // what is said of a failure must not fail itself
+    oLoop.fnRun = [&] {
+        return Attempt<ExceptionOutOfMemory>([&] {
+            Quick oObject;
+            ByteBuffer bbKey = bbKept, bbIv = bbKept, bbDecrypted = bbKept, bbSalt, bbUsed;
+            const CXString csBack = oObject.DecryptString(csPassword, oObject.EncryptString(csPassword, csPassword));
+            const bool fBack = csBack == csPassword;
+            const bool fSteps =
+                oObject.AES_Initialize("passwd", 6, false, false) && oObject.GenerateKeyAndIV(bbKey, bbIv, 1);
+            fKept = fKept && (fBack || csBack.IsEmpty()) && (fSteps || (bbKey == bbKept && bbIv == bbKept));
+            const bool fBare = oObject.AES_Decrypt(oObject.AES_Encrypt(bbText), bbDecrypted);
+            fKept = fKept && bbDecrypted == (fBare ? bbText : bbKept);
+            const bool fSalt = oObject.GetSaltValueUsedForEncryption(bbUsed) && bbUsed.size() == 8;
+            const bool fRefused = !oObject.DecryptByteBuffer(bbKept, bbText.data(), 4, bbIv);
+            const ByteBuffer bbBare = oObject.AES_Decrypt(oObject.AES_Encrypt(bbText));
+            fKept = fKept && (bbBare.empty() || bbBare == bbText);
+            if (!oObject.SetSalt("12345678", 8) || !oObject.GetSalt(bbSalt)) throw std::bad_alloc();
+            if (!fBack || !fSteps || !fBare || !fSalt || !fRefused) throw std::bad_alloc();
+        });
+    };
+    RunFaultLoop(oLoop);
     EXPECT_TRUE(fKept);
 }
 

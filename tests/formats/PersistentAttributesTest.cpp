@@ -115,6 +115,11 @@ TEST(PersistentAttributesTest, ABlockGivesBackWhatItWasBuiltFrom) {
         for (const std::string& rText : rRow.texts)
             EXPECT_EQ(oSink.Count(rText), 1U) << rText;
     }
+    PersistentAttributes::SetPredefinedNameSpaceIds(7, 8, 9);
+    EXPECT_EQ(PersistentAttributes::GetDataModelDocPropNameSpaceId(), 7);
+    EXPECT_EQ(PersistentAttributes::GetDataModelDevicePropNameSpaceId(), 8);
+    EXPECT_EQ(PersistentAttributes::GetMsDeviceCapabilitiesNameSpaceId(), 9);
+    PersistentAttributes::SetPredefinedNameSpaceIds(1, 2, 3);
     const PersistentAttributes oEmpty;
     EXPECT_TRUE(oEmpty.GetStateData().empty());
     EXPECT_TRUE(PersistentAttributes(oEmpty.GetPersistentAttributesState()).GetAttributeBytesNameSpaces().IsEmpty());

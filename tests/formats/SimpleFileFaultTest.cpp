@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 
 #include "formats/Buffers.h"
 #include "support/FaultLoop.h"
@@ -138,6 +139,56 @@ TEST_F(SimpleFileFault, FailedRangesLeaveTheRestOfTheFile) {
         }
     };
     EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 12u);
+    // Where there are no ranges, the refusal is lost to nothing but a lack of memory.
+    for (const Kind& rKind : m_aoKinds) {
+        if (&rKind == m_aoKinds) continue;
+        SCOPED_TRACE(rKind.pszName);
+        oLoop.fnRun = [&] {
+            ByteBuffer bb;
+            const auto isRefused = [&](bool fWrite) {
+                return Attempt<ExceptionReadFile, ExceptionWriteFile, ExceptionOutOfMemory>([&] {
+                           if (fWrite)
+                               rKind.apoFile->WriteToTheFile(0, 3, SimpleFile::MFE_CREATE, s_abyNew,
+                                                             SimpleFile::FAA_LEAVE);
+                           rKind.apoFile->ReadFromTheFile(0, 1, SimpleFile::RSE_READERS, bb);
+                       }) == FaultOutcome::Failed;
+            };
+            return isRefused(true) && isRefused(false) ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+        };
+        oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome eOutcome) {
+            EXPECT_EQ(eOutcome, FaultOutcome::Succeeded);
+            EXPECT_TRUE(rFake.files.Contents(PATH) == BytesOf("0123456789"));
+        };
+        RunFaultLoop(oLoop);
+    }
+}
+
+TEST_F(SimpleFileFault, CopiesDamagedFilesAndDeletesFailTheWayTheyPromise) {
+    FaultLoop oLoop;
+    std::vector<BYTE> vbyDamaged = m_aoKinds[1].vbyOldFile;
+    vbyDamaged.back() ^= 1;
+    oLoop.fnPrepare = [&](FakePlatform& rFake) { rFake.files.AddFile(PATH, vbyDamaged, FilePort::ATTRIBUTE_READONLY); };
+    oLoop.fRunAgain = false;  // the file is gone
+    oLoop.fnRun = [&] {
+        ByteBuffer bb;
+        bool fDeleted = false;
+        const SimpleFileWithCrc& rCrc = static_cast<const SimpleFileWithCrc&>(*m_aoKinds[1].apoFile);
+        if (Promised([&] { rCrc.ReadTheFile(bb); }) == FaultOutcome::Succeeded)
+            throw std::logic_error("a damaged file");
+        const FaultOutcome eOutcome = Promised([&] {
+            const SimpleFile oCopy(rCrc);
+            SimpleFile oAssigned(VTEXT("C:\\data\\other.bin"));
+            oAssigned = oCopy;
+            fDeleted = oAssigned.DeleteTheFile(SimpleFile::FAA_MAKE_WRITABLE);
+        });
+        return fDeleted ? eOutcome : FaultOutcome::Failed;
+    };
+    oLoop.fnCheck = [&](FakePlatform& rFake, FaultOutcome eOutcome) {
+        const auto ovby = rFake.files.Contents(PATH);
+        EXPECT_EQ(ovby.has_value(), eOutcome == FaultOutcome::Failed);
+        EXPECT_TRUE(!ovby || *ovby == vbyDamaged);
+    };
+    EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 6u);
 }
 
 }  // namespace

@@ -5,12 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "formats/FileOnAFake.h"
 #include "support/FaultLoop.h"
 #include "support/IniModel.h"
 #include "support/RecordingSink.h"
 #include "utilities/Bounds.h"
+#include "utilities/debuggingandexceptions/VelomExceptions.h"
 
 namespace vlm::test {
 namespace {
@@ -324,10 +326,10 @@ TEST(UTF8IniFault, FilesHaveTheOldTextOrTheNewOneWhateverFails) {
 TEST(UTF8IniFault, FailedReadsGiveTheDefault) {
     RecordingSink sink;
     FaultLoop oLoop;
-    oLoop.fnPrepare = [](FakePlatform& rFake) { rFake.files.AddFile(PATH, BytesOf("[S]\r\nk=value\r\n")); };
+    oLoop.fnPrepare = [](FakePlatform& rFake) { rFake.files.AddFile(PATH, BytesOf("[S]\r\nk=value\r\nn=3\r\n")); };
     oLoop.fnRun = [] {
         char szBuffer[10] = {}, szList[10] = {};
-        XCHAR szWide[10] = {}, szProfile[10] = {};
+        XCHAR szWide[10] = {}, szProfile[10] = {}, szNames[20] = {};
         UTF8Ini oIni;
         const std::string_view svValue(szBuffer,
                                        oIni.CustomGetPrivateProfileStringA("S", "k", "default", szBuffer, 10, PATH));
@@ -337,11 +339,51 @@ TEST(UTF8IniFault, FailedReadsGiveTheDefault) {
             oIni.LoadWatermarkIniFileForRead(PATH) == 1 && oIni.GetWatermarkIniSectionsA(szList, 10) == 2;
         const DWORD dwProfile =
             UTF8Ini::GetPrivateProfileStringW(VTEXT("S"), VTEXT("k"), VTEXT("-"), szProfile, 10, PATH);
-        if (svValue == "value" && svWide == VTEXT("value") && fList && dwProfile == 5) return FaultOutcome::Succeeded;
-        if ((svValue != "value" && svValue != "default") || (dwProfile != 5 && dwProfile != 1)) std::abort();
+        const int iCustom = oIni.CustomGetPrivateProfileInt(VTEXT("S"), VTEXT("n"), -7, PATH);
+        const int iProfile = UTF8Ini::GetPrivateProfileIntW(VTEXT("S"), VTEXT("n"), -7, PATH);
+        const bool fLists = UTF8Ini::GetPrivateProfileSectionW(VTEXT("S"), szNames, 20, PATH) != 0 &&
+                            UTF8Ini::GetPrivateProfileSectionNamesW(szNames, 20, PATH) == 2;
+        if (svValue == "value" && svWide == VTEXT("value") && fList && dwProfile == 5 && fLists && iCustom == 3 &&
+            iProfile == 3) {
+            return FaultOutcome::Succeeded;
+        }
+        if ((svValue != "value" && svValue != "default") || (dwProfile != 5 && dwProfile != 1) ||
+            (iCustom != 3 && iCustom != -7) || (iProfile != 3 && iProfile != -7)) {
+            throw std::logic_error("neither value nor default");
+        }
         return FaultOutcome::Failed;
     };
     EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 15u);
+    // What is written is the whole value or the one before; the system's own functions do it for an ordinary file.
+    oLoop.fnRun = [] {
+        constexpr const XCHAR *S = VTEXT("S"), *K = VTEXT("k");
+        const BYTE abyData[] = {1, 2};
+        BYTE abyBack[2] = {};
+        UTF8Ini oIni;
+        const bool fDone = UTF8Ini::WritePrivateProfileStringW(S, K, VTEXT("v"), PATH) &&
+                           UTF8Ini::WritePrivateProfileInt(S, VTEXT("n"), 5, PATH) &&
+                           UTF8Ini::WritePrivateProfileStructW(S, VTEXT("b"), abyData, 2, PATH) &&
+                           UTF8Ini::GetPrivateProfileStructW(S, VTEXT("b"), abyBack, 2, PATH) &&
+                           UTF8Ini::WritePrivateProfileSectionW(VTEXT("T"), VTEXT("a=1\0"), PATH) &&
+                           oIni.CustomWritePrivateProfileString(S, K, VTEXT("value"), PATH) == 1 &&
+                           oIni.LoadWatermarkIniFile(PATH) == 1 && oIni.DeleteWatermarkIniKeyA("S", "n") == 1 &&
+                           oIni.DeleteWaterMarkIniSectionA("T") == 1;
+        oIni.UnloadWatermarkIniFile();
+        { UTF8Ini().LoadWatermarkIniFile(PATH); }  // released by the end of the object
+        ByteBuffer bbText;
+        const FaultOutcome eText = Attempt<ExceptionOutOfMemory>([&] { bbText = TextBuffer("[S]\r\nk=1\r\n"); });
+        if (eText == FaultOutcome::Failed) return eText;
+        if (UTF8Ini::EditWatermarkIniText(bbText, "S", "k", "2") != (bbText[7] == '2'))
+            throw std::logic_error("a text that is half changed");
+        return fDone && bbText[7] == '2' && abyBack[1] == 2 ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+    };
+    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {
+        const std::vector<BYTE> vby = rFake.files.Contents(PATH).value_or(std::vector<BYTE>());
+        const IniModel oFile(std::string(vby.begin(), vby.end()));
+        const std::string value = oFile.Get("S", "k").value_or("(none)");
+        EXPECT_TRUE(value == "value" || value == "v") << oFile.text;
+    };
+    EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 20u);
     EXPECT_GT(sink.Count("Exception thrown during call to UTF8Ini::CustomGetPrivateProfileStringA:"), 0u);
 }
 

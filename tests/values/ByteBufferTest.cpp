@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -332,6 +333,15 @@ TEST(ByteBuffer, AFailedAllocationLeavesTheBufferAsItWas) {
     const CXString csText(VTEXT('x'), 700);
     const ByteBuffer kbbText = ByteBuffer::createCountedStringFormatFromString(csText);
     const RecordingSink oSink;
+    // What must be refused, unless the message of the refusal finds no memory.
+    const auto tooShort = [](const auto& rRead) {
+        try {
+            rRead();
+        } catch (const NotEnoughBytes&) {
+            return;
+        }
+        throw std::logic_error("not refused");
+    };
     const struct {
         const char* pszName;
         std::function<void(ByteBuffer&)> change;
@@ -347,16 +357,54 @@ TEST(ByteBuffer, AFailedAllocationLeavesTheBufferAsItWas) {
         {"stream in",
          [&](ByteBuffer& rbb) {
              const BYTE* pbyCursor = kbbText.data();
+             DWORD dwRemaining = kbbText.GetLength();
+             ByteBuffer bb, bbStream;
+             bb.initializeFromByteStream(pbyCursor, dwRemaining);
+             kbbMore.persistToByteStream(bbStream);
+             BYTE* pbyWritable = bbStream.data();
+             bb.initializeFromByteStream(pbyWritable);
+             if (bb != kbbMore || bb.TakeVector().size() != 1000 || !bb.empty()) throw std::logic_error("not the same");
+             pbyCursor = kbbText.data();
              rbb.initializeFromByteStream(pbyCursor);
          }},
-        {"a short read",
+        {"short reads",
          [&](ByteBuffer& rbb) {
-             const BYTE* pbyCursor = kbbText.data();
+             ByteBuffer bbText(kbbText);
+             BYTE* pbyCursor = bbText.data();
              DWORD dwRemaining = 4;
-             try {
-                 ByteBuffer::WalkBufferToGetCountedBytes(pbyCursor, dwRemaining, rbb);
-             } catch (const NotEnoughBytes&) {  // what there is to be: the message takes memory
+             tooShort([&] { ByteBuffer::WalkBufferToGetCountedBytes(pbyCursor, dwRemaining, rbb); });
+             tooShort([&] { DriverVersion::WalkBufferToGetDriverVersion(pbyCursor, dwRemaining); });
+             BYTE abyRoom[4];
+             pbyCursor = abyRoom;
+             if (rbb.persistToByteStream(pbyCursor, dwRemaining)) throw std::logic_error("beyond the room");
+         }},
+        {"counted forms",
+         [&](ByteBuffer& rbb) {
+             ByteBuffer bb = ByteBuffer::createCountedBytesFormat(kbbMore);
+             bb.append(ByteBuffer::createCountedStringFormatForRecord(csText));
+             bb.append(ByteBuffer::createCountedStringFormatFromString(csText));
+             rbb.appendCountedBytes(bb);
+         }},
+        {"values",
+         [](ByteBuffer& rbb) {
+             ByteBuffer bb = ByteBuffer::createFromByteValue(1);
+             bb.append(ByteBuffer::createFromShortValue(2)).append(ByteBuffer::createFromTime64Value(3));
+             rbb = bb.append(ByteBuffer::createFromHexBinaryString(VTEXT("0aFF")));
+         }},
+        {"bad digits and units",
+         [](ByteBuffer&) {
+             ByteBuffer bb;
+             BYTE byValue = 0;
+             XCHAR chDigit = 0;
+             Dimension oLength(5.0, static_cast<Dimension::UnitsEnum>(14));
+             if (ByteBuffer::ConvertHexBinaryStringToByteBuffer(VTEXT("0x"), bb) ||
+                 ByteBuffer::ConvertSingleHexCharToValue(VTEXT('g'), byValue) ||
+                 ByteBuffer::ConvertValueToSingleHexChar(16, chDigit) ||
+                 oLength.GetDoubleValue(Dimension::DUE_MM) != 0.0) {
+                 throw std::logic_error("not refused");
              }
+             oLength.SetUnits(Dimension::DUE_MM);
+             HorspoolMatch("abc", 0).Search(&byValue, 1, 0);
          }},
         {"hex text", [&](ByteBuffer&) { kbbMore.getAsHexBinaryString(); }},
         {"text of bytes", [&](ByteBuffer&) { kbbMore.getAsStringValue(); }},

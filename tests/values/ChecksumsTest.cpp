@@ -7,6 +7,7 @@
 #include <string>
 
 #include "support/Bytes.h"
+#include "support/FaultLoop.h"
 #include "support/RecordingSink.h"
 #include "utilities/utilitiesdll/ByteBuffer.h"
 #include "utilities/utilitiesdll/Checksum.h"
@@ -97,6 +98,15 @@ TEST(Checksums, DeviceModesAreHashedToTheirOwnSize) {
     EXPECT_EQ(Hash32::GetBoundedHash32(pDevMode, 300), 0u);
     EXPECT_EQ(oSink.Count("The device mode of 300 bytes claims 72 public and 65535 private bytes."), 1u);
     EXPECT_EQ(oSink.Reports().size(), 4u);
+    vlm::test::FaultLoop oLoop;  // the report may be lost, the answer not
+    oLoop.fnRun = [&] {
+        using enum vlm::test::FaultOutcome;
+        return Hash32::GetBoundedHash32(pDevMode, 300) == 0 ? Succeeded : Failed;
+    };
+    oLoop.fnCheck = [](vlm::test::FakePlatform&, vlm::test::FaultOutcome eOutcome) {
+        EXPECT_EQ(eOutcome, vlm::test::FaultOutcome::Succeeded);
+    };
+    RunFaultLoop(oLoop);
 }
 
 /// The rule of the checksum, word by word.
