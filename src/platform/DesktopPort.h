@@ -15,7 +15,6 @@ public:
     /// Sends a zero-terminated text to an attached debugger (null: an empty text).  On the host there is none: the text
     /// goes to the recorder that a program has put in place, or nowhere.
     virtual void DebuggerOutput(const XCHAR* pszText) noexcept = 0;
-    virtual bool IsDebuggerPresent() noexcept = 0;
 };
 
 }  // namespace vlm

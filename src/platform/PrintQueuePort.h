@@ -23,8 +23,6 @@ public:
     static constexpr DWORD STATUS_PAUSED = 0x1;
     /// Actions of PrinterInfo7.
     static constexpr DWORD ACTION_PUBLISH = 1, ACTION_UPDATE = 2, ACTION_UNPUBLISH = 4, ACTION_REPUBLISH = 8;
-    /// Modes of DeviceMode: what is handed in, what comes out, no mode (0): the size.
-    static constexpr DWORD MODE_IN = 8, MODE_OUT = 2;
     /// Capabilities that the library asks for, and what one element of their answers takes, in bytes.
     static constexpr WORD CAPABILITY_PAPERS = 2, CAPABILITY_BINS = 6, CAPABILITY_DUPLEX = 7, CAPABILITY_BINNAMES = 12,
                           CAPABILITY_PAPERNAMES = 16, CAPABILITY_COLORDEVICE = 32;
@@ -66,15 +64,6 @@ public:
     virtual Status GetDefaultQueue(XCHAR* pszName, DWORD& rcName) noexcept = 0;
     /// @param pszName null or empty: the system chooses.  @return INVALID_PRINTER_NAME.
     virtual Status SetDefaultQueue(const XCHAR* pszName) noexcept = 0;
-    /// The driver's device mode for a queue, merged from what is handed in, without its dialog (DocumentProperties).
-    /// Runs the driver's user interface module in this process.
-    /// @param dwMode MODE_...; 0: `rlAnswer` is the size in bytes.  @param cbOutput room at `pOutput`; less than the
-    /// size that the driver asks for answers InsufficientBuffer and calls nothing.
-    /// @param pInput its bytes must be sound (CheckedDeviceModeSize).  @param rlAnswer the driver's own; below 0:
-    /// failed.
-    /// @return what the system said when the driver failed, NotSupported where there are no driver modules (host).
-    virtual Status GetDeviceMode(HANDLE hPrinter, const XCHAR* pszDevice, DWORD dwMode, DEVMODEW* pOutput,
-                                 DWORD cbOutput, const DEVMODEW* pInput, LONG& rlAnswer) noexcept = 0;
     /// Asks the driver for a capability.  @param rlAnswer the value, or the number of elements.  @param pOutput null,
     /// or room for the elements: the adapter asks for the number first and answers InsufficientBuffer when they do not
     /// fit (a capability that is not named above cannot be fetched into a buffer: InvalidParameter).

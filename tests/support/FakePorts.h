@@ -43,7 +43,6 @@ public:
     std::vector<XString> DebuggerLines() const;
 
     void DebuggerOutput(const XCHAR* pszText) noexcept override;
-    bool IsDebuggerPresent() noexcept override { return false; }
 
 private:
     mutable std::mutex m_oMutex;

@@ -158,7 +158,6 @@ class FaultDesktop final : public Wrapper<DesktopPort> {
 public:
     using Wrapper::Wrapper;
     Q9_FAULT_ALIVE(void, DebuggerOutput, const XCHAR*)
-    Q9_FAULT_PLAIN(bool, IsDebuggerPresent)
 };
 
 class FaultProcess final : public Wrapper<ProcessPort> {

@@ -80,15 +80,6 @@ Status PrintingCalls::SetDefaultQueue(const XCHAR* pszName) noexcept {
     return Pass(On("SetDefaultQueue", nullptr, pszName), Made([&] { return m_rQueues.SetDefaultQueue(pszName); }));
 }
 
-Status PrintingCalls::GetDeviceMode(HANDLE hPrinter, const XCHAR* pszDevice, DWORD dwMode, DEVMODEW* pOutput,
-                                    DWORD cbOutput, const DEVMODEW* pInput, LONG& rlAnswer) noexcept {
-    SpoolerCall oCall = Filling(On("GetDeviceMode", hPrinter, pszDevice), dwMode, pOutput, cbOutput, nullptr);
-    oCall.plAnswer = &rlAnswer;
-    return Pass(oCall, Made([&] {
-                    return m_rQueues.GetDeviceMode(hPrinter, pszDevice, dwMode, pOutput, cbOutput, pInput, rlAnswer);
-                }));
-}
-
 Status PrintingCalls::GetDeviceCapability(const XCHAR* pszDevice, const XCHAR* pszPort, WORD wCapability, void* pOutput,
                                           DWORD cbOutput, LONG& rlAnswer) noexcept {
     SpoolerCall oCall = Filling(On("GetDeviceCapability", nullptr, pszDevice), wCapability, pOutput, cbOutput, nullptr);

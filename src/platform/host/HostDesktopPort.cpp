@@ -20,8 +20,4 @@ void HostDesktopPort::DebuggerOutput(const XCHAR* pszText) noexcept {
     }
 }
 
-bool HostDesktopPort::IsDebuggerPresent() noexcept {
-    return gpfnListener.load(std::memory_order_acquire) != nullptr;
-}
-
 }  // namespace vlm::host

@@ -15,8 +15,6 @@ DebuggerListener ExchangeDebuggerListener(DebuggerListener pfnListener) noexcept
 class HostDesktopPort final : public DesktopPort {
 public:
     void DebuggerOutput(const XCHAR* pszText) noexcept override;
-    /// Whether a listener is in place.
-    bool IsDebuggerPresent() noexcept override;
 };
 
 }  // namespace vlm::host

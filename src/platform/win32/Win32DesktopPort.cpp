@@ -11,8 +11,4 @@ void Win32DesktopPort::DebuggerOutput(const XCHAR* pszText) noexcept {
     OutputDebugStringW(pszText ? pszText : L"");
 }
 
-bool Win32DesktopPort::IsDebuggerPresent() noexcept {
-    return ::IsDebuggerPresent() != FALSE;
-}
-
 }  // namespace vlm::win32

@@ -9,7 +9,6 @@ namespace vlm::win32 {
 class Win32DesktopPort final : public DesktopPort {
 public:
     void DebuggerOutput(const XCHAR* pszText) noexcept override;
-    bool IsDebuggerPresent() noexcept override;
 };
 
 }  // namespace vlm::win32

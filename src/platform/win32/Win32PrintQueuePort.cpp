@@ -25,7 +25,6 @@ static_assert(PrintQueuePort::COMMAND_PAUSE == PRINTER_CONTROL_PAUSE &&
 static_assert(PrintQueuePort::ACTION_PUBLISH == DSPRINT_PUBLISH && PrintQueuePort::ACTION_UPDATE == DSPRINT_UPDATE &&
               PrintQueuePort::ACTION_UNPUBLISH == DSPRINT_UNPUBLISH &&
               PrintQueuePort::ACTION_REPUBLISH == DSPRINT_REPUBLISH);
-static_assert(PrintQueuePort::MODE_IN == DM_IN_BUFFER && PrintQueuePort::MODE_OUT == DM_OUT_BUFFER);
 static_assert(SpoolerPort::QUEUE_ADMINISTER == PRINTER_ACCESS_ADMINISTER &&
               SpoolerPort::ACCESS_USE == PRINTER_ACCESS_USE && SpoolerPort::ALL_ACCESS == PRINTER_ALL_ACCESS);
 
@@ -111,22 +110,6 @@ Status Win32PrintQueuePort::GetDefaultQueue(XCHAR* pszName, DWORD& rcName) noexc
 
 Status Win32PrintQueuePort::SetDefaultQueue(const XCHAR* pszName) noexcept {
     return StatusOf(SetDefaultPrinterW(pszName));
-}
-
-Status Win32PrintQueuePort::GetDeviceMode(HANDLE hPrinter, const XCHAR* pszDevice, DWORD dwMode, DEVMODEW* pOutput,
-                                          DWORD cbOutput, const DEVMODEW* pInput, LONG& rlAnswer) noexcept {
-    SetLastError(0);
-    if (dwMode != 0) {
-        const LONG lSize = DocumentPropertiesW(nullptr, hPrinter, Writable(pszDevice), nullptr, nullptr, 0);
-        if (lSize <= 0) {
-            rlAnswer = lSize;
-            return StatusOrGeneral();
-        }
-        if (pOutput == nullptr || static_cast<DWORD>(lSize) > cbOutput) return Status::InsufficientBuffer;
-    }
-    rlAnswer =
-        DocumentPropertiesW(nullptr, hPrinter, Writable(pszDevice), pOutput, const_cast<DEVMODEW*>(pInput), dwMode);
-    return rlAnswer < 0 ? StatusOrGeneral() : Status::Success;
 }
 
 Status Win32PrintQueuePort::GetDeviceCapability(const XCHAR* pszDevice, const XCHAR* pszPort, WORD wCapability,

@@ -18,8 +18,6 @@ public:
     Status DeleteConnection(const XCHAR* pszName) noexcept override;
     Status GetDefaultQueue(XCHAR* pszName, DWORD& rcName) noexcept override;
     Status SetDefaultQueue(const XCHAR* pszName) noexcept override;
-    Status GetDeviceMode(HANDLE hPrinter, const XCHAR* pszDevice, DWORD dwMode, DEVMODEW* pOutput, DWORD cbOutput,
-                         const DEVMODEW* pInput, LONG& rlAnswer) noexcept override;
     Status GetDeviceCapability(const XCHAR* pszDevice, const XCHAR* pszPort, WORD wCapability, void* pOutput,
                                DWORD cbOutput, LONG& rlAnswer) noexcept override;
 };

@@ -211,11 +211,6 @@ Status HostPrintQueuePort::DeleteQueue(HANDLE hPrinter) noexcept {
     });
 }
 
-Status HostPrintQueuePort::GetDeviceMode(HANDLE, const XCHAR*, DWORD, DEVMODEW*, DWORD, const DEVMODEW*,
-                                         LONG&) noexcept {
-    return Status::NotSupported;
-}
-
 Status HostPrintQueuePort::GetDeviceCapability(const XCHAR*, const XCHAR*, WORD, void*, DWORD, LONG&) noexcept {
     return Status::NotSupported;
 }
