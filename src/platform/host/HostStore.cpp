@@ -117,8 +117,13 @@ Store& TheStore() {
 
 constinit std::atomic<StoreHook> gpfnHook{nullptr};
 
+/// Makes a folder and those above it that are missing, for their owner alone (XDG Base Directory Specification).
 void MakeFolder(const std::string& rPath) {
-    if (mkdir(rPath.c_str(), 0700) != 0 && errno != EEXIST) throw StoreFailure{Status::PathNotFound};
+    for (std::size_t iEnd = 0; iEnd != std::string::npos;) {
+        iEnd = rPath.find('/', iEnd + 1);
+        if (mkdir(rPath.substr(0, iEnd).c_str(), 0700) != 0 && errno != EEXIST)
+            throw StoreFailure{Status::PathNotFound};
+    }
 }
 
 std::string DefaultPath() {
@@ -131,9 +136,7 @@ std::string DefaultPath() {
         if (pszHome && *pszHome != '/') pszHome = nullptr;  // an empty one would be the root
         const passwd* pEntry = pszHome ? nullptr : getpwuid(getuid());
         if (pszHome == nullptr && pEntry == nullptr) throw StoreFailure{Status::PathNotFound};
-        folder = pszHome ? pszHome : pEntry->pw_dir;
-        for (const char* pszPart : {"/.local", "/share"})
-            MakeFolder(folder += pszPart);
+        folder = std::string(pszHome ? pszHome : pEntry->pw_dir) + "/.local/share";
     }
     MakeFolder(folder += "/q9util");
     return folder + "/store.db";

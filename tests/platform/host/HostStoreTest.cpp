@@ -79,6 +79,20 @@ protected:
     std::string m_path;
 };
 
+TEST_F(HostStore, StandsInTheUsersDataFolderWhichIsMadeWithAllAboveIt) {
+    const std::filesystem::path data = m_oFolder / "not" / "there" / "yet";
+    const pid_t iChild = Start([&] {
+        unsetenv("Q9_STORE");
+        setenv("XDG_DATA_HOME", data.c_str(), 1);
+        host::SetHostStorePath(nullptr);
+        Registry().Close(Make(VTEXT("Key")));
+        _exit(HasFailure());
+    });
+    EXPECT_EQ(Wait(iChild), 0);
+    EXPECT_TRUE(std::filesystem::exists(data / "q9util" / "store.db"));
+    EXPECT_EQ(std::filesystem::status(m_oFolder / "not").permissions(), std::filesystem::perms::owner_all);
+}
+
 TEST_F(HostStore, ProcessesShareOneStoreAndLoseNoWrite) {
     constexpr DWORD cProcesses = 4, cValues = 25;
     pid_t aiChildren[cProcesses];
