@@ -234,7 +234,8 @@ public:
     // ---- installation; each needs an elevated administrator, or the spooler itself ----
 
     /// Installs the monitor when it is not there: copies both DLLs into the system folder and registers the loader with
-    /// the spooler.  When it is there, checks that it answers and upgrades it when the driver's DLL is newer.
+    /// the spooler.  When it is there, checks that it answers and upgrades it when the driver's DLL is newer.  When
+    /// that cannot be found out, nothing is done.
     /// @param fUpgrade false: leaves a monitor that is there as it is.
     /// @return whether a working monitor is installed afterwards (with `fUpgrade`, none that is older than the
     /// driver's).

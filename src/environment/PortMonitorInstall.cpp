@@ -35,8 +35,9 @@ bool VelomPortMonitor::InstallAndUpgrade(bool fUpgrade) noexcept {
     bool fDone = false;
     const bool fRan = vlm::NoThrow([&] {
         if (!IsVelomPortMonitorInstalled(false)) {
-            fDone = IsUsable(CopyOrReplaceLoader()) && IsUsable(CopyOrReplaceMonitor()) && AddOurMonitor() &&
-                    IsVelomPortMonitorFunctional(true);
+            // A monitor that is perhaps there, but cannot be found, keeps its files.
+            fDone = m_dwLastStatus == SpoolerPort::UNKNOWN_PRINT_MONITOR && IsUsable(CopyOrReplaceLoader()) &&
+                    IsUsable(CopyOrReplaceMonitor()) && AddOurMonitor() && IsVelomPortMonitorFunctional(true);
         } else if (IsVelomPortMonitorFunctional(true)) {
             fDone = !fUpgrade || !vlm::IsShippedMonitorNewer() ||
                     (UpgradeVelomPortMonitor() && IsVelomPortMonitorFunctional(true));

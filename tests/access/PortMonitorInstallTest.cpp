@@ -156,28 +156,32 @@ void CheckFiles(FakePlatform& rFake) {
 }
 
 TEST(PortMonitorInstallFaults, NoFileIsAPart) {
-    FaultLoop oLoop;
-    oLoop.vModes = {FaultMode::FailOnce, FaultMode::FailFrom, FaultMode::ShortOnce, FaultMode::KillAt,
-                    FaultMode::KillTorn};
-    oLoop.vStatuses = {Status::AccessDenied, Status::SharingViolation};
-    oLoop.fnPrepare = [](FakePlatform& rFake) {
-        rFake.identity.SetMisuseFailsTest(false);
-        AddDriver(rFake, V5_0_2_0);
-        rFake.files.AddFile(IN_FORCE, Dll(V5_0_1_0));
-    };
-    oLoop.fnRun = [] {
-        VelomPortMonitor oMonitor;
-        return oMonitor.InstallAndUpgrade(true) ? FaultOutcome::Succeeded : FaultOutcome::Failed;
-    };
-    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome eOutcome) {
-        CheckFiles(rFake);
-        if (eOutcome != FaultOutcome::Succeeded) return;
-        EXPECT_EQ(rFake.spooler.Monitors().size(), 1u);
-        EXPECT_EQ(ContentsHex(rFake, IN_FORCE), ToHex(Dll(V5_0_2_0)));
-        EXPECT_EQ(ContentsHex(rFake, LOADER), ToHex(Dll(V5_0_2_0)));
-    };
-    oLoop.fnCheckAfterKill = CheckFiles;
-    EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 20u);
+    for (const bool fUpgrade : {false, true}) {
+        SCOPED_TRACE(fUpgrade ? "upgrading" : "installing");
+        FaultLoop oLoop;
+        oLoop.vModes = {FaultMode::FailOnce, FaultMode::FailFrom, FaultMode::ShortOnce, FaultMode::KillAt,
+                        FaultMode::KillTorn};
+        oLoop.vStatuses = {Status::AccessDenied, Status::SharingViolation};
+        oLoop.fnPrepare = [fUpgrade](FakePlatform& rFake) {
+            rFake.identity.SetMisuseFailsTest(false);
+            AddDriver(rFake, V5_0_2_0);
+            rFake.files.AddFile(IN_FORCE, Dll(V5_0_1_0));
+            if (fUpgrade) rFake.spooler.AddMonitor(MONITOR_NAME, VTEXT("q7lrsl.dll"));
+        };
+        oLoop.fnRun = [] {
+            VelomPortMonitor oMonitor;
+            return oMonitor.InstallAndUpgrade(true) ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+        };
+        oLoop.fnCheck = [fUpgrade](FakePlatform& rFake, FaultOutcome eOutcome) {
+            CheckFiles(rFake);
+            if (eOutcome != FaultOutcome::Succeeded) return;
+            EXPECT_EQ(rFake.spooler.Monitors().size(), 1u);
+            EXPECT_EQ(ContentsHex(rFake, fUpgrade ? PENDING : IN_FORCE), ToHex(Dll(V5_0_2_0)));
+            EXPECT_EQ(ContentsHex(rFake, LOADER), fUpgrade ? "(none)" : ToHex(Dll(V5_0_2_0)));
+        };
+        oLoop.fnCheckAfterKill = CheckFiles;
+        EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 12u);
+    }
 }
 
 TEST_F(PortMonitorInstall, RemovesTheMonitorAndBothFiles) {
