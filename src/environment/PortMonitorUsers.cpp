@@ -36,6 +36,7 @@ bool VelomPortMonitor::GetUserSIDIfNeeded(_HKEYREGISTRY_ eRoot, bool fUsersTree,
 
 bool VelomPortMonitor::RemoveLRSDataForUser(const XCHAR* pszSid) noexcept {
     DWORD cbNeeded = 0;
+    m_dwLastStatus = vlm::ToDword(Status::NotEnoughMemory);
     const bool fDone = vlm::NoThrow(
         [&] {
             const CXString csSid(pszSid);

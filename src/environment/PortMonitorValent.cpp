@@ -26,51 +26,53 @@ void SetEntryAt(value_entW* pEntries, std::size_t iIndex, const ValueEnt& rEntry
     std::memcpy(reinterpret_cast<BYTE*>(pEntries) + iIndex * sizeof rEntry, &rEntry, sizeof rEntry);
 }
 
+/// MakeVALENTArraySpoolerCompatible, but that it throws ExceptionOutOfMemory.
+bool MakeCompatible(const value_entW* pEntries, DWORD cEntries, ByteBuffer& rbbCompatible) {
+    if (!IS_VALID_POINTER(pEntries) || cEntries == 0 || cEntries > vlm::bounds::MAX_VALUE_LIST_ENTRIES) return false;
+    ByteBuffer bbCompatible;
+    ByteBuffer bbNames;
+    for (DWORD i = 0; i < cEntries; ++i) {
+        const XCHAR* const pszName = EntryAt(pEntries, i).ve_valuename;
+        if (!IS_VALID_STRING(pszName)) return false;
+        const std::size_t cbBefore = cEntries * sizeof(ValueEnt) + bbNames.size();
+        bbCompatible.appendLong64Value(static_cast<LONGLONG>(cbBefore));
+        for (std::size_t cb = sizeof(LONGLONG); cb < sizeof(ValueEnt); cb += sizeof(LONGLONG))
+            bbCompatible.appendLong64Value(0);
+        bbNames.append(CXString(pszName)).appendNullChar();
+    }
+    bbCompatible.append(bbNames);
+    DWORD cChecked = 0;
+    if (!vlm::IsRegularValueList(bbCompatible, cChecked) || cChecked != cEntries) return false;
+    rbbCompatible.swap(bbCompatible);
+    return true;
+}
+
+/// UpdateVALENTArrayFromSpooler, but that it throws ExceptionOutOfMemory.
+bool UpdateFrom(const ByteBuffer& kbbReply, value_entW* pEntries, DWORD cEntries) {
+    if (!IS_VALID_POINTER(pEntries)) return false;
+    std::vector<PortMonitorReply::Value> vValues;
+    if (!PortMonitorReply::DecodeValues(kbbReply, cEntries, vValues)) return false;
+    for (DWORD i = 0; i < cEntries; ++i) {
+        ValueEnt oEntry = EntryAt(pEntries, i);
+        oEntry.ve_valuelen = vValues[i].m_cbData;
+        oEntry.ve_valueptr = kbbReply.data() + vValues[i].m_dwOffset;
+        oEntry.ve_type = vValues[i].m_dwType;
+        SetEntryAt(pEntries, i, oEntry);
+    }
+    return true;
+}
+
 }  // namespace
 
 bool VelomPortMonitor::MakeVALENTArraySpoolerCompatible(const value_entW* pEntries, DWORD cEntries,
                                                         ByteBuffer& rbbCompatible) noexcept {
     rbbCompatible.clear();
-    if (!IS_VALID_POINTER(pEntries) || cEntries == 0 || cEntries > vlm::bounds::MAX_VALUE_LIST_ENTRIES) return false;
-    return vlm::NoThrow(
-        [&] {
-            ByteBuffer bbCompatible;
-            ByteBuffer bbNames;
-            for (DWORD i = 0; i < cEntries; ++i) {
-                const XCHAR* const pszName = EntryAt(pEntries, i).ve_valuename;
-                if (!IS_VALID_STRING(pszName)) return false;
-                const std::size_t cbBefore = cEntries * sizeof(ValueEnt) + bbNames.size();
-                bbCompatible.appendLong64Value(static_cast<LONGLONG>(cbBefore));
-                for (std::size_t cb = sizeof(LONGLONG); cb < sizeof(ValueEnt); cb += sizeof(LONGLONG))
-                    bbCompatible.appendLong64Value(0);
-                bbNames.append(CXString(pszName)).appendNullChar();
-            }
-            bbCompatible.append(bbNames);
-            DWORD cChecked = 0;
-            if (!vlm::IsRegularValueList(bbCompatible, cChecked) || cChecked != cEntries) return false;
-            rbbCompatible.swap(bbCompatible);
-            return true;
-        },
-        false);
+    return vlm::NoThrow([&] { return MakeCompatible(pEntries, cEntries, rbbCompatible); }, false);
 }
 
 bool VelomPortMonitor::UpdateVALENTArrayFromSpooler(value_entW* pEntries, DWORD cEntries,
                                                     const ByteBuffer& kbbReply) noexcept {
-    if (!IS_VALID_POINTER(pEntries)) return false;
-    return vlm::NoThrow(
-        [&] {
-            std::vector<PortMonitorReply::Value> vValues;
-            if (!PortMonitorReply::DecodeValues(kbbReply, cEntries, vValues)) return false;
-            for (DWORD i = 0; i < cEntries; ++i) {
-                ValueEnt oEntry = EntryAt(pEntries, i);
-                oEntry.ve_valuelen = vValues[i].m_cbData;
-                oEntry.ve_valueptr = kbbReply.data() + vValues[i].m_dwOffset;
-                oEntry.ve_type = vValues[i].m_dwType;
-                SetEntryAt(pEntries, i, oEntry);
-            }
-            return true;
-        },
-        false);
+    return vlm::NoThrow([&] { return UpdateFrom(kbbReply, pEntries, cEntries); }, false);
 }
 
 bool VelomPortMonitor::QueryMultipleValues(HKEY hKey, value_entW* pEntries, DWORD cEntries,
@@ -85,9 +87,13 @@ bool VelomPortMonitor::QueryMultipleValues(_HKEYREGISTRY_ eRoot, const CXString&
 
 bool VelomPortMonitor::Proxy::Query(value_entW* pEntries, DWORD cEntries, ByteBuffer& rbbValues) noexcept {
     ByteBuffer bbNames;
-    if (!MakeVALENTArraySpoolerCompatible(pEntries, cEntries, bbNames)) return Note(Fail(Status::InvalidParameter));
+    try {
+        if (!MakeCompatible(pEntries, cEntries, bbNames)) return Note(Fail(Status::InvalidParameter));
+    } catch (const std::exception&) {
+        return Note(Fail(Status::NotEnoughMemory));
+    }
     return Do({Function::QueryMultipleValues, vlm::NoText(), bbNames}, [&](ByteBuffer& rbbReply) {
-        if (!UpdateVALENTArrayFromSpooler(pEntries, cEntries, rbbReply)) return false;
+        if (!UpdateFrom(rbbReply, pEntries, cEntries)) return false;
         // The bytes change their owner, not their place, so the entries' pointers stay good.
         rbbValues.swap(rbbReply);
         return true;

@@ -132,7 +132,7 @@ void RegistryKey::InitializeRegistryKey() {
     const bool fMayForward = m_eHive < HKeyRegistry::Hkey_Classes_Root && !m_fCreated && !m_fDirect && !m_hKey;
     // The channel stays closed without a monitor, and while the library is being loaded: the key is then a direct one.
     if (fMayForward && VelomPortMonitor::IsXPMRegistryRequired(m_eHive)) {
-        auto apoPortMonitor = std::make_unique<VelomPortMonitor>(true);
+        auto apoPortMonitor = vlm::TranslateOutOfMemory([] { return std::make_unique<VelomPortMonitor>(true); });
         m_fForward = apoPortMonitor->IsChannelOpen();
         if (m_fForward) m_apoPortMonitor = std::move(apoPortMonitor);
     }

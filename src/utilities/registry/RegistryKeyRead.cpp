@@ -65,10 +65,11 @@ bool RegistryKey::ForwardGetValue(const CXString& kcsName, ByteBuffer& rbbData, 
     vlm::ValueEnt oEntry;
     oEntry.ve_valuename = kcsName;
     ByteBuffer bbReply;
-    if (m_apoPortMonitor->QueryMultipleValues(m_hKey, vlm::AsSystemEntries(&oEntry), 1, bbReply)) {
-        rbbData.setWithLpbyte(oEntry.ve_valueptr, oEntry.ve_valuelen);
-        *pdwType = oEntry.ve_type;
+    if (!NoteForwarded(m_apoPortMonitor->QueryMultipleValues(m_hKey, vlm::AsSystemEntries(&oEntry), 1, bbReply))) {
+        return false;
     }
+    rbbData.setWithLpbyte(oEntry.ve_valueptr, oEntry.ve_valuelen);
+    *pdwType = oEntry.ve_type;
     return true;
 }
 
