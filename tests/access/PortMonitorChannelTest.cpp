@@ -251,6 +251,8 @@ TEST(PortMonitorChannel, ValueListsTravelWithOffsetsAndComeBackAsPointers) {
 
 TEST(PortMonitorChannel, WhateverFailsTheOutputIsOldOrNew) {
     static const CXString csName = VTEXT("n");
+    static const ByteBuffer bbReply(
+        FromHex("0000000000000000 01000000 00000000 2000000000000000 03000000 00000000 0A"));
     FaultLoop oLoop;
     oLoop.vStatuses = {Status::AccessDenied, static_cast<Status>(1726)};
     oLoop.fnPrepare = [](FakePlatform& rFake) {
@@ -261,15 +263,29 @@ TEST(PortMonitorChannel, WhateverFailsTheOutputIsOldOrNew) {
                 return cbRoom < 2000 ? Status::InsufficientBuffer : Status::Success;
             });
     };
-    oLoop.fnRun = [] {
-        VelomPortMonitor oMonitor;
-        ByteBuffer bbValue;
-        const bool fDone = oMonitor.GetBytesValue(HKeyRegistry::Hkey_User_Version, csName, csName, bbValue);
-        if (fDone != (bbValue.size() == 2000) || fDone != (oMonitor.GetLastStatus() == 0))
-            throw std::logic_error("neither done nor undone");
-        return fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+    const FaultRow aoRows[] = {
+        {"a reply that grows",
+         [] {
+             VelomPortMonitor oMonitor;
+             ByteBuffer bbValue;
+             const bool fDone = oMonitor.GetBytesValue(HKeyRegistry::Hkey_User_Version, csName, csName, bbValue);
+             if (fDone != (bbValue.size() == 2000) || fDone != (oMonitor.GetLastStatus() == 0))
+                 throw std::logic_error("neither done nor undone");
+             return fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+         }},
+        {"a list of values",
+         [] {
+             ValueEnt oEntry{csName, 0, nullptr, 0};
+             ByteBuffer bbCompatible;
+             const bool fMade =
+                 VelomPortMonitor::MakeVALENTArraySpoolerCompatible(AsSystemEntries(&oEntry), 1, bbCompatible);
+             const bool fTaken = VelomPortMonitor::UpdateVALENTArrayFromSpooler(AsSystemEntries(&oEntry), 1, bbReply);
+             if (fMade == bbCompatible.empty() || fTaken != (oEntry.ve_valuelen == 1))
+                 throw std::logic_error("neither done nor undone");
+             return fMade && fTaken ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+         }},
     };
-    EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 3u);
+    RunFaultRows(aoRows, oLoop);
 }
 
 }  // namespace

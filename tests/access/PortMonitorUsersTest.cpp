@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "access/PortMonitorBench.h"
+#include "support/FaultLoop.h"
 #include "utilities/utilitiesdll/CriticalResource.h"
 #include "utilities/utilitiesdll/LowRightsStorage.h"
 
@@ -98,15 +99,16 @@ TEST(LowRightsStorageTest, NamesThePartOfOneUserOrNothing) {
     EXPECT_FALSE(LowRightsStorage(VTEXT("x")).IsAvailable());
 }
 
+const XCHAR* const CHECK_PATH = VTEXT("HKEY_USERS\\.DEFAULT\\Software\\Velom\\PrinterDriver\\V5.0");
+
 TEST(PortMonitorVirtualisation, IsFoundOutOnceByTheWayRound) {
-    const test::XString path = VTEXT("HKEY_USERS\\.DEFAULT\\Software\\Velom\\PrinterDriver\\V5.0");
     for (const bool fSameRegistry : {true, false}) {
         VelomPortMonitor::CleanUp();
         PortMonitorBench oBench;
         FakeSpoolerPort& rSpooler = oBench.oFake.spooler;
         rSpooler.SetScript([&](XStringView, std::span<const BYTE> input, std::size_t, std::vector<BYTE>&) {
             if (input[16] == 15 && fSameRegistry)
-                oBench.oFake.registry.AddValue(path, VTEXT("VRCheck"), 4, {input.end() - 6, input.end() - 2});
+                oBench.oFake.registry.AddValue(CHECK_PATH, VTEXT("VRCheck"), 4, {input.end() - 6, input.end() - 2});
             return Status::Success;
         });
         rSpooler.RefuseOpen(static_cast<Status>(SpoolerPort::UNKNOWN_PORT));
@@ -121,6 +123,51 @@ TEST(PortMonitorVirtualisation, IsFoundOutOnceByTheWayRound) {
         EXPECT_EQ(oBench.oFake.registry.OpenHandles(), 0u);
     }
     VelomPortMonitor::CleanUp();
+}
+
+TEST(PortMonitorUsers, WhateverFailsTheAnswerIsTheOneOrNone) {
+    static const CXString csNone, csSystem = VTEXT("S-1-5-18"), csDefault = VTEXT(".DEFAULT");
+    const auto IsHad = [](const CXString& kcsSid, const CXString& kcsExpected) {
+        if (!kcsSid.IsEmpty() && kcsSid != kcsExpected) throw std::logic_error("somebody else's SID");
+        return kcsSid.IsEmpty() ? FaultOutcome::Failed : FaultOutcome::Succeeded;
+    };
+    bool fSameRegistry = false;
+    FaultLoop oLoop;
+    oLoop.fnPrepare = [&](FakePlatform& rFake) {
+        rFake.identity.SetProcessIdentity(FakeIdentityPort::MakeIdentity(csSystem, IdentityPort::INTEGRITY_SYSTEM));
+        rFake.spooler.AddMonitor(MONITOR_NAME, VTEXT("q7lrsl.dll"));
+        rFake.spooler.SetScript([&](XStringView, std::span<const BYTE> input, std::size_t, std::vector<BYTE>&) {
+            if (input[16] == 15 && fSameRegistry)
+                rFake.registry.AddValue(CHECK_PATH, VTEXT("VRCheck"), 4, {input.end() - 6, input.end() - 2});
+            return Status::Success;
+        });
+    };
+    const auto IsVirtualized = [&](bool fSame) {
+        fSameRegistry = fSame;
+        VelomPortMonitor::CleanUp();
+        const bool fVirtualized = VelomPortMonitor::IsRegistryVirtualized();
+        VelomPortMonitor::CleanUp();
+        return fVirtualized;
+    };
+    const FaultRow aoRows[] = {
+        {"the default user's SID", [=] { return IsHad(VelomPortMonitor::GetUserSID(csNone, true), csDefault); }},
+        {"a SID that is needed",
+         [=] { return IsHad(VelomPortMonitor::GetUserSIDIfNeeded(HKeyRegistry::Hkey_User_Velom, true), csSystem); }},
+        {"a number that is no root",
+         [] {
+             const RecordingSink oSink;
+             const HKEY hKey = VelomPortMonitor::GetRegHkeyFromContext(static_cast<_HKEYREGISTRY_>(21), false);
+             return hKey ? FaultOutcome::Failed : FaultOutcome::Succeeded;
+         }},
+        {"another registry than the monitor's",
+         [&] { return IsVirtualized(false) ? FaultOutcome::Succeeded : FaultOutcome::Failed; }},
+        {"the monitor's own registry",
+         [&] {
+             if (IsVirtualized(true)) throw std::logic_error("no answer is not an answer");
+             return FaultOutcome::Succeeded;
+         }},
+    };
+    RunFaultRows(aoRows, oLoop);
 }
 
 }  // namespace

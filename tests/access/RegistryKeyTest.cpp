@@ -297,55 +297,34 @@ TEST(RegistryHivesTest, NumbersNamesAndConstantsMeanTheSameHive) {
     EXPECT_EQ(eHive, HKeyRegistry::Hkey_Machine_Velom);
     EXPECT_TRUE(RegistryHives::GetName(Hive(21)).empty());
     EXPECT_EQ(RegistryHives::GetRootName(HKeyRegistry::Hkey_User_Velom, USERS), VTEXT("HKEY_USERS"));
+    EXPECT_EQ(RegistryHives::GetBasePath(HKeyRegistry::Hkey_User_Velom), VTEXT("Software\\Velom"));
+    EXPECT_EQ(RegistryHives::GetBasePath(HKeyRegistry::Hkey_Local_Machine), VTEXT(""));
 }
 
 // ---- every call fails once ----
 
-TEST(RegistryKeyFaults, EveryOperationGivesItsAnswerOrItsDefault) {
+TEST(RegistryKeyFaults, QuestionsGetTheirAnswerOrTheNeutralOne) {
+    const auto Outcome = [](bool fDone) { return fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed; };
     FaultLoop oLoop;
-    oLoop.vStatuses = {Status::AccessDenied, Status::KeyDeleted, Status::FileNotFound};
     oLoop.fnPrepare = [](FakePlatform& rFake) {
-        rFake.identity.SetProcessIdentity(Elevated());
-        rFake.registry.AddDword(VTEXT("HKEY_LOCAL_MACHINE\\Sub"), VTEXT("n"), 3);
-        rFake.registry.AddText(VTEXT("HKEY_LOCAL_MACHINE\\Sub\\Below\\Deep"), VTEXT("t"), VTEXT("text"));
-        rFake.registry.AddKey(VTEXT("HKEY_LOCAL_MACHINE\\Copy\\Old"));
+        rFake.identity.SetProcessIdentity(FakeIdentityPort::MakeIdentity(VTEXT("S-1-5-18")));
     };
-    oLoop.fnRun = [] {
-        bool fDone = false;
-        Attempt<ExceptionRegistryRequest, ExceptionOutOfMemory>([&] {
-            RegistryKey oKey(Hive(12), VTEXT("Sub"), AS_NEEDED, OWN);
-            oKey.OpenRegistryKey(RegistryKey::FULL_ACCESS);
-            const LONG lValue = oKey.GetLongValue(VTEXT("n"), -7);
-            RegistryMultiValueOperations oValues;
-            oValues.Add(VTEXT("n"));
-            oKey.QueryMultipleValues(oValues);
-            const LONG lQueried = oValues.GetLong(0, -7);
-            if ((lValue != -7 && lValue < 3) || (lQueried != -7 && lQueried < 3))
-                throw std::logic_error("neither value nor default");
-            oKey.SetStringValue(VTEXT("s"), VTEXT("written"));
-            if (oKey.GetIncLongValue(VTEXT("n"), 3, 1000) < 3) throw std::logic_error("not the value");
-            oKey.RenameValue(VTEXT("s"), VTEXT("other"));
-            std::vector<CXString> vcsKeys, vcsValues;
-            if (!oKey.EnumKeyNamesAndValueNames(&vcsKeys, &vcsValues) && !vcsKeys.empty())
-                throw std::logic_error("a failed list must be empty");
-            RegistryKey oCopy(Hive(12), AS_NEEDED, OWN);
-            oCopy.CreateRegistryKey(VTEXT("Copy"), RegistryKey::FULL_ACCESS);
-            const bool fCopied = oCopy.CopyKeyAndSubkeysFrom(oKey);
-            if (fCopied != (oCopy.GetLastStatus() == 0)) throw std::logic_error("neither copied nor refused");
-            const bool fDeleted = oCopy.DeleteKeyAndSubkeys(VTEXT("Below"));
-            if (fDeleted != (oCopy.GetLastStatus() == 0)) throw std::logic_error("neither deleted nor refused");
-            fDone = fCopied && fDeleted;
-        });
-        return fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+    const FaultRow aoRows[] = {
+        {"whose hive", [=] { return Outcome(RegistryKey::IsHkcuRegistryHiveHkuDotDefault()); }},
+        {"the right to write", [=] { return Outcome(RegistryKey::DoesThreadHavePermissiontoWriteToHkcu()); }},
+        {"a base path", [] { return Attempt<ExceptionOutOfMemory>([] { RegistryHives::GetBasePath(Hive(3)); }); }},
+        {"a hive that does not exist",
+         [] {
+             return Attempt<ExceptionOutOfMemory>([] {
+                 try {
+                     RegistryKey oKey(Hive(21), AS_NEEDED, OWN);
+                     throw std::logic_error("there is no such hive");
+                 } catch (const ExceptionRegistryRequest&) {
+                 }
+             });
+         }},
     };
-    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome eOutcome) {
-        EXPECT_TRUE(rFake.registry.ValueAt(VTEXT("HKEY_LOCAL_MACHINE\\Sub\\Below\\Deep"), VTEXT("t")));
-        EXPECT_TRUE(rFake.registry.HasKey(VTEXT("HKEY_LOCAL_MACHINE\\Copy\\Old")));
-        if (eOutcome == FaultOutcome::Succeeded) {
-            EXPECT_FALSE(rFake.registry.HasKey(VTEXT("HKEY_LOCAL_MACHINE\\Copy\\Below")));
-        }
-    };
-    EXPECT_GT(RunFaultLoop(oLoop).ullFaults, 100u);
+    RunFaultRows(aoRows, oLoop);
 }
 
 TEST(RegistryKeyFaults, ARenameInCaseAloneLosesNothing) {

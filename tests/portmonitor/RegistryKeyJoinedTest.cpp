@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "MonitorBench.h"
-#include "support/FaultLoop.h"
 #include "utilities/debuggingandexceptions/VelomExceptions.h"
 #include "utilities/registry/RegistryKey.h"
 #include "utilities/registry/RegistryMultiValueOperations.h"
@@ -153,34 +152,6 @@ TEST(RegistryKeyJoined, RefusalsAreToldApartAndTheKeyGoesToItsCopy) {
     ASSERT_TRUE(apoDirect);
     EXPECT_FALSE(apoDirect->IsForwarded());
     EXPECT_EQ(apoDirect->GetLongValue(VTEXT("n"), 0), 1);
-}
-
-TEST(RegistryKeyJoined, WhateverFailsAForwardedWriteIsDoneOrNot) {
-    FaultLoop oLoop;
-    oLoop.vStatuses = {Status::AccessDenied, Status::NotEnoughMemory, static_cast<Status>(1726)};
-    oLoop.fnPrepare = [](FakePlatform& rFake) {
-        rFake.identity.SetMisuseFailsTest(false);
-        rFake.spooler.AddMonitor(VTEXT("Velom Virtualization Port"), VTEXT("q7lrsl.dll"));
-        rFake.registry.AddKey(VERSION_PATH);
-    };
-    oLoop.fnRun = [] {
-        return Attempt<ExceptionRegistryRequest, ExceptionOutOfMemory>([&] {
-            RegistryKey oKey(VERSION, RegistryKey::AS_NEEDED, RegistryKey::OWN_TREE);
-            oKey.CreateRegistryKey(VTEXT("Key"), RegistryKey::FULL_ACCESS);
-            oKey.SetLongValue(VTEXT("v"), 7);
-        });
-    };
-    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome eOutcome) {
-        const auto oValue = rFake.registry.ValueAt(XString(VERSION_PATH) + VTEXT("\\Key"), VTEXT("v"));
-        if (eOutcome == FaultOutcome::Succeeded) {
-            EXPECT_TRUE(oValue);
-        }
-        if (oValue) {
-            EXPECT_EQ(ToHex(oValue->vbyData), "07000000");
-        }
-        EXPECT_FALSE(rFake.identity.EndedWith() && eOutcome == FaultOutcome::Succeeded);
-    };
-    EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 10u);
 }
 
 }  // namespace

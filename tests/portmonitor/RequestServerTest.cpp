@@ -1,15 +1,12 @@
 /// @file
 /// The way of a command through the monitor: what is checked before what, with whose identity, and what a failure
 /// leaves.
-#include <new>
 #include <optional>
 
 #include "MonitorBench.h"
 #include "WatchedRegistry.h"
 #include "portmonitor/SystemIdentity.h"
-#include "support/FaultLoop.h"
 #include "support/FaultPlatform.h"
-#include "utilities/debuggingandexceptions/VelomExceptions.h"
 
 namespace vlm::test {
 
@@ -124,85 +121,6 @@ TEST(RequestServer, OtherCommandsAndTheirInput) {
     oBench.ActAsAdministrator();
     EXPECT_EQ(oBench.Command(VTEXT("upgrade"), {}, 0), Status::AccessDenied);
     EXPECT_EQ(oBench.Command(VTEXT("upgrade"), {}, ADMINISTER), Status::Success);
-}
-
-FakePlatform* gpFake = nullptr;
-
-/// Whether the process would have been ended: in the fake it goes on without its client's identity.
-bool IsEnded() {
-    IdentityPort::Identity oIdentity;
-    gpFake->identity.CurrentIdentity(oIdentity);
-    return !oIdentity.fImpersonating;
-}
-
-/// One request of each kind on a tree of its own, so that a second run does the same again.
-FaultOutcome RunScenario() {
-    MonitorChannels oChannels;
-    HANDLE hChannel = nullptr;
-    bool fFailed = oChannels.Open(ADMINISTER, hChannel) != Status::Success;
-    if (fFailed) return FaultOutcome::Failed;
-    BYTE abyReply[256];
-    const auto Send = [&](const PortMonitorRequest& rRequest) {
-        if (IsEnded()) return false;
-        ByteBuffer bbRecord;
-        rRequest.AppendTo(bbRecord);
-        DWORD cbNeeded = 0;
-        const Status eStatus = oChannels.Transceive(hChannel, VTEXT("xregistry"), bbRecord, abyReply, cbNeeded);
-        // Nothing may look like a forgery, and no number of the platform's gets lost on the way.
-        if (eStatus == Status::InvalidHandle || eStatus == Status::InvalidParameter) std::abort();
-        fFailed = fFailed || eStatus != Status::Success;
-        return eStatus == Status::Success;
-    };
-    const auto Path = [](const XCHAR* pszPath) { return CXString(pszPath); };
-    const ByteBuffer bbLong = ByteBuffer::createFromLongValue(7);
-    Send(MakeRequest(Function::SetLongValue, VERSION, Path(VTEXT("a\\b")), VTEXT("n"), bbLong));
-    Send(MakeRequest(Function::GetIncLongValue, VERSION, Path(VTEXT("a\\b")), VTEXT("n"), bbLong));
-    Send(MakeRequest(Function::RenameValue, VERSION, Path(VTEXT("a\\b")), VTEXT("n"), TextData(VTEXT("N"))));
-    Send(MakeRequest(Function::QueryMultipleValues, VERSION, Path(VTEXT("a\\b")), CXString(),
-                     ValueListData({VTEXT("n")})));
-    Send(MakeRequest(Function::EnumValueNames, VERSION, Path(VTEXT("a\\b"))));
-    PortMonitorRequest oCopy = MakeRequest(Function::CopyKeyAndSubkeysFrom, VERSION, Path(VTEXT("c")));
-    oCopy.m_csThird = VTEXT("a");
-    Send(oCopy);
-    ULONGLONG ullToken = 0;
-    if (Send(MakeRequest(Function::CreateKey, VERSION, Path(VTEXT("a\\k")))) &&
-        PortMonitorReply::DecodeKeyToken({abyReply, 8}, ullToken)) {
-        Send(MakeRequest(Function::SetBytesValue, ullToken, CXString(), VTEXT("v"), bbLong));
-        Send(MakeRequest(Function::CloseKey, ullToken));
-    }
-    Send(MakeRequest(Function::DeleteKeyAndSubkeys, VERSION, Path(VTEXT("a"))));
-    Send(MakeRequest(Function::DeleteKeyAndSubkeys, VERSION, Path(VTEXT("c"))));
-    DWORD cbNeeded = 0;
-    const Status eRemoved = oChannels.Transceive(hChannel, VTEXT("XRemoveLRS"), {}, {}, cbNeeded);
-    return fFailed || eRemoved != Status::Success ? FaultOutcome::Failed : FaultOutcome::Succeeded;
-}
-
-TEST(RequestServer, EveryFailureOnTheWayLeavesNothingOpenAndTheIdentityAsItWas) {
-    FaultLoop oLoop;
-    oLoop.fnPrepare = [](FakePlatform& rFake) {
-        gpFake = &rFake;
-        rFake.registry.AddKey(XString(STORAGE_PATH) + VTEXT("\\x"));
-        rFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(OTHER_SID, IdentityPort::INTEGRITY_HIGH, true));
-    };
-    oLoop.fnRun = [] {
-        try {
-            return RunScenario();
-        } catch (const ExceptionOutOfMemory&) {  // of the scenario's own requests
-        } catch (const std::bad_alloc&) {
-        }
-        return FaultOutcome::Failed;
-    };
-    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {
-        IdentityPort::Identity oIdentity;
-        EXPECT_EQ(rFake.identity.CurrentIdentity(oIdentity), Status::Success);
-        // A restore that failed ends the process: there is nobody left to have an identity.
-        EXPECT_TRUE(oIdentity.fImpersonating || rFake.identity.EndedWith());
-        EXPECT_EQ(rFake.identity.OpenTokens(), 0u);
-        rFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(OTHER_SID, IdentityPort::INTEGRITY_HIGH, true));
-    };
-    oLoop.vStatuses = {Status::AccessDenied, Status::KeyDeleted, Status::NotEnoughMemory};
-    const FaultLoopReport oReport = RunFaultLoop(oLoop);
-    EXPECT_GT(oReport.ullFaults, 500u);
 }
 
 }  // namespace

@@ -7,8 +7,10 @@
 #include <tuple>
 
 #include "support/FakePlatform.h"
+#include "support/FaultLoop.h"
 #include "support/FaultPlatform.h"
 #include "support/RecordingSink.h"
+#include "utilities/debuggingandexceptions/VelomExceptions.h"
 #include "utilities/utilitiesdll/CriticalResource.h"
 #include "utilities/utilitiesdll/GrowUntilItFits.h"
 
@@ -99,6 +101,52 @@ TEST(UserTest, StepsBackAndReturnsOrEnds) {
     EXPECT_EQ(oFake.identity.EndedWith(), RevertToPrinterSelfWrapper::EXIT_CODE_IDENTITY_LOST);
     EXPECT_TRUE(oSink.Texts().empty()) << "no further step with the wrong rights";
     oFake.identity.StopImpersonating();
+}
+
+TEST(UserTest, WhateverFailsTheAnswerIsTrueOrOfLeastTrust) {
+    static const CXString csAnn = VTEXT("S-1-5-21-7-7-7-1005"), csSystem = VTEXT("S-1-5-18"), csName = VTEXT("ann");
+    const auto IsHad = [](const CXString& kcsAnswer, const CXString& kcsExpected) {
+        if (!kcsAnswer.IsEmpty() && kcsAnswer != kcsExpected) throw std::logic_error("somebody else");
+        return !kcsAnswer.IsEmpty();
+    };
+    FaultLoop oLoop;
+    oLoop.fnPrepare = [](FakePlatform& rFake) {
+        rFake.identity.SetMisuseFailsTest(false);
+        rFake.identity.SetProcessIdentity(FakeIdentityPort::MakeIdentity(csSystem));
+        rFake.identity.AddAccount(csName, csAnn);
+        rFake.identity.SetLoggedOnUser(FakeIdentityPort::MakeIdentity(csAnn));
+    };
+    int iEnded = 0;
+    oLoop.fnCheck = [&](FakePlatform& rFake, FaultOutcome) {
+        IdentityPort::Identity oIdentity;
+        EXPECT_EQ(rFake.identity.CurrentIdentity(oIdentity), Status::Success);
+        EXPECT_FALSE(oIdentity.fImpersonating);
+        if (rFake.identity.EndedWith()) ++iEnded;
+    };
+    const FaultRow aoRows[] = {
+        {"SIDs and names",
+         [=] {
+             bool fDone = false;
+             Attempt<ExceptionOutOfMemory>([&] {
+                 const bool fProcess = IsHad(User::GetProcessUserSID(), csSystem);
+                 const bool fCurrent = IsHad(User::GetCurrentUserSID(), csSystem);
+                 fDone = IsHad(User::GetSIDOfAccount(csName), csAnn) && fProcess && fCurrent;
+             });
+             return fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+         }},
+        {"the logged-on user",
+         [=] {
+             bool fDone = false;
+             Attempt<ExceptionOutOfMemory>([&] {
+                 const ImpersonateLoggedOnUserWrapper oUser;
+                 fDone = oUser.IsImpersonating() && IsHad(User::GetCurrentUserSID(), csAnn) &&
+                         IsHad(User::GetCurrentUserName(), csName);
+             });
+             return fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed;
+         }},
+    };
+    RunFaultRows(aoRows, oLoop);
+    EXPECT_GT(iEnded, 0) << "whoever cannot give an identity back must not go on";
 }
 
 TEST(DriverLoadedContextTest, IsToldByTheProgramsName) {
