@@ -19,7 +19,7 @@ constexpr auto VERSION = HKeyRegistry::Hkey_Machine_Version;
 constexpr DWORD ALL = RegistryKey::FULL_ACCESS;
 const CXString KEY = VTEXT("Key"), SUB = VTEXT("Sub"), KEY_SUB = VTEXT("Key\\Sub"), SOURCE = VTEXT("Source"),
                DEEP = VTEXT("Deep");
-const CXString FLAG = VTEXT("flag"), LONG_VALUE = VTEXT("long"), LONG64 = VTEXT("long64"), TEXT = VTEXT("text"),
+const CXString FLAG = VTEXT("flag"), LONG_VALUE = VTEXT("long"), LONG64 = VTEXT("long64"), TEXT_VALUE = VTEXT("text"),
                BYTES = VTEXT("bytes"), NAME = VTEXT("name"), RENAMED = VTEXT("renamed"), ABSENT = VTEXT("absent");
 const CXString OLD_TEXT = VTEXT("o"), NEW_TEXT = VTEXT("new"), OLD_KEY = VTEXT("Old");
 const ByteBuffer OLD_BYTES(FromHex("01")), NEW_BYTES(FromHex("0203")), ONE(FromHex("01000000"));
@@ -38,7 +38,7 @@ const struct {
     {FLAG, RegistryPort::TYPE_BINARY, FromHex("00"), FromHex("01")},
     {LONG_VALUE, RegistryPort::TYPE_DWORD, FromHex("01000000"), FromHex("00000000")},
     {LONG64, RegistryPort::TYPE_QWORD, FromHex("0100000000000000"), FromHex("0000000000000000")},
-    {TEXT, RegistryPort::TYPE_SZ, FromHex("6F000000"), FromHex("6E00650077000000")},
+    {TEXT_VALUE, RegistryPort::TYPE_SZ, FromHex("6F000000"), FromHex("6E00650077000000")},
     {BYTES, RegistryPort::TYPE_BINARY, FromHex("01"), FromHex("0203")},
     {NAME, RegistryPort::TYPE_DWORD, FromHex("01000000"), FromHex("01000000")},
 };
@@ -169,8 +169,8 @@ TEST(MonitorFaults, TheClientsOperationsAreDoneOrNot) {
          })},
         {"texts", OfClient([](VelomPortMonitor& m) {
              CXString csRead = OLD_TEXT;
-             return m.SetStringValue(VERSION, KEY, TEXT, NEW_TEXT) &&
-                    Took(m.GetStringValue(VERSION, KEY, TEXT, csRead), csRead, OLD_TEXT, NEW_TEXT);
+             return m.SetStringValue(VERSION, KEY, TEXT_VALUE, NEW_TEXT) &&
+                    Took(m.GetStringValue(VERSION, KEY, TEXT_VALUE, csRead), csRead, OLD_TEXT, NEW_TEXT);
          })},
         {"bytes", OfClient([](VelomPortMonitor& m) {
              ByteBuffer bbRead = OLD_BYTES;
@@ -210,7 +210,7 @@ TEST(MonitorFaults, TheClientsOperationsAreDoneOrNot) {
                     Took(m.GetCountOfValues(VERSION, KEY, cValues), cValues, 77, VALUE_COUNT);
          })},
         {"several values", OfClient([](VelomPortMonitor& m) {
-             ValueEnt aoEntries[] = {{BYTES, 0, nullptr, 0}, {TEXT, 0, nullptr, 0}};
+             ValueEnt aoEntries[] = {{BYTES, 0, nullptr, 0}, {TEXT_VALUE, 0, nullptr, 0}};
              ByteBuffer bbRead = OLD_BYTES;
              const bool fRead = m.QueryMultipleValues(VERSION, KEY, AsSystemEntries(aoEntries), 2, bbRead);
              Require(fRead || bbRead == OLD_BYTES, "an output is neither old nor new");
@@ -297,8 +297,8 @@ TEST_P(MonitorKeyFaults, AKeysOperationsAreDoneOrNot) {
                     IsRead(rKey, rKey.GetLong64Value(LONG64, 77), 77, 0);
          })},
         {"texts", Open([](RegistryKey& rKey) {
-             rKey.SetStringValue(TEXT, NEW_TEXT);
-             return IsRead(rKey, rKey.GetStringValue(TEXT, OLD_TEXT), OLD_TEXT, NEW_TEXT);
+             rKey.SetStringValue(TEXT_VALUE, NEW_TEXT);
+             return IsRead(rKey, rKey.GetStringValue(TEXT_VALUE, OLD_TEXT), OLD_TEXT, NEW_TEXT);
          })},
         {"bytes and their type", Open([](RegistryKey& rKey) {
              ByteBuffer bbRead;
@@ -348,7 +348,8 @@ TEST_P(MonitorKeyFaults, AKeysOperationsAreDoneOrNot) {
         {"copies from a key that changed hands", Open([](RegistryKey& rKey) {
              RegistryKey oOpened(VERSION, SOURCE, RegistryKey::DIRECT, RegistryKey::OWN_TREE);
              oOpened.OpenRegistryKey();
-             RegistryKey oSource(VERSION, RegistryKey::DIRECT, RegistryKey::OWN_TREE);
+             RegistryKey oSource(VERSION, KEY, RegistryKey::DIRECT, RegistryKey::OWN_TREE);
+             oSource.OpenRegistryKey();
              oSource = oOpened;
              return rKey.CopyKeyAndSubkeysFrom(oSource) && rKey.DeleteKeyAndSubkeys(DEEP);
          })},
@@ -358,8 +359,8 @@ TEST_P(MonitorKeyFaults, AKeysOperationsAreDoneOrNot) {
              return true;
          })},
         {"a text in one go, and its end", Doing([fDirect] {
-             VelomUtilities::WriteStringValueIntoRegistry(VERSION, KEY_SUB, TEXT, NEW_TEXT, fDirect);
-             return VelomUtilities::DeleteRegistryValue(VERSION, KEY_SUB, TEXT, fDirect) &&
+             VelomUtilities::WriteStringValueIntoRegistry(VERSION, KEY_SUB, TEXT_VALUE, NEW_TEXT, fDirect);
+             return VelomUtilities::DeleteRegistryValue(VERSION, KEY_SUB, TEXT_VALUE, fDirect) &&
                     VelomUtilities::DeleteRegistryKey(VERSION, KEY_SUB, fDirect);
          })},
     };
