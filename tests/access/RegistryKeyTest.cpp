@@ -327,28 +327,6 @@ TEST(RegistryKeyFaults, QuestionsGetTheirAnswerOrTheNeutralOne) {
     RunFaultRows(aoRows, oLoop);
 }
 
-TEST(RegistryKeyFaults, ARenameInCaseAloneLosesNothing) {
-    FaultLoop oLoop;
-    oLoop.vModes = {FaultMode::FailOnce, FaultMode::ShortOnce};
-    oLoop.fnPrepare = [](FakePlatform& rFake) {
-        rFake.registry.AddDword(VTEXT("HKEY_LOCAL_MACHINE\\Sub"), VTEXT("name"), 3);
-    };
-    oLoop.fnRun = [] {
-        bool fRenamed = false;
-        Attempt<ExceptionOutOfMemory>([&] {  // the names themselves take memory
-            const auto apoKey = RegistryKey::TryOpenRegistryKey(Hive(12), VTEXT("Sub"), RegistryKey::FULL_ACCESS);
-            fRenamed = apoKey && apoKey->RenameValue(VTEXT("name"), VTEXT("NAME"));
-        });
-        return fRenamed ? FaultOutcome::Succeeded : FaultOutcome::Failed;
-    };
-    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {
-        const auto oValue = rFake.registry.ValueAt(VTEXT("HKEY_LOCAL_MACHINE\\Sub"), VTEXT("name"));
-        ASSERT_TRUE(oValue);
-        EXPECT_EQ(oValue->vbyData[0], 3);
-    };
-    EXPECT_GT(RunFaultLoop(oLoop).ullFaults, 5u);
-}
-
 }  // namespace
 
 }  // namespace vlm::test

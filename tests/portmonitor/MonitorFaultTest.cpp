@@ -20,7 +20,8 @@ constexpr DWORD ALL = RegistryKey::FULL_ACCESS;
 const CXString KEY = VTEXT("Key"), SUB = VTEXT("Sub"), KEY_SUB = VTEXT("Key\\Sub"), SOURCE = VTEXT("Source"),
                DEEP = VTEXT("Deep");
 const CXString FLAG = VTEXT("flag"), LONG_VALUE = VTEXT("long"), LONG64 = VTEXT("long64"), TEXT_VALUE = VTEXT("text"),
-               BYTES = VTEXT("bytes"), NAME = VTEXT("name"), RENAMED = VTEXT("renamed"), ABSENT = VTEXT("absent");
+               BYTES = VTEXT("bytes"), NAME = VTEXT("name"), RENAMED = VTEXT("renamed"), ABSENT = VTEXT("absent"),
+               CAPITALS = VTEXT("NAME");
 const CXString OLD_TEXT = VTEXT("o"), NEW_TEXT = VTEXT("new"), OLD_KEY = VTEXT("Old");
 const ByteBuffer OLD_BYTES(FromHex("01")), NEW_BYTES(FromHex("0203")), ONE(FromHex("01000000"));
 
@@ -365,6 +366,15 @@ TEST_P(MonitorKeyFaults, AKeysOperationsAreDoneOrNot) {
          })},
     };
     RunFaultRows(aoRows, LoopAs(FakeIdentityPort::MakeIdentity(OWN_SID)));
+}
+
+/// What fails from some call on cannot be put back.
+TEST_P(MonitorKeyFaults, ARenameInCaseAloneLosesNothing) {
+    const FaultRow aoRows[] = {
+        {"case alone", OfKey(GetParam(), [](RegistryKey& rKey) { return rKey.RenameValue(NAME, CAPITALS); })}};
+    FaultLoop oLoop = LoopAs(FakeIdentityPort::MakeIdentity(OWN_SID));
+    oLoop.vModes = {FaultMode::FailOnce, FaultMode::ShortOnce};
+    RunFaultRows(aoRows, oLoop);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, MonitorKeyFaults, testing::Values(RegistryKey::DIRECT, RegistryKey::AS_NEEDED),

@@ -4,8 +4,6 @@
 #include <limits>
 
 #include "MonitorBench.h"
-#include "support/FaultLoop.h"
-#include "utilities/debuggingandexceptions/VelomExceptions.h"
 
 namespace vlm::test {
 
@@ -113,32 +111,6 @@ TEST_F(ValueOperations, SettingCreatesTheKeyAndNothingElseDoes) {
     EXPECT_EQ(m_oBench.Everything(), before);
     EXPECT_EQ(Run(SetLongValue, VTEXT("v"), bbLong), Status::Success);
     EXPECT_EQ(Stored(VTEXT("v")), "4:01000000");
-}
-
-TEST(ValueOperationsFaults, ARenamingByCaseThatFailsLeavesTheValueUnderOneOfItsNames) {
-    const XString path = XString(VERSION_PATH) + VTEXT("\\Key");
-    FaultLoop oLoop;
-    oLoop.fnPrepare = [&](FakePlatform& rFake) { rFake.registry.AddDword(path, VTEXT("name"), 7); };
-    oLoop.fnRun = [] {
-        Status eStatus = Status::GeneralFailure;
-        Attempt<ExceptionOutOfMemory>([&] {  // of the request's own
-            MonitorChannels oChannels;
-            HANDLE hChannel = nullptr;
-            DWORD cbNeeded = 0;
-            ByteBuffer bbRecord;
-            MakeRequest(Function::RenameValue, VERSION, VTEXT("Key"), VTEXT("name"), TextData(VTEXT("NAME")))
-                .AppendTo(bbRecord);
-            eStatus = oChannels.Open(0, hChannel);
-            if (eStatus == Status::Success)
-                eStatus = oChannels.Transceive(hChannel, VTEXT("xregistry"), bbRecord, {}, cbNeeded);
-        });
-        return eStatus == Status::Success ? FaultOutcome::Succeeded : FaultOutcome::Failed;
-    };
-    oLoop.fnCheck = [&](FakePlatform& rFake, FaultOutcome) {
-        EXPECT_TRUE(rFake.registry.ValueAt(path, VTEXT("name")));
-    };
-    oLoop.vModes = {FaultMode::FailOnce};
-    RunFaultLoop(oLoop);
 }
 
 }  // namespace
