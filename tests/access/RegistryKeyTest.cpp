@@ -308,11 +308,25 @@ TEST(RegistryKeyFaults, QuestionsGetTheirAnswerOrTheNeutralOne) {
     FaultLoop oLoop;
     oLoop.fnPrepare = [](FakePlatform& rFake) {
         rFake.identity.SetProcessIdentity(FakeIdentityPort::MakeIdentity(VTEXT("S-1-5-18")));
+        rFake.identity.Impersonate(FakeIdentityPort::MakeIdentity(SID));
     };
     const FaultRow aoRows[] = {
         {"whose hive", [=] { return Outcome(RegistryKey::IsHkcuRegistryHiveHkuDotDefault()); }},
         {"the right to write", [=] { return Outcome(RegistryKey::DoesThreadHavePermissiontoWriteToHkcu()); }},
         {"a base path", [] { return Attempt<ExceptionOutOfMemory>([] { RegistryHives::GetBasePath(Hive(3)); }); }},
+        {"keys of an impersonated user",
+         [=] {
+             bool fDone = false;
+             Attempt<ExceptionRegistryRequest, ExceptionOutOfMemory>([&] {
+                 const CXString csKey = VTEXT("Made");
+                 RegistryKey::CreateRegistryKey(Hive(6), csKey, RegistryKey::FULL_ACCESS)->SetLongValue(csKey, 1);
+                 const auto apoMade =
+                     RegistryKey::CreateRegistryKey(std::nothrow, Hive(6), csKey, RegistryKey::FULL_ACCESS);
+                 const auto apoOpened = RegistryKey::TryOpenRegistryKey(Hive(6), csKey);
+                 fDone = apoMade && apoMade->IsKeyValid() && apoOpened && apoOpened->IsKeyValid();
+             });
+             return Outcome(fDone);
+         }},
         {"a hive that does not exist",
          [] {
              return Attempt<ExceptionOutOfMemory>([] {
