@@ -190,19 +190,60 @@ TEST_F(ProcmonDiagnosticCounters, ManyThreadsCountExactly) {
 }
 
 TEST(ProcmonDiagnosticCountersFaults, NothingEscapes) {
+    const CXString csTimer(VTEXT("shaken"));
+    HANDLE hPrinter = nullptr;
     FaultLoop oLoop;
-    oLoop.fnPrepare = [](FakePlatform& rFake) {
+    oLoop.fnPrepare = [&](FakePlatform& rFake) {
+        rFake.printing.AddQueueNamed(csTimer);
+        rFake.spooler.OpenPrinterHandle(csTimer, SpoolerPort::ACCESS_USE, hPrinter);
         rFake.registry.AddValue(DIAGNOSTICS, VTEXT("ProcmonDiagnosticEnabled"), RegistryPort::TYPE_BINARY, {1});
         rFake.registry.AddValue(RENDERING, VTEXT("ProcmonDiagnosticMessagesEnabled"), RegistryPort::TYPE_BINARY, {1});
     };
-    const CXString csTimer(VTEXT("shaken"));
-    oLoop.fnRun = [&] {
+    bool fKept = true;
+    // All the ways to count, by name and by printer; whatever fails, the answer is the count, or 0.
+    const auto countAll = [&](const auto& rPrinter) {
         Counter oCounter;
-        oCounter.IncrementProcmonDiagnosticCounter(csTimer, Counter::PDC_JobEMF, 5);
-        const bool fDone = oCounter.ProcmonDiagnosticMessage(csTimer, Counter::PDC_JobEMF, csTimer, false, 5);
+        const auto isCount = [&](DWORD dwCount, Enum eCounter) {
+            fKept = fKept && (dwCount == 0 || dwCount == Counter::GetCount(csTimer, eCounter));
+            return dwCount != 0;
+        };
+        oCounter.ClearProcmonCounters(rPrinter);
+        bool fDone =
+            isCount(oCounter.IncrementProcmonDiagnosticCounter(rPrinter, Counter::PDC_JobEMF, 5), Counter::PDC_JobEMF);
+        fDone &= isCount(
+            oCounter.IncrementDeviceCapabilitiesProcmonDiagnosticCounter(rPrinter, Counter::PDC_DEVICECAPS, 2, 5),
+            Counter::PDC_DC_PAPERS);
+        fDone &= isCount(oCounter.IncrementDeviceCapabilitiesDatamodelProcmonDiagnosticCounter(rPrinter, 2, 5),
+                         Counter::PDC_DC_PAPERS);
+        fDone &= oCounter.ProcmonDiagnosticMessage(rPrinter, Counter::PDC_JobEMF, csTimer, false, 5);
         return fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed;
     };
-    EXPECT_GT(RunFaultLoop(oLoop).ullFaults, 20u);
+    const RecordingSink oSink(DebugCategory::Utils);
+    const FaultRow ROWS[] = {{"by name", [&] { return countAll(csTimer); }},
+                             {"by handle", [&] { return countAll(hPrinter); }},
+                             {"no counter", [&] {
+                                  const XCHAR* const pszName =
+                                      Counter::ProcmonDiagnosticCounterEnumToString(Counter::LASTITEM);
+                                  fKept = fKept && XStringView(pszName) == VTEXT("INVALID");
+                                  return FaultOutcome::Succeeded;
+                              }}};
+    RunFaultRows(ROWS, oLoop);
+    EXPECT_TRUE(fKept);
+}
+
+/// The first event of a printer takes memory.
+TEST_F(ProcmonDiagnosticCounters, WhatIsAnsweredIsWhatIsCounted) {
+    bool fFired = true;
+    for (int iAt = 1; fFired; ++iAt) {
+        const CXString csPrinter = Printer(iAt);
+        DWORD dwCount = 0;
+        {
+            const AllocationFaults oFaults(static_cast<std::uint64_t>(iAt));
+            dwCount = m_oCounter.IncrementProcmonDiagnosticCounter(csPrinter, Counter::PDC_JobEMF, 5);
+            fFired = oFaults.HasFired();
+        }
+        EXPECT_EQ(dwCount, Counter::GetCount(csPrinter, Counter::PDC_JobEMF)) << iAt;
+    }
 }
 
 }  // namespace

@@ -38,8 +38,7 @@ constinit CriticalResource goCounterTable;
 constinit std::atomic<bool> gfCountersGone{false};
 
 struct CounterMapOwner {
-    std::unique_ptr<ProcmonDiagnosticCounter::CounterMap> m_apoMap =
-        std::make_unique<ProcmonDiagnosticCounter::CounterMap>();
+    ProcmonDiagnosticCounter::CounterMap m_oMap;
     ~CounterMapOwner() { gfCountersGone = true; }
 };
 
@@ -72,7 +71,7 @@ Enum ProcmonDiagnosticCounter::ConvertCapability(WORD wCapability) noexcept {
 ProcmonDiagnosticCounter::CounterMap* ProcmonDiagnosticCounter::GetGlobalCounterMapPtr() {
     if (gfCountersGone) return nullptr;
     static CounterMapOwner soOwner;
-    return soOwner.m_apoMap.get();
+    return &soOwner.m_oMap;
 }
 
 bool ProcmonDiagnosticCounter::TryCount(const CXString& kcsTimerName, Enum eCounter, DWORD dwModulus, bool fReset,
@@ -97,9 +96,9 @@ bool ProcmonDiagnosticCounter::TryCount(const CXString& kcsTimerName, Enum eCoun
         if (it == pMap->end()) {
             fFull = pMap->size() >= MAX_PRINTERS;
             if (fFull) return;
+            Counters& raoCounters = pMap->emplace(dwKey, Counters{}).first->second;
             rdwCount = fReset ? 0 : 1;
-            (*pMap)[dwKey] = Counters{};
-            (*pMap)[dwKey][eCounter] = rdwCount;
+            raoCounters[eCounter] = rdwCount;
             return;
         }
         DWORD& rdwStored = it->second[eCounter];
