@@ -3,12 +3,13 @@
 #include "utilities/debuggingandexceptions/PerformanceTimingScope.h"
 
 #include "utilities/debuggingandexceptions/DebugMessageManager.h"
+#include "utilities/debuggingandexceptions/detail/failure/SafeText.h"
 
 PerformanceTimingScope::PerformanceTimingScope(const vlm::SourcePosition& rPosition, const XCHAR* pszName,
                                                const CXString& kcsDetail) noexcept
     : m_rPosition(rPosition),
       m_pszName(pszName),
-      m_csDetail(kcsDetail),
+      m_csDetail(vlm::CopyOrEmpty(kcsDetail)),
       m_llStart(GetDebugMessageManager().NotifyTimingScopeStarted(rPosition, pszName, kcsDetail.View())) {}
 
 PerformanceTimingScope::~PerformanceTimingScope() {

@@ -15,6 +15,7 @@ public:
     VelomDebugMessage() noexcept = default;
     /// @param dwLineNumber 0: not known.
     /// @param kcsMethodName as it is to be shown, for example "RegistryKey::GetValue".
+    /// Nothing fails: without memory for the copy of a locked string the message goes without that text.
     VelomDebugMessage(const CXString& kcsMessageText, const CXString& kcsFileName, DWORD dwLineNumber,
                       const CXString& kcsMethodName);
     VelomDebugMessage(const VelomDebugMessage&) = default;

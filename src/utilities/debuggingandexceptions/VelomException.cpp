@@ -43,6 +43,14 @@ void AppendLocationAndMessage(SafeText& rText, const CXString& kcsMessage, const
     }
 }
 
+void CopyIfThereIsMemory(const ExecutionContextStack& rFrom, ExecutionContextStack& rTo) noexcept {
+    try {
+        rTo = rFrom;
+    } catch (...) {
+        // The failure itself is still worth raising.
+    }
+}
+
 }  // namespace
 
 VelomException::VelomException(const CXString& kcsMessage, const CXString& kcsFileName, int iLine,
@@ -51,11 +59,8 @@ VelomException::VelomException(const CXString& kcsMessage, const CXString& kcsFi
       m_dwLine(static_cast<DWORD>(iLine)),
       m_csFunctionName(kcsFunctionName),
       m_csMessage(kcsMessage) {
-    if (!pExecutionContextStack || pExecutionContextStack == &m_oExecutionContextStack) return;
-    try {
-        m_oExecutionContextStack = *pExecutionContextStack;
-    } catch (...) {
-        // Without memory for the copy the failure itself is still worth raising.
+    if (pExecutionContextStack && pExecutionContextStack != &m_oExecutionContextStack) {
+        CopyIfThereIsMemory(*pExecutionContextStack, m_oExecutionContextStack);
     }
 }
 
@@ -64,8 +69,10 @@ VelomException::VelomException(const VelomException& rOther)
       m_csFileName(rOther.m_csFileName),
       m_dwLine(rOther.m_dwLine),
       m_csFunctionName(rOther.m_csFunctionName),
-      m_csMessage(rOther.m_csMessage),
-      m_oExecutionContextStack(rOther.m_oExecutionContextStack) {}
+      m_csMessage(rOther.m_csMessage) {
+    // Deliberate: an exception caught by value must not end the process for want of memory.
+    CopyIfThereIsMemory(rOther.m_oExecutionContextStack, m_oExecutionContextStack);
+}
 
 VelomException& VelomException::operator=(const VelomException& rOther) {
     ExecutionContextStack oStack(rOther.m_oExecutionContextStack);  // the one step that can fail comes first

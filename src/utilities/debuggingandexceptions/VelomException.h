@@ -16,7 +16,8 @@
 /// One leaf class exists per kind of failure (VelomExceptions.h); raise them with `VLM_THROW` (RaiseMacros.h).
 /// **Ownership**: holds copies of its texts and of the context stack, so it outlives the contexts.
 /// **Threads**: an object is not shared between threads, except that `what()` may be called by several at once.
-/// **Failure**: constructing never fails for bad text; without memory for the copy of the stack, the copy is empty.
+/// **Failure**: constructing never fails for bad text; without memory for the copy of the stack, the copy is empty;
+/// so it is with a copy of the object.  Assigning fails whole then.
 class VLM_API VelomException : public std::exception {
 public:
     /// @param kcsFileName source file, full path.  @param iLine source line.

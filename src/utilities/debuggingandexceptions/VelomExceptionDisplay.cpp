@@ -91,7 +91,7 @@ int Ask(HWND hwndOwner, const CXString& kcsText, const CXString& kcsTitle, UINT 
 
 CXString VelomException::GetCustomerTitleString(HWND hwndCurrentWindow, const CXString& kcsTitle,
                                                 UINT uTitleId) noexcept {
-    if (!kcsTitle.IsEmpty()) return kcsTitle;
+    if (!kcsTitle.IsEmpty()) return vlm::CopyOrEmpty(kcsTitle);
     CXString csTitle;
     if (hwndCurrentWindow) {
         const HWND hwndParent = vlm::GetPlatform().pText->ParentWindow(hwndCurrentWindow);

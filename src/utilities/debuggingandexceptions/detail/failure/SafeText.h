@@ -16,6 +16,15 @@ inline CXString TextOrEmpty(const XCHAR* pszText) noexcept {
     }
 }
 
+/// A copy of a string.  Only of a locked one does that take memory; without it the copy is empty.
+inline CXString CopyOrEmpty(const CXString& kcsText) noexcept {
+    try {
+        return kcsText;
+    } catch (...) {
+        return CXString();
+    }
+}
+
 /// Appends pieces to a string; a piece that finds no memory is left out.
 class SafeText {
 public:
