@@ -224,7 +224,9 @@ TEST_F(DebugMessageConfigurationTest, StartsUpWhateverFails) {
     const CXString csKey(DEBUG_SETTINGS_KEY);
     oLoop.fnRun = [&] {
         DebugMessageConfiguration configuration(csKey);
-        configuration.GetLatestConfigurationInformation(true);
+        configuration.SetAlwaysReadConfig(true);
+        configuration.RefreshBeforeUse();
+        configuration.SaveConfigurationInformation();
         const DWORD dwWidth = configuration.GetMaxMessageWidth();
         fWhole = fWhole && (dwWidth == 77 || dwWidth == 0) && configuration.GetMaxMethodWidth() == 40;
         const bool fRead = dwWidth == 77 && configuration.GetLogFileName() == VTEXT("D:\\a.log");
@@ -236,6 +238,23 @@ TEST_F(DebugMessageConfigurationTest, StartsUpWhateverFails) {
     };
     EXPECT_GT(RunFaultLoop(oLoop).ullCalls, 140u) << "opening, asking for 68 values, writing 65";
     EXPECT_TRUE(fWhole);
+}
+
+TEST_F(DebugMessageConfigurationTest, WhatARefreshHadNoMemoryForTheNextOneBrings) {
+    DebugMessageConfiguration configuration(DEBUG_SETTINGS_KEY);
+    bool fFired = true;
+    for (std::uint64_t ullAt = 1; fFired && !HasFailure(); ++ullAt) {
+        const XString strName =
+            ullAt % 2 != 0 ? VTEXT("C:\\first-name-of-the-log.txt") : VTEXT("D:\\the-second-name.txt");
+        PutText(VTEXT("LogFileName"), strName);
+        {
+            const AllocationFaults oFaults(ullAt);
+            configuration.GetLatestConfigurationInformation(true);
+            fFired = oFaults.HasFired();
+        }
+        EXPECT_TRUE(configuration.GetLatestConfigurationInformation(true));
+        EXPECT_EQ(configuration.GetLogFileName().View(), strName) << "without memory at allocation " << ullAt;
+    }
 }
 
 TEST_F(DebugMessageConfigurationTest, ReadersSeeWholeTextsWhileAnotherThreadRefreshes) {

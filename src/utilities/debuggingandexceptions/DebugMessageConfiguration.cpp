@@ -14,6 +14,7 @@
 #include "utilities/debuggingandexceptions/detail/diagnostics/EmissionGuard.h"
 #include "utilities/debuggingandexceptions/detail/failure/SafeText.h"
 #include "utilities/registry/RegistryKey.h"
+#include "utilities/registry/detail/RegistryKeyImpl.h"
 #include "utilities/utilitiesdll/VelomUtilities_Text.h"
 
 namespace {
@@ -45,7 +46,7 @@ DebugMessageCategories CategoriesOf(const CXString& kcsList) {
 }  // namespace
 
 DebugMessageConfiguration::DebugMessageConfiguration(const CXString& kcsKeyName) noexcept
-    : m_csKeyName(kcsKeyName),
+    : m_csKeyName(vlm::CopyOrEmpty(kcsKeyName)),
       m_csProcessName(vlm::TextOrEmpty(VTEXT("Not initialized"))),
       m_oConstructionTime(vlm::GetPlatform().pClock->LocalTime()),
       m_dwThreadId(vlm::GetPlatform().pThreads->CurrentThreadId()) {
@@ -141,6 +142,10 @@ void DebugMessageConfiguration::RefreshBeforeUse() noexcept {
 }
 
 bool DebugMessageConfiguration::ReadValues() {
+    const auto forget = [&] {
+        m_oValues = RegistryMultiValueOperations();
+        m_aiValues.fill(NOT_BOUND);
+    };
     // The second round is for a value or the key that has gone since the last read.
     for (int iRound = 0; iRound < 2; ++iRound) {
         if (!m_apoConfigurationKey) {
@@ -149,12 +154,12 @@ bool DebugMessageConfiguration::ReadValues() {
         }
         if (!m_apoConfigurationKey) return false;
         if (BindExistingValues() && m_apoConfigurationKey->QueryMultipleValues(m_oValues)) {
-            if (m_oValues.HasChanged()) ApplyValues();
-            return true;
+            if (!m_oValues.HasChanged() || vlm::NoThrow([&] { ApplyValues(); })) return true;
+            forget();  // so that the next read brings them again
+            return false;
         }
         const DWORD dwStatus = m_apoConfigurationKey->GetLastStatus();
-        m_oValues = RegistryMultiValueOperations();
-        m_aiValues.fill(NOT_BOUND);
+        forget();
         if (dwStatus == vlm::ToDword(vlm::Status::KeyDeleted)) m_apoConfigurationKey.reset();
     }
     return false;
@@ -189,9 +194,12 @@ void DebugMessageConfiguration::ApplyValue(DebugSettingId eSetting) {
         case DebugSettingKind::Text:
             break;
     }
-    const bool fText = m_oValues.GetType(cPlace) == RegistryKey::TYPE_STRING;
     CXString csText(rSetting.pszDefault);
-    if (fText) csText = m_oValues.GetString(cPlace, csText);
+    if (m_oValues.GetType(cPlace) == RegistryKey::TYPE_STRING) {
+        ByteBuffer bbText;
+        if (!m_oValues.GetBytes(cPlace, bbText)) vlm::ThrowOutOfMemory();  // read it was
+        csText = vlm::TextOfValue(bbText, RegistryKey::TYPE_STRING);
+    }
     StoreText(eSetting, csText);
 }
 
@@ -223,7 +231,8 @@ CXString DebugMessageConfiguration::GetSettingText(DebugSettingId eSetting) cons
 
 void DebugMessageConfiguration::SetSettingText(DebugSettingId eSetting, const CXString& kcsValue) noexcept {
     if (eSetting >= DMS_COUNT || DEBUG_SETTINGS[eSetting].eKind != DebugSettingKind::Text) return;
-    CXString csValue(kcsValue);
+    CXString csValue = vlm::CopyOrEmpty(kcsValue);
+    if (csValue.IsEmpty() && !kcsValue.IsEmpty()) return;
     StoreText(eSetting, csValue);
     if (eSetting == DMS_IncludedMsgCategories || eSetting == DMS_ExcludedMsgCategories) ComputeAllowedCategories();
     NotifyListener();

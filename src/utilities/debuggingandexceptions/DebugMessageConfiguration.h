@@ -60,7 +60,8 @@ public:
     /// computes the allowed categories anew.  Values, and even the key, that have appeared since construction are read,
     /// too; a value that has gone falls back to its default.  Messages of the calling thread are suppressed meanwhile.
     /// @param fReadingKeyExists false: nothing is read, only the categories are computed.
-    /// @return whether the read succeeded.  A call from inside another on the same thread does nothing: false.
+    /// @return whether the read succeeded; without memory some of the values may be in force, and the next read brings
+    /// them all.  A call from inside another on the same thread does nothing: false.
     bool GetLatestConfigurationInformation(bool fReadingKeyExists) noexcept;
     /// For whoever is about to use the settings: reads them first when "AlwaysReadConfig" is on.
     void RefreshBeforeUse() noexcept;
@@ -110,7 +111,7 @@ public:
     void SetSettingNumber(DebugSettingId eSetting, ULONGLONG ullValue) noexcept;
     /// A text by its id; empty for the other kinds.
     CXString GetSettingText(DebugSettingId eSetting) const noexcept;
-    /// Setting a list of categories also computes the allowed ones anew.
+    /// Setting a list of categories also computes the allowed ones anew.  Without memory what was set stays so.
     void SetSettingText(DebugSettingId eSetting, const CXString& kcsValue) noexcept;
 
     /// The categories included and not excluded; all of them until the first read has ended.
