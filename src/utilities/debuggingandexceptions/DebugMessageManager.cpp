@@ -266,12 +266,13 @@ void DebugMessageManager::StartWantedUpdater() noexcept {
         if (!m_eUpdater.compare_exchange_strong(eExpected, UpdaterState::Running, std::memory_order_relaxed)) return;
         if (m_hUpdaterEnded) GetPlatform().pEvents->SetEventState(m_hUpdaterEnded, false);
         const DWORD dwProcess = GetPlatform().pProcess->CurrentProcessId();
-        vlm::NoThrow([&] {
+        const bool fMade = vlm::NoThrow([&] {
             m_apoUpdater =
                 std::make_unique<DebugConfigUpdater>(m_oConfiguration, m_oDebugMessageHelper, m_hUpdaterEnded,
                                                      DebugConfigUpdater::GetConfigChangeEventName(dwProcess),
                                                      DebugConfigUpdater::GetClearLogEventName(dwProcess));
         });
+        if (!fMade) m_eUpdater.store(UpdaterState::NotWanted, std::memory_order_relaxed);
     }
     RefreshReportMask();
 }

@@ -123,7 +123,8 @@ public:
 
     /// Lets a thread of its own wait for the events by which tools make the process read its settings anew and clear
     /// the log.  Under the loader lock the thread starts with the first message afterwards.  A second call does
-    /// nothing. The thread keeps the library loaded: a component that wants to be unloaded calls the counterpart first.
+    /// nothing, unless there was no memory for the first.  The thread keeps the library loaded: a component that wants
+    /// to be unloaded calls the counterpart first.
     void StartConfigUpdater() noexcept;
     /// Ends that thread and waits for it.
     void StopConfigUpdater() noexcept;
