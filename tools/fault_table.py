@@ -43,7 +43,7 @@ INTEGER = re.compile(r"\b(?:unsigned )?(?:int|long long|long)\b|\b18446744073709
 
 
 def normal(name):
-    return INTEGER.sub("N", name.replace("char16_t", "wchar_t")).replace("> >", ">>")
+    return INTEGER.sub("N", name.replace("char16_t", "wchar_t").replace("__va_list_tag*", "char*")).replace("> >", ">>")
 
 
 def symbols(program):

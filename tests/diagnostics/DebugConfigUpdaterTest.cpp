@@ -11,7 +11,7 @@
 #include "DebugSettingsFixture.h"
 #include "support/Gate.h"
 #include "support/RecordingSink.h"
-#include "utilities/debuggingandexceptions/DebugMessageHelperInterface.h"
+#include "utilities/debuggingandexceptions/DebugMessageHelper.h"
 
 namespace vlm::test {
 namespace {
@@ -130,11 +130,12 @@ TEST_F(DebugConfigUpdaterTest, WithoutItsEventsOrItsThreadItOnlyReports) {
         {2, 99, {"(m_hThreadExitEvent != 0)"}},
         {99, 0, {"(m_hUpdateThread != 0)"}},
     };
+    TestDebugMessageHelper oIdle;  // does nothing, and is not asked to
     for (const auto& rRow : aoRows) {
         oSink.Clear();
         oPort.cCreate = rRow.cCreate;
         oPort.cStart = rRow.cStart;
-        { const DebugConfigUpdater updater(oConfiguration, oHelper, hCompletion, CHANGED, CLEAR); }
+        { const DebugConfigUpdater updater(oConfiguration, oIdle, hCompletion, CHANGED, CLEAR); }
         EXPECT_EQ(oSink.Texts().size(), rRow.vConditions.size());
         for (const std::string& rCondition : rRow.vConditions)
             EXPECT_EQ(oSink.Count("Failed Condition:\t" + rCondition + "\r\n"), 1u) << rCondition;

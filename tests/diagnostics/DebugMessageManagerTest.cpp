@@ -242,6 +242,20 @@ TEST_F(DebugMessageManagerTest, UnderTheLoaderLockThereIsNeitherBoxNorViewer) {
     EXPECT_EQ(Log(), "> loading\r\n");
 }
 
+TEST_F(DebugMessageManagerTest, WhereTheLibraryStaysTheUpdaterStartsWithTheFirstMessage) {
+    DebugMessageManager& rManager = Make();
+    for (const bool fStays : {false, true}) {
+        vlm::NoteLoadingEnded(fStays);
+        rManager.NoteLoaded();
+        VLM_REPORT(PERF, VTEXT("suppressed"));
+        EXPECT_EQ(oFake.events.RunningThreads(), fStays ? 1u : 0u);
+    }
+    vlm::NoteLoadingEnded(false);
+    rManager.StopConfigUpdater();
+    while (oFake.events.RunningThreads() != 0)
+        std::this_thread::yield();
+}
+
 TEST_F(DebugMessageManagerTest, LevelsBelongToTheBuildingThread) {
     DebugMessageManager& rManager = MakeListening();
     rManager.IncrementIndentLevel();

@@ -167,10 +167,16 @@ TEST_F(DebugMessageStress, AMessageReachesTheOutputsThatWorkWhateverFails) {
             rSettings.SetSettingNumber(eSwitch, 1);
         }
         rSettings.SetPerformanceMeasurementEnabled(true);
+        rSettings.SetMinimumTimeToDisplayInPerformanceOutput(0);
         rSettings.SetLogFileName(csLog);
         const LONGLONG llStart = manager.NotifyTimingScopeStarted(VLM_HERE, VTEXT("Scope"), {});
         VLM_REPORT_ERROR(DebugCategory::Perf, VTEXT("line %d"), 1);
         manager.NotifyTimingScopeEnded(VLM_HERE, VTEXT("Scope"), {}, llStart);
+        manager.DecrementTimingLevel();  // one too many: a report
+        manager.AddMessage(DebugCategory::Perf, VLM_HERE, VTEXT("unformatted"));
+        manager.Ask(nullptr, VTEXT("text"), VTEXT("caption"), 0);
+        rSettings.SetAlwaysReadConfig(true);
+        VLM_REPORT(DebugCategory::Perf, VTEXT("line %d"), 2);
         // Without memory for the list of categories nothing is allowed.
         return rSettings.GetAllowedMessageCategories() ? FaultOutcome::Succeeded : FaultOutcome::Failed;
     };

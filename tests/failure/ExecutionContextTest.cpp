@@ -68,6 +68,17 @@ TEST(ExecutionContext, ShowsNameMessageAndLocationInOneLine) {
     }
 }
 
+/// Each differs from the one before it.
+template <class Context, std::size_t N>
+void ExpectAscending(const Context (&raoContexts)[N]) {
+    for (const Context& rLeft : raoContexts) {
+        for (const Context& rRight : raoContexts) {
+            EXPECT_EQ(rLeft < rRight, &rLeft < &rRight);
+            EXPECT_EQ(*rLeft.Clone() == rRight, &rLeft == &rRight);
+        }
+    }
+}
+
 TEST(ExecutionContext, ComparesByItsFieldsWhetherTheyAreLiteralsOrStrings) {
     static constexpr vlm::SourcePosition PLACE{VTEXT("c:\\a.cpp"), 42, VTEXT("A::B")};
     // Each differs from the first in one field, and the earlier field decides.
@@ -80,12 +91,13 @@ TEST(ExecutionContext, ComparesByItsFieldsWhetherTheyAreLiteralsOrStrings) {
         Make(ECIE_IMPORT_CBR_XML_DATA, VTEXT("A::A"), VTEXT("a")),
     };
     EXPECT_TRUE(aoAscending[0] == Make(ECIE_IMPORT_JCAP, VTEXT("A::B"), VTEXT("m")));
-    for (const auto& rLeft : aoAscending) {
-        for (const auto& rRight : aoAscending) {
-            EXPECT_EQ(rLeft < rRight, &rLeft < &rRight);
-            EXPECT_EQ(*rLeft.Clone() == rRight, &rLeft == &rRight);
-        }
-    }
+    ExpectAscending(aoAscending);
+    const Constraint aoConstraints[] = {
+        Make(CECIE_NOT_SPECIFIED, VTEXT("z")),
+        Make(CECIE_ADD_DI_LABEL_CONSTRAINTS, VTEXT("a"), true),
+        Make(CECIE_ADD_DI_LABEL_CONSTRAINTS, VTEXT("b"), true),
+    };
+    ExpectAscending(aoConstraints);
 }
 
 TEST(ExecutionContextId, HasANameAndIsReportedOutsideTheFixedOnes) {

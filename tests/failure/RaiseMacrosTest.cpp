@@ -9,14 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "support/FaultLoop.h"
 #include "support/Narrow.h"
 #include "support/RecordingSink.h"
 #include "utilities/debuggingandexceptions/ExecutionContextLifetime.h"
 #include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/SourcePosition.h"
 #include "utilities/debuggingandexceptions/VelomComException.h"
-#include "utilities/utilitiesdll/UtilitiesDllPerThreadStorage.h"
 
 namespace {
 
@@ -208,65 +206,6 @@ TEST(NoThrow, ReportsWhatItSwallowedAndALackOfMemoryBecomesOurs) {
     EXPECT_THROW(vlm::TranslateOutOfMemory([] { throw std::out_of_range("x"); }), std::out_of_range);
     EXPECT_EQ(sink.Count("*Throwing* ExceptionOutOfMemory: There is not enough memory."), 2u);
     EXPECT_EQ(sink.Reports().back().method, "MemoryPool::RaiseOutOfMemory");
-}
-
-// Raising, reporting and describing with every request to the system failing: the exception asked for, or the one that
-// says why not; never a third kind, and never the end of the process.
-TEST(OutOfMemory, WhileRaisingNeverGivesAThirdKindOfFailure) {
-    using vlm::test::Attempt;
-    using vlm::test::FaultOutcome;
-    static const CXString kcsLong(VTEXT('m'), 2000);
-    const RecordingSink sink;
-    struct Detach {
-        ~Detach() { UtilitiesDllPerThreadStorage::CleanUpDueToThreadDetach(false); }
-    };
-    const auto attempt = [](void (*pfnBody)()) {
-        return [=] {
-            const Detach oDetach;
-            return Attempt<ExceptionOutOfMemory>(pfnBody);
-        };
-    };
-    const vlm::test::FaultRow ROWS[] = {
-        {"throw in a context", attempt([] {
-             const ExecutionContextLifetime lifetime(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE, kcsLong));
-             UtilitiesDllPerThreadStorage::SetSlot(PTS_PROPERTY_BAG, nullptr, nullptr);
-             try {
-                 VLM_THROW(ExceptionReadFile, VTEXT("%s"), kcsLong);
-             } catch (const ExceptionFile& rException) {
-                 static_cast<void>(rException.what());
-                 rException.GetExceptionIdentifierForUserDisplay();
-             }
-         })},
-        {"report", attempt([] {
-             VLM_ASSERT(kcsLong.IsEmpty(), VTEXT("%s"), kcsLong);
-             VLM_REPORT_ERROR(DebugCategory::Utils, VTEXT("%d and %d"), 1);
-         })},
-        {"swallow", attempt([] { vlm::NoThrow([] { VLM_THROW(ExceptionFile, VTEXT("%s"), kcsLong); }); })},
-        {"the system's lack of memory", attempt([] {
-             try {
-                 vlm::TranslateOutOfMemory([] { throw std::bad_alloc(); });
-             } catch (const ExceptionOutOfMemory&) {  // which it is to be, if there is memory for it
-             }
-         })},
-        {"stack", attempt([] {
-             ExecutionContextStack stack;
-             const ExecutionContextPointer shpoContext(MakeExecutionContext(ECIE_IMPORT_JCAP, VLM_HERE, kcsLong));
-             stack.PushContext(shpoContext);
-             const ExecutionContextStack copy(stack);
-             copy.GetMultiLineDisplayString(true);
-             copy.GetMostRecentContextDisplayString(true);
-             stack.PopContext(shpoContext);
-             stack.PopContext(shpoContext);
-             shpoContext->Clone();
-         })},
-        {"bad ids and codes", attempt([] {
-             ExecutionContextBase::GetDebugDisplayString(static_cast<ExecutionContextIdType>(-2), true);
-             const VelomComException com = GetVelomComException(CXString(), CXString(), 3, CXString(), nullptr, 5);
-             VelomComException::GetAdditionalExceptionDescription(&com);
-         })},
-    };
-    UtilitiesDllPerThreadStorage::CleanUpDueToThreadDetach(false);
-    RunFaultRows(ROWS);
 }
 
 }  // namespace

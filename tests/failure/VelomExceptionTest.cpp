@@ -94,6 +94,7 @@ TEST(Identifier, JoinsTheCodeAndALineOfAtLeastFourDigits) {
     EXPECT_EQ(identify(std::runtime_error("x")), "000:000:000");
     EXPECT_TRUE(VelomException::IsVelomException(MakeReadFile(1)));
     EXPECT_FALSE(VelomException::IsVelomException(std::runtime_error("x")));
+    EXPECT_FALSE(VelomException::AllowForExceptionDebug(MakeReadFile(1)));
 }
 
 TEST(Hierarchy, ClassesHaveTheirCodesAndGroupsTheirBases) {

@@ -49,6 +49,7 @@ public:
         if (onWrite) onWrite();
     }
     int Ask(HWND, const XCHAR* pszText, const XCHAR* pszCaption, DWORD) noexcept override {
+        const AllocationExempt oExempt;
         const std::lock_guard lock(m_oMutex);
         m_vQuestions.push_back(Narrow(pszCaption) + ": " + Narrow(pszText));
         return iAnswer;
