@@ -2,7 +2,9 @@
 /// The string: editing, concatenation, aliasing, conversions, lack of memory.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <new>
+#include <span>
 #include <string>
 #include <tuple>
 
@@ -183,6 +185,15 @@ TEST(CXStringEdit, TheHandlerMayRaiseSomethingBetter) {
     MemoryPool::ExchangeOutOfMemoryHandler(pfnFormer);
 }
 
+/// What classes made from the string may call.
+struct Internals : CXString {
+    using CXString::AllocBeforeWrite;
+    using CXString::AllocCopy;
+    using CXString::ConcatCopy;
+    using CXString::CXString;
+    explicit Internals(const CXString& kcsText) : CXString(kcsText) {}
+};
+
 struct PooledObjectOfTests : PooledObject {
     int m_iValue = 5;
 };
@@ -217,6 +228,15 @@ TEST(CXStringEdit, WhateverFailsLeavesTheStringAsItWas) {
              return csLarge.GetBuffer(5000) && (csLarge.FreeExtra(), csLarge.GetLength() == 700);
          }},
         {"join", [](CXString& r) { return (kcsOther + r + VTEXT('x')).GetLength() == 1301; }},
+        {"join a view", [](CXString& r) { return (kcsOther.View() + r).GetLength() == 1300; }},
+        {"copy parts",
+         [](CXString& r) {
+             Internals oJoined, oShared(r);
+             oJoined.ConcatCopy(kcsOther, kcsForeign);
+             oShared.AllocBeforeWrite(900);
+             oJoined.AllocCopy(r, 4, 699, 40);
+             return r == VTEXT("bcaf") && r.GetAllocLength() >= 44 && oShared.GetAllocLength() >= 900;
+         }},
         {"parts", [](CXString& r) { return r.Mid(1).GetLength() + r.Right(2).GetLength() == 601; }},
         {"format", [](CXString& r) { return r.Format(VTEXT("%s%d%S%g"), kcsOther, 5, "caf\xE9", 0.1).IsClean(); }},
         {"format without exception", [](CXString& r) { return vlm::TryFormat(r, VTEXT("%s"), kcsOther).IsClean(); }},
@@ -231,6 +251,16 @@ TEST(CXStringEdit, WhateverFailsLeavesTheStringAsItWas) {
              return kcsForeign.GetAsMultiByte(achBuffer, 4) == 3;
          }},
         {"Base64 of text", [](CXString& r) { return r.Base64EncodeUnicodeString().GetLength() == 1600; }},
+        {"Base64 of bytes and back",
+         [](CXString& r) {
+             constexpr BYTE BYTES[] = {0x41, 0x00, 0xFF};
+             CXString csSame;
+             csSame.Base64EncodeBinaryData(BYTES, 3);
+             std::vector<BYTE> vBack;
+             const bool fBack = csSame.Base64DecodeAsBinaryData(vBack) && std::ranges::equal(vBack, BYTES);
+             r.Base64EncodeBinaryData(std::span<const BYTE>(BYTES));
+             return fBack && r == csSame && r == VTEXT("QQD/");
+         }},
         {"Base64 to text", [](CXString& r) { return kcsCoded.Base64DecodeAsUnicodeString(r); }},
         {"UTF-8",
          [](CXString& r) {

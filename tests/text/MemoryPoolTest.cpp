@@ -45,6 +45,7 @@ TEST(MemoryPool, BlocksAreDistinctAlignedAndCounted) {
         }
     }
     EXPECT_EQ(MemoryPool::GetOutstandingBlocks(), llBefore + static_cast<std::int64_t>(vBlocks.size()));
+    EXPECT_EQ(MemoryPoolAllocatorServices::GetOutstandingBlocks(), MemoryPool::GetOutstandingBlocks());
     for (std::size_t u = 0; u < vBlocks.size(); ++u) {
         for (std::size_t uByte = 0; uByte < vBlocks[u].second; ++uByte) {
             ASSERT_EQ(vBlocks[u].first[uByte], static_cast<unsigned char>(u));  // no two blocks overlap

@@ -60,6 +60,8 @@ TEST(TextCodec, LoneSurrogatesAreRefusedReplacedOrKept) {
     std::size_t uBad = 0;
     std::string strBytes = "former";
     EXPECT_FALSE(TextCodec::Utf16ToUtf8(VTEXT("ab\xD83D!"), strBytes, TCR_STRICT, &uBad));
+    EXPECT_FALSE(TextCodec::IsWellFormed(VTEXT("ab\xD83D!")));
+    EXPECT_TRUE(TextCodec::IsWellFormed(VTEXT("ab\U0001F600!")));
     EXPECT_EQ(uBad, 2u);
     EXPECT_EQ(strBytes, "");
     EXPECT_EQ(TextCodec::Utf16ToUtf8(VTEXT("\xDC00")), "\xEF\xBF\xBD");

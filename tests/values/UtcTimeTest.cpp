@@ -11,6 +11,7 @@
 
 #include "q9version.h"
 #include "support/Bytes.h"
+#include "support/FakePlatform.h"
 #include "support/Narrow.h"
 #include "utilities/utilitiesdll/DriverVersion.h"
 
@@ -20,6 +21,12 @@ using vlm::test::Narrow;
 
 std::string Text(const UtcTime& rTime) {
     return Narrow(rTime.GetStringValue().View());
+}
+
+TEST(UtcTime, NowIsTheSystemsSecond) {
+    vlm::test::FakePlatform fake;
+    const vlm::PlatformScope scope(fake.Get());
+    EXPECT_EQ(Text(UtcTime::Now()), "2024-02-29T12:34:56Z");
 }
 
 TEST(UtcTime, KnownMoments) {
