@@ -50,7 +50,7 @@ protected:
     }
     ~FailureFaults() override { EXPECT_TRUE(gfKept); }
 
-    const RecordingSink oSink;
+    const RecordingSink oSink{DebugCategory::Errors};
 };
 
 TEST_F(FailureFaults, RaisingNeverGivesAThirdKindOfFailure) {
@@ -129,7 +129,9 @@ TEST_F(FailureFaults, ExceptionsAreMadeAndCopiedWithoutMemory) {
          &MakeCopyAndAssign<JotfParseException,
                             &Make<JotfParseException, &GetJotfParseException, JotfParseException::ExceptionCode{}>>},
     };
-    RunFaultRows(ROWS);
+    FaultLoop oLoop;
+    oLoop.vModes = {};  // nothing is asked of the system
+    RunFaultRows(ROWS, oLoop);
 }
 
 // ---- contexts, of both families ----
@@ -143,7 +145,6 @@ FaultOutcome UseContexts() {
     const FaultOutcome eOutcome = Attempt<ExceptionOutOfMemory>([&] {
         const Context oContext(eContext, gcsShort, gcsShort, 42, false, gcsShort);
         const Context oUnnamed(static_cast<Id>(-2), gcsShort, gcsShort, 42, false, gcsShort);
-        Context::GetDebugDisplayString(static_cast<Id>(-2), true);
         const Lifetime oOuter(oContext.Clone(), oStack);
         std::optional<Lifetime> oOfThread(std::in_place, oContext.Clone());
         const Stack oCopy(oStack);
@@ -181,7 +182,7 @@ TEST_F(FailureFaults, AThreadsObjectsAreThereAndGoWhateverFails) {
         Keep(Storage::GetConstraintExecutionContextStack().IsEmpty());
         const auto destroy = [](void*) {
             --siAlive;
-            VLM_REPORT(DebugCategory::Thread, VTEXT("%s"), gcsLong);
+            VLM_REPORT_ERROR(DebugCategory::Thread, VTEXT("%s"), gcsLong);
         };
         const bool fSet = Storage::SetSlot(PTS_PROPERTY_BAG, &siAlive, destroy);
         if (fSet) ++siAlive;
