@@ -89,12 +89,13 @@ bool ProductData::ValidateModelInfo(CXString& rcsModel, bool fRefresh) {
         VLM_REPORT_ERROR(DebugCategory::UtilDll, VTEXT("The family '%s' of the model '%s' is no path below a folder!"),
                          csFamily, rcsModel);
     }
+    const DWORD dwSupportedPDLs = GetPDLsFromMappingData(oRecord);
     rcsModel = oRecord.GetModel();
     m_oMappingData = std::move(oRecord);
     m_ProductFamily = fUsable ? csFamily : CXString();
     m_apoPdlCommands.reset();
     m_bModelNameValidated = true;
-    m_dwSupportedPDLs = GetPDLsFromMappingData(m_oMappingData);
+    m_dwSupportedPDLs = dwSupportedPDLs;
     return true;
 }
 

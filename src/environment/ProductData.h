@@ -206,7 +206,7 @@ public:
     /// those of public data that is newer than its family's before all others, and those of other public data behind
     /// them.
     /// @param csFolder empty: the product data folder.  @param fOutermost INNER: only gathers, for folders below.
-    /// @return whether records were stored.
+    /// @return whether records were stored.  The former ones stay when a folder or a file cannot be read.
     bool UpdateRegistryMappings(CXString csFolder, bool fOutermost);
     /// Brings the printer's records into the cache, unless it has some.  @param fForce REFRESH: also when it has.
     bool UpdateCachedMapData(bool fForce);
@@ -277,13 +277,16 @@ private:
     template <class Find>
     bool FindMapping(Find&& find, MappingData& rRecord);
     void StoreInCache(std::vector<MappingData> voMappings);
+    /// Adds the records of a map file, or of all map files of a tree but for the public data in it.  A file that is no
+    /// map adds nothing.  @return false when something cannot be read.
     bool ParseMapFile(const CXString& kcsFile, std::vector<MappingData>& rvoMappings);
-    void GatherMappings(const CXString& kcsFolder, std::vector<MappingData>& rvoMappings);
+    bool GatherMappings(const CXString& kcsFolder, std::vector<MappingData>& rvoMappings);
     bool WriteMappings(const std::vector<MappingData>& rproductMappings);
     bool RequireValidated();
     static CXString GetDCPContentVersionFromPath(const CXString& kcsFolder);
-    /// Adds the families, in lower case, that the records of an installed queue name.
-    static void AddFamiliesOfQueue(const CXString& kcsQueue, std::set<CXString>& rsetFamilies);
+    /// Adds the families, in lower case, that the records of an installed queue name.  @return false when it cannot be
+    /// told which they are.
+    static bool AddFamiliesOfQueue(const CXString& kcsQueue, std::set<CXString>& rsetFamilies);
 
     /// DATA; empty when it cannot be had.
     CXString GetDataFolder();

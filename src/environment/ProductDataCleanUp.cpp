@@ -3,8 +3,9 @@
 ///
 /// A family's folder below "Product Data" is named by five letters or digits in any case; folders of other names are
 /// left alone.  It is used by a driver whose data file begins with "x" and that name ("xkx100.gpd": "kx100"), and by a
-/// queue whose records name it.  What belongs to a printer is named in PrinterKeys.h.  Queues are those of this
-/// machine, the calling user's connections, and the connections that the hives of other users name.
+/// queue whose records name it; while those of a queue of this machine cannot be read, no folder goes.  What belongs to
+/// a printer is named in PrinterKeys.h.  Queues are those of this machine, the calling user's connections, and the
+/// connections that the hives of other users name.
 #include <algorithm>
 #include <utility>
 
@@ -45,6 +46,17 @@ void Guarded(const XCHAR* pszOperation, Body&& body) {
         VLM_REPORT_ERROR(DebugCategory::UtilDll, VTEXT("+++VelomException thrown during call to ProductData::%s():%s"),
                          pszOperation, rException.GetExceptionMesage());
     }
+}
+
+/// The connections of a user.  One who keeps his hive to himself shows none, and nor does one who has none.
+/// @return false when they are there and cannot be listed.
+bool ConnectionsOf(const CXString& kcsSid, std::vector<CXString>& rvcsNames) {
+    RegistryKey oKey(HKeyRegistry::Hkey_Users, kcsSid + VTEXT("\\Printers\\Connections"), RegistryKey::DIRECT,
+                     RegistryKey::OWN_TREE);
+    rvcsNames.clear();
+    if (oKey.OpenRegistryKey(RegistryKey::READ_ACCESS, RegistryKey::NO_THROW)) return oKey.EnumKeyNames(rvcsNames);
+    const auto status = static_cast<vlm::Status>(oKey.GetLastStatus());
+    return status == vlm::Status::FileNotFound || status == vlm::Status::AccessDenied;
 }
 
 /// The printers that are installed, as names of keys; or no answer, since queues or drivers cannot be listed.
@@ -147,12 +159,10 @@ bool ProductData::EnumeratePerPrinterRegKeysForInstalledPrinters(std::set<CXStri
             setKeys.insert(keys::QueueOf(Printer::GetPrinterNameInStandardFormForUseAsRegKey(rcsQueue)));
         // Other users' connections are no queues of this machine or of the caller; their keys are named in standard
         // form.
-        for (const CXString& rcsSid : keys::UserSids()) {
-            const auto apoKey =
-                RegistryKey::TryOpenRegistryKey(HKeyRegistry::Hkey_Users, rcsSid + VTEXT("\\Printers\\Connections"),
-                                                RegistryKey::READ_ACCESS, RegistryKey::DIRECT);
-            std::vector<CXString> vcsNames;
-            if (!apoKey || !apoKey->EnumKeyNames(vcsNames)) continue;
+        std::vector<CXString> vcsSids, vcsNames;
+        if (!keys::UserSids(vcsSids)) return false;
+        for (const CXString& rcsSid : vcsSids) {
+            if (!ConnectionsOf(rcsSid, vcsNames)) return false;
             for (const CXString& rcsName : vcsNames)
                 setKeys.insert(keys::QueueOf(rcsName));
         }
@@ -163,15 +173,24 @@ bool ProductData::EnumeratePerPrinterRegKeysForInstalledPrinters(std::set<CXStri
 
 // ---- orphans ----
 
-void ProductData::AddFamiliesOfQueue(const CXString& kcsQueue, std::set<CXString>& rsetFamilies) {
+bool ProductData::AddFamiliesOfQueue(const CXString& kcsQueue, std::set<CXString>& rsetFamilies) {
+    // A server that does not answer is no obstacle: its driver is installed here.
+    const bool fOfServer = kcsQueue.Find(VTEXT("\\\\")) == 0;
     Printer oPrinter(kcsQueue, Printer::NO_THROW);
-    if (!oPrinter.IsValidHandle()) return;  // a server that does not answer; its driver is installed here
+    if (!oPrinter.IsValidHandle()) return fOfServer;
     ProductData oProduct;
     oProduct.m_oPrinter.SetPrinterHandle(oPrinter.GetPrinterHandle());
     oProduct.m_bTransient = false;
+    const std::vector<MappingData> voMappings = oProduct.GetMappings();
     // A family may lie deeper; the folder that is kept is its uppermost.
-    for (const MappingData& rRecord : oProduct.GetMappings())
+    for (const MappingData& rRecord : voMappings)
         rsetFamilies.insert(rRecord.GetData(VTEXT("FAMPATH")).MakeLower().SpanExcluding(VTEXT("\\/")));
+    if (!voMappings.empty() || fOfServer) return true;
+    // No records is an answer only where none were ever stored.
+    ByteBuffer bbSummary;
+    return Printer::CallGetPrinterDataExWithRetries(oPrinter.GetPrinterHandle(), Printer::PRINTER_DRIVER_DATA,
+                                                    vlm::VALUE_OF_MAPPINGS, nullptr,
+                                                    bbSummary) == vlm::ToDword(vlm::Status::FileNotFound);
 }
 
 void ProductData::DeleteOrphanedProductDataFolders() {
@@ -179,15 +198,17 @@ void ProductData::DeleteOrphanedProductDataFolders() {
         std::set<CXString> setUsed;
         std::vector<CXString> vcsQueues;
         const CXString csDrivers = PrintDriver().GetPrinterDriverDirectoryRoot(CXString());
-        if (csDrivers.IsEmpty() || !EnumerateProductDataFoldersUsedByInstalledDrivers(setUsed) ||
-            !EnumerateInstalledQueueNames(vcsQueues)) {
+        const bool fKnown = !csDrivers.IsEmpty() && EnumerateProductDataFoldersUsedByInstalledDrivers(setUsed) &&
+                            EnumerateInstalledQueueNames(vcsQueues) &&
+                            std::all_of(vcsQueues.begin(), vcsQueues.end(), [&](const CXString& rcsQueue) {
+                                return AddFamiliesOfQueue(rcsQueue, setUsed);
+                            });
+        if (!fKnown) {
             VLM_REPORT_ERROR(
                 DebugCategory::UtilDll,
                 VTEXT("Cannot delete orphaned product data folders because enumeration of print drivers failed!"));
             return;
         }
-        for (const CXString& rcsQueue : vcsQueues)
-            AddFamiliesOfQueue(rcsQueue, setUsed);
         const RevertToPrinterSelfWrapper oSelf;
         const CXString csRoot = csDrivers + VTEXT("\\3\\Velom\\Product Data");
         for (const CXString& rcsParent : {csRoot, csRoot + VTEXT("\\Public\\DCPs")}) {

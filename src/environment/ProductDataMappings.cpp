@@ -150,33 +150,33 @@ bool ProductData::ParseMapFile(const CXString& kcsFile, std::vector<MappingData>
             vlm::bounds::MAX_MAP_RECORDS - std::min(vlm::bounds::MAX_MAP_RECORDS, rvoMappings.size());
         if (productNames.size() > cRoom) {
             VLM_REPORT_ERROR(DebugCategory::UtilDll, VTEXT("The map file '%s' has too many models!"), kcsFile);
-            return false;
+            return true;
         }
         rvoMappings.insert(rvoMappings.end(), productNames.begin(), productNames.end());
         return true;
     } catch (const ExceptionInvalidArgument&) {
-        return false;  // reported where it was raised
+        return true;  // reported where it was raised
     }
 }
 
-/// Reads the map files of a tree, but for the public data in it.
-void ProductData::GatherMappings(const CXString& kcsFolder, std::vector<MappingData>& rvoMappings) {
+bool ProductData::GatherMappings(const CXString& kcsFolder, std::vector<MappingData>& rvoMappings) {
     const CXString csPublicFamilies = CXString(vlm::PUBLIC_DCPS) + VTEXT("\\");
+    bool fWhole = true;
     const vlm::Status status = folders::Walk(kcsFolder, [&](const CXString& kcsBelow, const auto& rvoItems) {
         if (kcsBelow.FindNoCase(csPublicFamilies) == 0) return vlm::Status::Success;
         const CXString csFolder = folders::Join(kcsFolder, kcsBelow);
         VLM_REPORT(DebugCategory::UtilDll, VTEXT("Looking for map files: %s"),
                    CXString::FormatString(VTEXT("%s\\*.*"), csFolder));
         for (const folders::Item& rItem : rvoItems) {
-            if (rItem.IsFile() && folders::HasExtension(rItem.csName, MapFile::EXTENSION)) {
-                ParseMapFile(folders::Join(csFolder, rItem.csName), rvoMappings);
-            }
+            const bool fMap = rItem.IsFile() && folders::HasExtension(rItem.csName, MapFile::EXTENSION);
+            fWhole = (!fMap || ParseMapFile(folders::Join(csFolder, rItem.csName), rvoMappings)) && fWhole;
         }
         return vlm::Status::Success;
     });
-    if (status == vlm::Status::Success || status == vlm::Status::PathNotFound) return;
+    if (status == vlm::Status::Success || status == vlm::Status::PathNotFound) return fWhole;
     VLM_REPORT_ERROR(DebugCategory::UtilDll, VTEXT("The folder '%s' cannot be searched for map files! %s"), kcsFolder,
                      vlm::TextOfStatus(status));
+    return false;
 }
 
 bool ProductData::UpdateRegistryMappings(CXString csFolder, bool fOutermost) {
@@ -184,25 +184,29 @@ bool ProductData::UpdateRegistryMappings(CXString csFolder, bool fOutermost) {
         if (csFolder.IsEmpty()) csFolder = GetProductDataFolderWithoutVersion(FAMILY_OPTIONAL);
         if (csFolder.IsEmpty()) return false;
         std::vector<MappingData> voOwn;
-        GatherMappings(csFolder, voOwn);
-        if (!fOutermost) return !voOwn.empty();
+        bool fWhole = GatherMappings(csFolder, voOwn);
+        if (!fOutermost) return fWhole && !voOwn.empty();
         // The first record of a name is the one that counts.
         std::vector<MappingData> voMappings, voOlder;
         const auto AddPublic = [&](const CXString& kcsPublic, const CXString& kcsFamily) {
             const CXString csVersion = GetDCPContentVersionFromPath(folders::Join(kcsPublic, vlm::VERSION_LEVEL));
             const CXString csOwn = GetDCPContentVersionFromPath(folders::Join(kcsFamily, vlm::VERSION_LEVEL));
-            GatherMappings(kcsPublic, vlm::IsNewer(csVersion, csOwn) ? voMappings : voOlder);
+            fWhole = GatherMappings(kcsPublic, vlm::IsNewer(csVersion, csOwn) ? voMappings : voOlder) && fWhole;
         };
         std::vector<folders::Item> voFamilies;
         const CXString csPublic = folders::Join(csFolder, vlm::PUBLIC_DCPS);
-        if (folders::List(csPublic, voFamilies) == vlm::Status::Success) {
+        const vlm::Status status = folders::List(csPublic, voFamilies);
+        if (status == vlm::Status::Success) {
             for (const folders::Item& rItem : voFamilies) {
                 if (!rItem.IsFolder()) continue;
                 AddPublic(folders::Join(csPublic, rItem.csName), folders::Join(csFolder, rItem.csName));
             }
+        } else if (status != vlm::Status::PathNotFound) {
+            fWhole = false;
         } else if (!m_ProductFamily.IsEmpty()) {
             AddPublic(GetPublicDCPFolderPath(WITHOUT_VERSION), csFolder);
         }
+        if (!fWhole) return false;
         voMappings.insert(voMappings.end(), voOwn.begin(), voOwn.end());
         voMappings.insert(voMappings.end(), voOlder.begin(), voOlder.end());
         const bool fWritten = WriteMappings(voMappings);

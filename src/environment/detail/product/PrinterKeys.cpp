@@ -70,20 +70,22 @@ CXString QueueOf(CXString csName) {
     return csName.MakeLower();
 }
 
-std::vector<CXString> UserSids() {
-    std::vector<CXString> vcsNames;
+bool UserSids(std::vector<CXString>& rvcsSids) {
+    rvcsSids.clear();
     const auto apoUsers = Open(HKeyRegistry::Hkey_Users, CXString(), RegistryKey::READ_ACCESS);
-    if (apoUsers) apoUsers->EnumKeyNames(vcsNames);
-    std::erase_if(vcsNames, [](const CXString& kcsName) {
+    if (!apoUsers || !apoUsers->EnumKeyNames(rvcsSids)) return false;
+    std::erase_if(rvcsSids, [](const CXString& kcsName) {
         return kcsName.CompareNoCase(LowRightsStorage::DEFAULT_USER) == 0 || !IsRegularSid(kcsName);
     });
-    return vcsNames;
+    return true;
 }
 
 std::vector<Place> Places(Whose eWhose) {
     std::vector<Place> vPlaces;
+    std::vector<CXString> vcsSids;
     const CXString csOwn = User::GetCurrentUserSID();
-    for (const CXString& rcsSid : UserSids()) {
+    UserSids(vcsSids);  // what cannot be opened is left
+    for (const CXString& rcsSid : vcsSids) {
         if (eWhose == Whose::CurrentUser && rcsSid != csOwn) continue;
         vPlaces.push_back({HKeyRegistry::Hkey_Users, rcsSid + VTEXT("\\") + VERSION_KEY, rcsSid, VTEXT("HKU")});
     }

@@ -34,8 +34,9 @@ struct Place {
 enum class Whose { Everybody, CurrentUser };
 
 std::vector<Place> Places(Whose eWhose);
-/// The SIDs of the users whose hives are loaded, without the default user.
-std::vector<CXString> UserSids();
+/// The SIDs of the users whose hives are loaded, without the default user.  @return false, with none, when the hives
+/// cannot be listed.
+bool UserSids(std::vector<CXString>& rvcsSids);
 
 /// A printer's name as it is compared: lower case, without what stands round it.
 CXString QueueOf(CXString csName);
