@@ -90,21 +90,40 @@ Status PrepareDirectory(CXString& rcsDirectory) {
     return Status::Success;
 }
 
+/// The files that were put to be installed from; they go with the object, since the spooler has its own copies.
+class PutFiles {
+public:
+    PutFiles() = default;
+    ~PutFiles() {
+        for (const CXString& kcsFile : m_vcsFiles)
+            GetPlatform().pFiles->Delete(kcsFile.GetLpcwstr());
+    }
+    PutFiles(const PutFiles&) = delete;
+    PutFiles& operator=(const PutFiles&) = delete;
+
+    /// Makes room, so that Add takes no memory.
+    void Reserve() { m_vcsFiles.reserve(m_vcsFiles.size() + 1); }
+    void Add(const CXString& kcsFile) { m_vcsFiles.push_back(kcsFile); }
+
+private:
+    std::vector<CXString> m_vcsFiles;
+};
+
 /// Writes a file to be installed from, unless one of its name is installed.
-Status PutFile(const CXString& kcsDirectory, const XCHAR* pszFile, std::span<const BYTE> contents,
-               std::vector<CXString>& rvcsPut) {
+Status PutFile(const CXString& kcsDirectory, const XCHAR* pszFile, std::span<const BYTE> contents, PutFiles& rPut) {
     FilePort& rFiles = *GetPlatform().pFiles;
     DWORD dwAttributes = 0, dwWritten = 0;
     const CXString csInstalled = kcsDirectory + VTEXT("\\3\\") + pszFile;
     if (rFiles.GetAttributes(csInstalled.GetLpcwstr(), dwAttributes) == Status::Success) return Status::Success;
     const CXString csFile = kcsDirectory + VTEXT("\\") + pszFile;
+    rPut.Reserve();
     HANDLE hFile = nullptr;
     Status status =
         rFiles.Open(csFile.GetLpcwstr(),
                     {.eAccess = FilePort::Access::ReadWrite, .eDisposition = FilePort::Disposition::CreateNew}, hFile);
     if (status == Status::FileExists) return Status::Success;
     if (status != Status::Success) return status;
-    rvcsPut.push_back(csFile);
+    rPut.Add(csFile);
     status = rFiles.Write(hFile, contents.data(), static_cast<DWORD>(contents.size()), dwWritten);
     const Status statusClose = rFiles.Close(hFile);
     return status == Status::Success ? statusClose : status;
@@ -137,7 +156,7 @@ constinit const SampleDriver SAMPLE_PS_DRIVER = PS_DRIVER;
 
 void InstallSampleDriver(const SampleDriver& rDriver, const ByteBuffer& kbbProductCab) {
     CXString csDirectory;
-    std::vector<CXString> vcsPut;
+    PutFiles oPut;
     Status status = PrepareDirectory(csDirectory);
     std::vector<const XCHAR*> vpszFiles{rDriver.pszDriverFile, rDriver.pszDataFile, rDriver.pszConfigFile};
     vpszFiles.insert(vpszFiles.end(), rDriver.apszDependent.begin(), rDriver.apszDependent.end());
@@ -145,11 +164,9 @@ void InstallSampleDriver(const SampleDriver& rDriver, const ByteBuffer& kbbProdu
         const bool bCab = XStringView(pszFile) == rDriver.pszProductCab && !kbbProductCab.empty();
         const std::span<const BYTE> text(reinterpret_cast<const BYTE*>(FILE_TEXT), sizeof(FILE_TEXT) - 1);
         const std::span<const BYTE> cab(kbbProductCab.data(), kbbProductCab.size());
-        if (status == Status::Success) status = PutFile(csDirectory, pszFile, bCab ? cab : text, vcsPut);
+        if (status == Status::Success) status = PutFile(csDirectory, pszFile, bCab ? cab : text, oPut);
     }
     if (status == Status::Success) status = Register(rDriver);
-    for (const CXString& kcsFile : vcsPut)  // the spooler has its own copies
-        GetPlatform().pFiles->Delete(kcsFile.GetLpcwstr());
     if (status != Status::Success) Refuse(rDriver, status);
 }
 

@@ -12,6 +12,7 @@
 #include "platform/PrintQueuePort.h"
 #include "platform/PrinterDataPort.h"
 #include "platform/RegistryPort.h"
+#include "utilities/debuggingandexceptions/NoThrow.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 #include "utilities/utilitiesdll/SystemText.h"
 
@@ -22,6 +23,8 @@ namespace {
 constexpr const XCHAR* SERVER = VTEXT("\\\\Q9SERVER");
 constexpr const XCHAR* PROCESSOR = VTEXT("winprint");
 constexpr const XCHAR* SETTINGS_VALUE = VTEXT("VlmDeviceSettings");
+/// What says that a queue's data is all there.
+constexpr const XCHAR* LAST_VALUE = VTEXT("xBaseDriverCaps");
 constexpr const XCHAR* TCP_ADDRESS = VTEXT("192.0.2.10");
 
 enum class Kind { Local, Tcp, Ipp, Connection };
@@ -72,9 +75,13 @@ Status Add(const CXString& kcsServer, const SampleQueues::Queue& rQueue, const C
                                            rHandle.m_hPrinter);
 }
 
+Status Open(const CXString& kcsName, DWORD dwAccess, OpenQueue& rHandle) {
+    return GetPlatform().pSpooler->OpenPrinterHandle(kcsName.GetLpcwstr(), dwAccess, rHandle.m_hPrinter);
+}
+
 bool IsThere(const CXString& kcsName) {
     OpenQueue oQueue;
-    return GetPlatform().pSpooler->OpenPrinterHandle(kcsName.GetLpcwstr(), 0, oQueue.m_hPrinter) == Status::Success;
+    return Open(kcsName, 0, oQueue) == Status::Success;
 }
 
 /// Has the port stand ready; a system without a TCP/IP monitor gets the printer's own port.
@@ -88,6 +95,13 @@ void PreparePort(const Sample& rSample, SampleQueues::Queue& rQueue) {
     }
 }
 
+/// Was a queue's data written to its end, or can that not be told?
+bool HasData(HANDLE hPrinter) {
+    DWORD dwType = 0, dwValue = 0, cbNeeded = 0;
+    return GetPlatform().pPrinterData->GetData(hPrinter, PrinterDataPort::PRINTER_DRIVER_DATA, LAST_VALUE, dwType,
+                                               &dwValue, sizeof dwValue, cbNeeded) != Status::FileNotFound;
+}
+
 void WriteData(const SampleDriver& rDriver, const ByteBuffer& kbbDeviceSettings, HANDLE hPrinter) {
     PrinterDataPort& rData = *GetPlatform().pPrinterData;
     const XCHAR* const pszKey = PrinterDataPort::PRINTER_DRIVER_DATA;
@@ -99,13 +113,13 @@ void WriteData(const SampleDriver& rDriver, const ByteBuffer& kbbDeviceSettings,
                                    static_cast<DWORD>((svText.size() + 1) * sizeof(XCHAR)));
         }
     }
-    if (status == Status::Success) {
-        status = rData.SetData(hPrinter, pszKey, VTEXT("xBaseDriverCaps"), RegistryPort::TYPE_DWORD,
-                               &rDriver.dwCapabilities, sizeof(rDriver.dwCapabilities));
-    }
     if (status == Status::Success && !kbbDeviceSettings.empty()) {
         status = rData.SetData(hPrinter, pszKey, SETTINGS_VALUE, RegistryPort::TYPE_BINARY, kbbDeviceSettings.data(),
                                static_cast<DWORD>(kbbDeviceSettings.size()));
+    }
+    if (status == Status::Success) {
+        status = rData.SetData(hPrinter, pszKey, LAST_VALUE, RegistryPort::TYPE_DWORD, &rDriver.dwCapabilities,
+                               sizeof(rDriver.dwCapabilities));
     }
     if (status != Status::Success) {
         VLM_THROW(ExceptionPrinterFailure, VTEXT("The sample queue's printer data cannot be written because %s"),
@@ -113,25 +127,32 @@ void WriteData(const SampleDriver& rDriver, const ByteBuffer& kbbDeviceSettings,
     }
 }
 
-/// Adds a queue; a connection as the server's, or, where there is no such server, as one that looks like it.
-void AddSample(const Sample& rSample, const ByteBuffer& kbbDeviceSettings, SampleQueues::Queue& rQueue) {
-    const CXString csLocalName(rSample.pszName);
-    OpenQueue oHandle;
-    Status status = Status::InvalidFunction;
-    if (rSample.eKind == Kind::Connection) {
-        if (IsThere(rQueue.m_csName)) return;
-        status = Add(SERVER, rQueue, csLocalName, PrintQueuePort::ATTRIBUTE_NETWORK, oHandle);
-        if (status == Status::Success && IsThere(rQueue.m_csName)) {
-            status = GetPlatform().pQueues->AddConnection(rQueue.m_csName.GetLpcwstr());
-        } else {
-            rQueue.m_csName = csLocalName;
-        }
+/// Adds a connection's queue at its server, and connects to it.  Where there is no such server, or the system takes the
+/// queue for one of its own, the queue gets its local name.
+Status AddAtServer(const CXString& kcsLocalName, SampleQueues::Queue& rQueue, OpenQueue& rHandle) {
+    if (!IsThere(rQueue.m_csName)) {
+        const Status status = Add(SERVER, rQueue, kcsLocalName, PrintQueuePort::ATTRIBUTE_NETWORK, rHandle);
+        const bool fLocal = status != Status::Success || (!IsThere(rQueue.m_csName) && IsThere(kcsLocalName));
+        if (fLocal) rQueue.m_csName = kcsLocalName;
     }
-    if (oHandle.m_hPrinter == nullptr) {
-        if (IsThere(rQueue.m_csName)) return;
-        const bool bConnection = rSample.eKind == Kind::Connection;
-        status = Add(CXString(), rQueue, rQueue.m_csName,
-                     bConnection ? PrintQueuePort::ATTRIBUTE_NETWORK : PrintQueuePort::ATTRIBUTE_LOCAL, oHandle);
+    return rQueue.m_csName == kcsLocalName ? Status::Success
+                                           : GetPlatform().pQueues->AddConnection(rQueue.m_csName.GetLpcwstr());
+}
+
+/// Adds a queue, or goes on with one that an installation left without its data.
+void AddSample(const Sample& rSample, const ByteBuffer& kbbDeviceSettings, SampleQueues::Queue& rQueue) {
+    const bool bConnection = rSample.eKind == Kind::Connection;
+    OpenQueue oHandle;
+    Status status = bConnection ? AddAtServer(rSample.pszName, rQueue, oHandle) : Status::Success;
+    if (status == Status::Success && oHandle.m_hPrinter == nullptr) {
+        if (IsThere(rQueue.m_csName)) {
+            // Who may not change it keeps it as it is.
+            if (Open(rQueue.m_csName, SpoolerPort::ALL_ACCESS, oHandle) != Status::Success) return;
+            if (HasData(oHandle.m_hPrinter)) return;
+        } else {
+            status = Add(CXString(), rQueue, rQueue.m_csName,
+                         bConnection ? PrintQueuePort::ATTRIBUTE_NETWORK : PrintQueuePort::ATTRIBUTE_LOCAL, oHandle);
+        }
     }
     if (status != Status::Success) {
         VLM_THROW(ExceptionPrinterFailure, VTEXT("The sample queue %s cannot be added because %s"), rQueue.m_csName,
@@ -173,8 +194,7 @@ void RemovePorts() {
 
 void DeleteQueueNamed(const CXString& kcsName) {
     OpenQueue oQueue;
-    Status status =
-        GetPlatform().pSpooler->OpenPrinterHandle(kcsName.GetLpcwstr(), SpoolerPort::ALL_ACCESS, oQueue.m_hPrinter);
+    Status status = Open(kcsName, SpoolerPort::ALL_ACCESS, oQueue);
     if (status == static_cast<Status>(SpoolerPort::INVALID_PRINTER_NAME)) return;
     if (status == Status::Success) status = GetPlatform().pQueues->DeleteQueue(oQueue.m_hPrinter);
     if (status != Status::Success) {
@@ -187,17 +207,19 @@ void DeleteQueueNamed(const CXString& kcsName) {
 
 std::vector<SampleQueues::Queue> SampleQueues::Install(const ByteBuffer& kbbDeviceSettings,
                                                        const ByteBuffer& kbbProductCab) {
-    InstallSampleDriver(SAMPLE_PCL_DRIVER, kbbProductCab);
-    InstallSampleDriver(SAMPLE_PS_DRIVER, kbbProductCab);
-    std::vector<Queue> voQueues;
-    for (const Sample& rSample : SAMPLES) {
-        Queue oQueue{FullName(rSample), KIND_TEXTS[static_cast<std::size_t>(rSample.eKind)], rSample.pDriver->pszName,
-                     rSample.pszPort, false};
-        PreparePort(rSample, oQueue);
-        AddSample(rSample, kbbDeviceSettings, oQueue);
-        voQueues.push_back(std::move(oQueue));
-    }
-    return voQueues;
+    return TranslateOutOfMemory([&] {
+        InstallSampleDriver(SAMPLE_PCL_DRIVER, kbbProductCab);
+        InstallSampleDriver(SAMPLE_PS_DRIVER, kbbProductCab);
+        std::vector<Queue> voQueues;
+        for (const Sample& rSample : SAMPLES) {
+            Queue oQueue{FullName(rSample), KIND_TEXTS[static_cast<std::size_t>(rSample.eKind)],
+                         rSample.pDriver->pszName, rSample.pszPort, false};
+            PreparePort(rSample, oQueue);
+            AddSample(rSample, kbbDeviceSettings, oQueue);
+            voQueues.push_back(std::move(oQueue));
+        }
+        return voQueues;
+    });
 }
 
 void SampleQueues::Remove() {

@@ -34,7 +34,7 @@ public:
         CXString m_csKind;  ///< "local", "TCP/IP", "IPP", "connection"
         CXString m_csDriver;
         CXString m_csPort;
-        bool m_bAdded = false;  ///< false: it was there already, and keeps its data
+        bool m_bAdded = false;  ///< false: it was there already with its data, and keeps it
     };
 
     /// @param kbbDeviceSettings stored as "VlmDeviceSettings" of each queue that is added; empty: none.
