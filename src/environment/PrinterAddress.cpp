@@ -194,10 +194,12 @@ CXString Printer::GetPrinterPort(HANDLE hPrinter) {
 }
 
 void Printer::UpdatePortCacheAsPortChanged(const XCHAR* pszPort) noexcept {
+    CXString csPort;
     vlm::TryOperation([&] {
-        m_csPort = CXString(pszPort);
+        csPort = pszPort;
         return true;
     });
+    m_csPort.swap(csPort);  // without memory none: it is asked for again, and never the former one
 }
 
 void Printer::UpdatePortCacheAsPortChanged() noexcept {
