@@ -131,11 +131,7 @@ TEST_F(PrintDriverTest, TheProductCabHasATime) {
 }
 
 TEST_F(PrintDriverTest, NamesFoldersAndVersionsComeFromTheBlock) {
-    EXPECT_EQ(m_oDriver.GetDriverName(m_hPrinter), DRIVER);
-    EXPECT_EQ(m_oDriver.GetDriverPathFromName(QUEUE), FOLDER);
-    EXPECT_EQ(m_oDriver.GetVelomDriverDataFilePath(QUEUE), FOLDER + VTEXT("\\Velom"));
     EXPECT_EQ(m_oDriver.GetPrinterDriverDirectoryRoot(CXString()), XStringView(FOLDER).substr(0, FOLDER.size() - 2));
-    EXPECT_TRUE(m_oDriver.IsWcsSupported(QUEUE));
     BlockFileTime oDate{};
     m_oFake.printing.ScriptCallsOf("GetDriverBlock", [&](SpoolerCall& rCall) {
         DriverInfo6 oInfo{};
@@ -267,7 +263,6 @@ TEST_F(PrintDriverTest, ValuesAreReadByTheirType) {
         Set(rRow.dwType, FromHex(rRow.pszData));
         EXPECT_EQ(All(), rRow.pszExpected) << rRow.dwType << ": " << rRow.pszData;
     }
-    EXPECT_EQ(m_oDriver.GetDeviceFeatureValueStrings(QUEUE, VTEXT("xPDL")).front(), VTEXT("PclXL"));
     EXPECT_THAT(FailureOf([&] { m_oDriver.GetDeviceFeatureValueString(QUEUE, VTEXT("none")); }),
                 HasSubstr("PrintDriver::GetDeviceFeatureValueStringEx: failed to return a value for none because "));
     EXPECT_THAT(FailureOf([&] { m_oDriver.GetDeviceFeatureValueDWORD(QUEUE, VTEXT("none")); }),

@@ -307,12 +307,6 @@ TEST_F(PrinterTest, QueuesAreListedAddedSharedAndChanged) {
     EXPECT_FALSE(oPrinter.IsHandleOwned());
     ASSERT_TRUE(oPrinter.AddLocalPrinter(VTEXT("New"), VTEXT("Test Driver"), VTEXT("LPT1:")));
     EXPECT_TRUE(oPrinter.IsPrintDriverInstalledMultipleTimes());
-    ByteBuffer bbPrinters;
-    EXPECT_EQ(Printer::EnumLocalAndNetworkPrinters(bbPrinters), 2);
-    EXPECT_TRUE(oPrinter.SharePrinter(VTEXT("share")) && oPrinter.IsPrinterShared());
-    EXPECT_EQ(oPrinter.GetShareName(), VTEXT("share"));
-    EXPECT_TRUE(oPrinter.UnSharePrinter());
-    EXPECT_TRUE(oPrinter.GetShareName().IsEmpty() && !oPrinter.IsPrinterShared());
     EXPECT_TRUE(oPrinter.IsPrintProcessorInstalled(VTEXT("WinPrint")));
     EXPECT_FALSE(oPrinter.IsPrintProcessorInstalled(VTEXT("q7pp")));
     EXPECT_FALSE(oPrinter.SetPrintProcessorName(VTEXT("q7pp"), Printer::NO_THROW));  // not installed
@@ -338,6 +332,17 @@ TEST_F(PrinterTest, APublishedQueueIsPublishedAnew) {
     EXPECT_FALSE(Printer::RepublishInformation(QUEUE));
     EXPECT_FALSE(Printer::RepublishInformation(VTEXT("None")));
     EXPECT_EQ(vdwActions, std::vector<DWORD>{PrintQueuePort::ACTION_REPUBLISH});
+}
+
+TEST(PrinterRestrictions, EachIsItsOwn) {
+    Printer::SetflagToRestrictPrinterDriverDataOnRendering(true);
+    EXPECT_TRUE(Printer::GetflagToRestrictPrinterDriverDataOnRendering());
+    EXPECT_FALSE(Printer::GetflagToRestrictPrinterDriverDataFromDeviceCapabilities());
+    Printer::SetflagToRestrictPrinterDriverDatFromDeviceCapabilities(true);
+    Printer::SetflagToRestrictPrinterDriverDataOnRendering(false);
+    EXPECT_FALSE(Printer::GetflagToRestrictPrinterDriverDataOnRendering());
+    EXPECT_TRUE(Printer::GetflagToRestrictPrinterDriverDataFromDeviceCapabilities());
+    Printer::SetflagToRestrictPrinterDriverDatFromDeviceCapabilities(false);
 }
 
 TEST_F(PrinterTest, TraysAreTheDriversOrThoseOfTheDirectory) {

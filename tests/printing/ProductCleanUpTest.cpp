@@ -47,10 +47,10 @@ std::vector<CXString> Places() {
             UsersPlace(".DEFAULT"), UsersPlace(USER), UsersPlace(OTHER)};
 }
 
-void AddEverything(FakePlatform& rFake) {
+void AddEverything(FakePlatform& rFake, const std::vector<CXString>& rvcsPlaces) {
     AddProduct(rFake);
     rFake.process.SetEnvironmentVariableTo(VTEXT("APPDATA"), VTEXT("C:\\Users\\u\\Roaming"));
-    for (const CXString& rcsPlace : Places()) {
+    for (const CXString& rcsPlace : rvcsPlaces) {
         for (const char* pszName : {"Q", "Gone", "//CSR|Gone", "Gone.cache", ",,srv,theirs", "Families\\Gone",
                                     "ColorProfiles", "Low\\Q", "Low\\Gone\\Deep"})
             Key(Path(rcsPlace, pszName), true);
@@ -76,7 +76,7 @@ void AddEverything(FakePlatform& rFake) {
 
 class ProductCleanUpTest : public ProductBench {
 protected:
-    ProductCleanUpTest() { AddEverything(oFake); }
+    ProductCleanUpTest() { AddEverything(oFake, Places()); }
     bool HasFile(const CXString& kcsPath) const { return oFake.files.Contents(kcsPath.View()).has_value(); }
     void ExpectFiles(const CXString& kcsFolder, Names names, bool fThere) const {
         for (const char* pszName : names)
@@ -188,8 +188,7 @@ TEST_F(ProductCleanUpTest, NothingGoesWhenNobodyTellsWhatIsInstalled) {
         EXPECT_GE(oSink.Count("Cannot delete orphaned reg entries because enumeration of print drivers failed!"), 5u);
         EXPECT_EQ(oSink.Count("Cannot delete orphaned temp folders because enumeration of print drivers failed!"), 1u);
         EXPECT_EQ(oSink.Count("Cannot delete orphaned product data folders because"), 1u);
-        for (const CXString& rcsPlace : Places())
-            ExpectKeys(rcsPlace, {"Gone", "Low\\Gone"}, true);
+        ExpectKeys(VERSION, {"Gone", "Low\\Gone"}, true);
         ExpectFiles(USERS_FOLDER, {"Low\\Gone.cache"}, true);
         ExpectFiles(ROOT, {"old01\\V5.0\\a"}, true);
     }
@@ -208,72 +207,55 @@ TEST_F(ProductCleanUpTest, DataFilesOfOtherDriversNameNoFamily) {
     EXPECT_EQ(oSink.Count("(iDotOffset > 5)"), 1u);
 }
 
+/// Runs a clean-up, which has no way to fail.
+template <class Operation>
+auto Quietly(Operation operation) {
+    return [operation] {
+        const EmptyCaches oCaches;
+        operation();
+        return FaultOutcome::Succeeded;
+    };
+}
+
 // Whatever fails: no exception, nothing left open, and what is installed keeps all of its own.
 TEST(ProductCleanUpFaultTest, EveryFaultLeavesWhatIsInstalled) {
     const FaultRow aRows[] = {
-        {"keys",
-         [] { return ProductData::GarbageCollectOrphanedPerPrinterRegKeysAndTempFiles(), FaultOutcome::Succeeded; }},
-        {"folders", [] { return ProductData::DeleteOrphanedProductDataFolders(), FaultOutcome::Succeeded; }},
-        {"storage", [] { return ProductData::CleanUPLowRightsData(), FaultOutcome::Succeeded; }}};
+        {"keys and files", Quietly(ProductData::GarbageCollectOrphanedPerPrinterRegKeysAndTempFiles)},
+        {"folders", Quietly(ProductData::DeleteOrphanedProductDataFolders)},
+        {"storage", Quietly(ProductData::GarbageCollectSharedLowRightsStorageRegAndDeletePortMonitor)},
+        {"session", Quietly(ProductData::GarbageCollectOrphanedPerPrinterRegKeysAndFilesForCitrix)},
+        {"one printer", Quietly([] {
+             ProductData::GarbageCollectSharedLowIntegrityKeyRegKeysAndFilesForOnePrinterUpgrade(VTEXT("Gone"));
+             ProductData::GarbageCollectSharedLowIntegrityKeyRegKeysAndFilesForOnePrinter(VTEXT("Gone"));
+             ProductData::DeletePrinterPrivateConfigurationRegKeys(VTEXT("Gone"));
+             ProductData::GarbageCollectSharedLowRightsStorageRegForOnePrinter(VTEXT("Gone"));
+         })},
+    };
     FaultLoop oLoop;
     oLoop.fRunAgain = false;
     oLoop.vModes = {FaultMode::FailOnce};
+    oLoop.vStatuses = {Status::NoSystemResources};  // a hive that is denied is its user's own
+    oLoop.fAllocations = false;                     // thousands, each with all these keys made before it
     oLoop.fnPrepare = [](FakePlatform& rFake) {
-        ProductData::ClearCachedMapData();
-        AddEverything(rFake);
+        AddEverything(rFake, {VERSION});
+        rFake.files.AddFile(Path(ROOT, "m.map").View(), BytesOf("X:FAMPATH=OLD01\\deep\n"));
+        const EmptyCaches oCaches;
+        const OpenQueue oQueue;  // its records alone name a family
+        EXPECT_TRUE(ProductData(oQueue, CXString(), MT_MODEL_NAME, CXString())
+                        .UpdateRegistryMappings(CXString(), ProductData::OUTERMOST));
     };
-    oLoop.fAllocations = false;  // thousands, each with all these keys made before it
     oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {
-        ExpectKeys(VERSION, {"Q", "Families\\Gone"}, true);
-        EXPECT_TRUE(rFake.files.Contents(Path(ROOT, "kx100\\a").View()));
-        EXPECT_TRUE(rFake.files.Contents(Path(USERS_FOLDER, "Low\\Q.cache").View()));
+        ExpectKeys(VERSION, {"Q", "Families\\Gone", "Low\\Q", ",,srv,theirs"}, true);
+        ExpectKeys(Path(STORAGE, USER), {"Q.cache"}, true);
+        for (const CXString& rcsFile :
+             {Path(ROOT, "kx100\\a"), Path(ROOT, "old01\\V5.0\\a"), Path(USERS_FOLDER, "Low\\Q.cache")})
+            EXPECT_TRUE(rFake.files.Contents(rcsFile.View())) << Narrow(rcsFile.View());
     };
     RunFaultRows(aRows, oLoop);
-}
-
-// The records are the printer's already, the product is not unpacked whole.
-void AddRecords(FakePlatform& rFake) {
-    const EmptyCaches oCaches;
-    AddProduct(rFake);
-    rFake.files.AddFile(Path(ROOT, "velom.map").View(), BytesOf(MODELS_MAP));
-    rFake.files.AddFile(Path(ROOT, "kx100\\V5.0\\c.pdl").View(), BytesOf(COMMANDS_FILE));
-    const OpenQueue oQueue;
-    EXPECT_TRUE(ProductData(oQueue, CXString(), MT_MODEL_NAME, CXString())
-                    .UpdateRegistryMappings(CXString(), ProductData::OUTERMOST));
-}
-
-TEST(ProductDataFaultTest, EveryFaultEndsInAnAnswerOrItsException) {
-    const auto With = [](const std::function<bool(ProductData&)>& rfnAsk) {
-        return [rfnAsk] {
-            const EmptyCaches oCaches;
-            bool fDone = false;
-            const FaultOutcome eOutcome =
-                Attempt<ExceptionPrinterFailure, ExceptionPrintDriverFailure, ExceptionOutOfMemory,
-                        ExceptionPrinterModelIdQueriedBeforeInitialized>([&] {
-                    const OpenQueue oQueue;
-                    ProductData oProduct(oQueue, CXString(), MT_PRINTER_INI_DATA, CXString());
-                    fDone = rfnAsk(oProduct);
-                });
-            return eOutcome == FaultOutcome::Succeeded && fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed;
-        };
-    };
-    FaultLoop oLoop;
-    oLoop.vModes = {FaultMode::FailOnce};
-    oLoop.fnPrepare = AddRecords;
-    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {
-        const auto contents = rFake.files.Contents(Path(ROOT, "velom.map").View());
-        EXPECT_TRUE(contents && *contents == BytesOf(MODELS_MAP));
-    };
-    const FaultRow aQuick[] = {{"initialise", With([](ProductData& r) { return r.IsValidated(); })}};
-    RunFaultRows(aQuick, oLoop);
-    oLoop.fAllocations = false;                                   // thousands; the unpacking's are another test's
-    const FaultRow aLong[] = {{"load", With([](ProductData& r) {  // and unpack on the way
-                                   ByteBuffer bb;
-                                   return r.LoadFile(PD_AUTO, bb) && bb.size() == 4 &&
-                                          r.GetPDLCommand(VTEXT("Sides"), VTEXT("Long"), PdlType::PCL6, bb, nullptr) &&
-                                          bb.size() > 7;
-                               })}};
-    RunFaultRows(aLong, oLoop);
+    oLoop.fnCheck = nullptr;
+    const FaultRow aUpgrade[] = {
+        {"upgrade", Quietly(ProductData::DeleteOrphanedPerPrinterCacheFilesInSharedLowIntegrityKeyInUpgrade)}};
+    RunFaultRows(aUpgrade, oLoop);
 }
 
 }  // namespace
