@@ -117,17 +117,21 @@ TEST(PrinterFaultTest, QuestionsAreAnsweredRightOrNotAtAll) {
 
 TEST(PrinterFaultTest, TextsThatAreHandedOutAreWhole) {
     using Ask = bool (Printer::*)(CXString&) noexcept;
-    const std::pair<Ask, const XCHAR*> aTexts[] = {
-        {&Printer::GetCurrentPrinterIPOrHost, VTEXT("dev")},
-        {&Printer::GetIPOrHostNameFromTcpMon, VTEXT("dev")},
-        {&Printer::GetPrinterNameInStandardFormForUseAsRegKey, QUEUE},
-        {&Printer::GetPrintProcessorName, VTEXT("winprint")},
+    const struct {
+        const char* pszName;
+        Ask pfnAsk;
+        const XCHAR* pszAnswer;
+    } aTexts[] = {
+        {"address", &Printer::GetCurrentPrinterIPOrHost, VTEXT("dev")},
+        {"address of the monitor", &Printer::GetIPOrHostNameFromTcpMon, VTEXT("dev")},
+        {"standard form", &Printer::GetPrinterNameInStandardFormForUseAsRegKey, QUEUE},
+        {"processor", &Printer::GetPrintProcessorName, VTEXT("winprint")},
     };
     for (const auto& rText : aTexts) {
-        const FaultRow aoRows[] = {{Narrow(rText.second).c_str(), OnQueue([&rText](Printer& r) {
+        const FaultRow aoRows[] = {{rText.pszName, OnQueue([&rText](Printer& r) {
                                         CXString csAnswer(VTEXT("former"));
-                                        const bool fTold = (r.*rText.first)(csAnswer);
-                                        Must(fTold ? csAnswer == rText.second
+                                        const bool fTold = (r.*rText.pfnAsk)(csAnswer);
+                                        Must(fTold ? csAnswer == rText.pszAnswer
                                                    : csAnswer.IsEmpty() || csAnswer == VTEXT("former"),
                                              "half a text");
                                         return fTold;
