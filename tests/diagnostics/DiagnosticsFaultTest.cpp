@@ -8,19 +8,14 @@
 #include "diagnostics/DebugSettingsFixture.h"
 #include "support/FaultLoop.h"
 #include "support/RecordingSink.h"
-#include "utilities/debuggingandexceptions/CustomerMessages.h"
 #include "utilities/debuggingandexceptions/DebugConfigUpdater.h"
 #include "utilities/debuggingandexceptions/DebugMessageCategoryHelper.h"
-#include "utilities/debuggingandexceptions/PerformanceTimingScope.h"
-#include "utilities/debuggingandexceptions/RaiseMacros.h"
 #include "utilities/utilitiesdll/VelomUtilities_DebugLog.h"
 
 namespace vlm::test {
 namespace {
 
 constexpr const XCHAR* LOG = VTEXT("C:\\debug.log");
-const CXString gcsNoKey(VTEXT("TestDebugConfig")), gcsLog(LOG), gcsPerf(VTEXT("perf")), gcsEmpty;
-const CXString gcsLong(VTEXT('x'), 600);
 
 FaultOutcome SucceededIf(bool fDone) {
     return fDone ? FaultOutcome::Succeeded : FaultOutcome::Failed;
@@ -43,8 +38,6 @@ protected:
         rFake.registry.AddText(DEBUG_KEY, VTEXT("LogFileName"), LOG);
         rFake.files.AddFile(LOG, {1, 2, 3});
         rFake.sessions.OpenWindow(VTEXT("MfxTraceWindow"));
-        m_hwndParent = rFake.text.AddWindow(VTEXT("Parent"));
-        m_hwndChild = rFake.text.AddWindow(VTEXT(""), m_hwndParent);
     }
     /// What holds whatever fails.
     void Keep(bool fHolds) { m_fKept = m_fKept && fHolds; }
@@ -52,7 +45,9 @@ protected:
     FaultLoop m_oLoop;
     FakePlatform* m_pFake = nullptr;
     HANDLE m_hEvent = nullptr;
-    HWND m_hwndParent = nullptr, m_hwndChild = nullptr;
+    // The texts of the test itself are always there.
+    const CXString m_csNoKey{VTEXT("TestDebugConfig")}, m_csLog{LOG}, m_csPerf{VTEXT("perf")};
+    const CXString m_csLong{VTEXT('x'), 600};
     CXString m_csLocked{VTEXT("copies of it take memory")};
     bool m_fKept = true;
 };
@@ -70,8 +65,8 @@ TEST_F(DiagnosticsFaults, EachAnswersItsNeutralValue) {
         {"name of the log file",
          [&] {
              const CXString csName = VelomUtilities::GetDebugLogFileName();
-             Keep(csName.IsEmpty() || csName == gcsLog);
-             return SucceededIf(csName == gcsLog);
+             Keep(csName.IsEmpty() || csName == m_csLog);
+             return SucceededIf(csName == m_csLog);
          }},
         {"the open log file",
          [&] {
@@ -90,24 +85,24 @@ TEST_F(DiagnosticsFaults, EachAnswersItsNeutralValue) {
         {"categories",
          [&] {
              Keep(DebugMessageCategoryHelper::GetCategoryString(3).IsEmpty());
-             const DebugMessageCategories parsed = DebugMessageConfiguration::ParseCategoryString(gcsPerf);
+             const DebugMessageCategories parsed = DebugMessageConfiguration::ParseCategoryString(m_csPerf);
              Keep(parsed == DebugCategory::Perf || parsed == DebugCategory::None);
              return SucceededIf(parsed == DebugCategory::Perf);
          }},
         {"settings",
          [&] {
-             DebugMessageConfiguration configuration(gcsNoKey);
+             DebugMessageConfiguration configuration(m_csNoKey);
              LONGLONG llTime = -1;
              Keep(!configuration.GetMeasuredTimeAtLowerLevels(-1, llTime) && llTime == -1);
              configuration.SetLastOperationTimeAndAccountedForTime(5, 6, 3);
              bool fWarned = false;
              const LONGLONG llLast = configuration.GetTimeOfLastOperationAtLevel(fWarned, 3);
              Keep(llLast == 5 ? configuration.GetAccountedForTimeAtLevel(3) == 6 : llLast == 0);
-             configuration.SetLogFileName(gcsLog);
+             configuration.SetLogFileName(m_csLog);
              configuration.SetLogFileName(m_csLocked);
              const CXString csName = configuration.GetLogFileName();
-             Keep(csName == gcsLog || csName == m_csLocked);
-             configuration.SetIncludedMsgCategories(gcsPerf);
+             Keep(csName == m_csLog || csName == m_csLocked);
+             configuration.SetIncludedMsgCategories(m_csPerf);
              configuration.SaveConfigurationInformation();  // there is no key: a report
              return SucceededIf(llLast == 5 && csName == m_csLocked &&
                                 configuration.GetAllowedMessageCategories() == DebugCategory::Perf);
@@ -115,7 +110,7 @@ TEST_F(DiagnosticsFaults, EachAnswersItsNeutralValue) {
         {"viewer",
          [&] {
              XDebugPadManager pad;
-             const int iSent = pad.AppendDebugMsg(gcsLong);
+             const int iSent = pad.AppendDebugMsg(m_csLong);
              Keep(iSent >= 0 && iSent <= 3);
              return SucceededIf(iSent == 3);
          }},
@@ -123,66 +118,15 @@ TEST_F(DiagnosticsFaults, EachAnswersItsNeutralValue) {
     RunFaultRows(ROWS, m_oLoop);
 }
 
-/// Switches of the process's own manager, for a test.
-class Switches {
-public:
-    explicit Switches(std::initializer_list<DebugSettingId> oSettings) {
-        for (const DebugSettingId eSetting : oSettings)
-            m_vFormer.emplace_back(eSetting, Settings().GetSettingNumber(eSetting));
-        for (const DebugSettingId eSetting : oSettings)
-            Settings().SetSettingNumber(eSetting, 1);
-    }
-    ~Switches() {
-        for (const auto& [eSetting, ullFormer] : m_vFormer)
-            Settings().SetSettingNumber(eSetting, ullFormer);
-    }
-    Switches(const Switches&) = delete;
-    Switches& operator=(const Switches&) = delete;
-
-private:
-    static DebugMessageConfiguration& Settings() { return GetDebugMessageManager().GetConfiguration(); }
-    std::vector<std::pair<DebugSettingId, ULONGLONG>> m_vFormer;
-};
-
-TEST_F(DiagnosticsFaults, ADeveloperIsAskedAboutACaughtException) {
-    const Switches oSwitches({DMS_MessagesEnabled, DMS_ShowMsgBoxOnThrow});
-    RecordingSink oSink(DebugCategory::Errors);
-    oSink.iAnswer = 2;
-    const ExceptionReadFile oException(gcsLong, gcsLong, 57, gcsLong, nullptr);
-    const auto show = [&](const CXString& kcsTitle) {
-        // Throwing again is the answer to a question: it was asked.
-        Keep(VelomException::ShowCaughtException(true, true, &oException, gcsLong, 7, gcsLong, nullptr, m_hwndChild,
-                                                 kcsTitle, IDS_PRODUCT_TITLE, gcsLong));
-        return FaultOutcome::Succeeded;
-    };
-    const FaultRow ROWS[] = {{"title of a window", [&] { return show(gcsEmpty); }},
-                             {"title given", [&] { return show(m_csLocked); }}};
-    RunFaultRows(ROWS, m_oLoop);
-}
-
-TEST_F(DiagnosticsFaults, ATimingLineComesOut) {
-    const Switches oSwitches({DMS_PerfMeasureEnabled, DMS_UseOutputDebugString, DMS_ShowContext});
-    DebugMessageConfiguration& rSettings = GetDebugMessageManager().GetConfiguration();
-    const DWORD dwFormer = rSettings.GetMinimumTimeToDisplayInPerformanceOutput();
-    rSettings.SetMinimumTimeToDisplayInPerformanceOutput(0);
-    m_oLoop.fnRun = [&] {
-        const PerformanceTimingScope oScope(VLM_HERE, VTEXT("Work"), m_csLocked);
-        return FaultOutcome::Succeeded;
-    };
-    m_oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) { EXPECT_FALSE(rFake.desktop.DebuggerLines().empty()); };
-    EXPECT_GT(RunFaultLoop(m_oLoop).ullFaults, 0u);
-    rSettings.SetMinimumTimeToDisplayInPerformanceOutput(dwFormer);
-}
-
 TEST_F(DiagnosticsFaults, TheUpdaterOfTheSettingsEnds) {
     const CXString csChanged = DebugConfigUpdater::GetConfigChangeEventName(4711);
     m_oLoop.vModes = {FaultMode::FailOnce, FaultMode::ShortOnce};
     m_oLoop.fnRun = [&] {
-        DebugMessageManager manager(gcsNoKey);
+        DebugMessageManager manager(m_csNoKey);
         manager.StartConfigUpdater();
         {
             const AllocationExempt oExempt;
-            const XString strKey = XString(VTEXT("HKEY_LOCAL_MACHINE\\Software\\Velom\\")) + gcsNoKey.GetLpcwstr();
+            const XString strKey = XString(VTEXT("HKEY_LOCAL_MACHINE\\Software\\Velom\\")) + m_csNoKey.GetLpcwstr();
             m_pFake->registry.AddDword(strKey, VTEXT("MaxMessageWidth"), 77);
             m_pFake->registry.Deny(strKey, RegistryPort::SET_VALUE);
             // This one is seen before the one that ends the thread.
@@ -199,7 +143,7 @@ TEST_F(DiagnosticsFaults, TheUpdaterOfTheSettingsEnds) {
 TEST_F(DiagnosticsFaults, TheUpdaterStartsLaterWhenThereWasNoMemoryForIt) {
     FakePlatform fake;
     const PlatformScope scope(fake.Get());
-    DebugMessageManager manager(gcsNoKey);
+    DebugMessageManager manager(m_csNoKey);
     for (const std::size_t cThreads : {0u, 1u}) {
         const AllocationFaults oNoMemory(cThreads == 0 ? 1 : AllocationFaults::NEVER, true);
         manager.StartConfigUpdater();

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "DebugSettingsFixture.h"
+#include "support/FaultLoop.h"
 #include "support/RecordingSink.h"
 #include "utilities/debuggingandexceptions/RaiseMacros.h"
 
@@ -141,6 +142,28 @@ TEST(PerformanceTimingScope, DrivesTheManagerOfTheProcess) {
     rSettings.SetUseOutputDebugString(false);
     ASSERT_EQ(fake.desktop.DebuggerLines().size(), 1u);
     EXPECT_THAT(Narrow(fake.desktop.DebuggerLines().back()), HasSubstr("in On: detail\r\n"));
+}
+
+TEST(PerformanceTimingScope, PrintsItsLineWhateverFails) {
+    DebugMessageConfiguration& rSettings = GetDebugMessageManager().GetConfiguration();
+    CXString csLocked(VTEXT("copies of it take memory"));
+    csLocked.LockBuffer();
+    FaultLoop oLoop;
+    oLoop.fnRun = [&] {
+        rSettings.SetPerformanceMeasurementEnabled(true);
+        { const PerformanceTimingScope timing(VLM_HERE, VTEXT("On"), csLocked); }
+        rSettings.SetPerformanceMeasurementEnabled(false);
+        return FaultOutcome::Succeeded;
+    };
+    oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {
+        EXPECT_THAT(Narrow(rFake.desktop.DebuggerLines().at(0)), HasSubstr("in On"));
+    };
+    rSettings.SetMinimumTimeToDisplayInPerformanceOutput(0);
+    rSettings.SetUseOutputDebugString(true);
+    rSettings.SetShowContext(true);
+    EXPECT_GT(RunFaultLoop(oLoop).ullFaults, 0u);
+    rSettings.SetUseOutputDebugString(false);
+    rSettings.SetShowContext(false);
 }
 
 constexpr LONGLONG TICKS_PER_MILLISECOND = 10'000;

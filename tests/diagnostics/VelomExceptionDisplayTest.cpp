@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "support/FakePlatform.h"
+#include "support/FaultLoop.h"
 #include "support/RecordingSink.h"
 #include "utilities/debuggingandexceptions/CustomerMessages.h"
 #include "utilities/debuggingandexceptions/DebugMessageManager.h"
@@ -25,6 +26,8 @@ using ::testing::IsEmpty;
 using ::testing::StartsWith;
 using vlm::PlatformScope;
 using vlm::test::FakePlatform;
+using vlm::test::FaultLoop;
+using vlm::test::FaultOutcome;
 using vlm::test::RecordingSink;
 
 /// How one display ends.
@@ -196,6 +199,31 @@ TEST_F(VelomExceptionDisplay, TitleComesFromTheWindowsOrTheResource) {
     }
     EXPECT_THAT(Show(m_oException, false, false, child, CXString(VTEXT("Given"))).vQuestions,
                 ElementsAre(StartsWith("Given: ")));
+}
+
+TEST_F(VelomExceptionDisplay, ADeveloperIsAskedWhateverFails) {
+    Switch(true, true);
+    RecordingSink sink(DebugCategory::Errors);
+    sink.iAnswer = 2;
+    HWND child = nullptr;
+    CXString csLocked(VTEXT("copies of it take memory"));
+    csLocked.LockBuffer();
+    const CXString csLong(VTEXT('x'), 600), csNone;
+    FaultLoop loop;
+    loop.fnPrepare = [&](FakePlatform& rFake) {
+        child = rFake.text.AddWindow(VTEXT(""), rFake.text.AddWindow(VTEXT("Parent")));
+    };
+    const auto show = [&](const CXString& kcsTitle) {
+        // Throwing again is the answer to a question: it was asked.
+        return VelomException::ShowCaughtException(true, true, &m_oException, csLong, 7, csLong, nullptr, child,
+                                                   kcsTitle, IDS_PRODUCT_TITLE, csLong)
+                   ? FaultOutcome::Succeeded
+                   : FaultOutcome::Failed;
+    };
+    loop.fnCheck = [](FakePlatform&, FaultOutcome eOutcome) { EXPECT_EQ(eOutcome, FaultOutcome::Succeeded); };
+    const vlm::test::FaultRow ROWS[] = {{"title of a window", [&] { return show(csNone); }},
+                                        {"title given", [&] { return show(csLocked); }}};
+    RunFaultRows(ROWS, loop);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <optional>
+#include <thread>
 
 #include "support/FaultLoop.h"
 #include "support/RecordingSink.h"
@@ -193,6 +194,20 @@ TEST_F(FailureFaults, AThreadsObjectsAreThereAndGoWhateverFails) {
     };
     Storage::CleanUpDueToProcessDetach();
     EXPECT_GT(RunFaultLoop(oLoop).ullFaults, 10u);
+    Storage::InitializeDueToProcessAttach();
+}
+
+TEST_F(FailureFaults, AThreadsEndNeedsNoMemory) {
+    static int siDestroyed = 0;
+    std::thread([] {
+        Storage::SetSlot(PTS_PROPERTY_BAG, &siDestroyed, [](void*) {
+            ++siDestroyed;
+            const AllocationFaults oNoMemory(1, true);
+            VLM_REPORT_ERROR(DebugCategory::Thread, VTEXT("%s"), gcsLong);
+        });
+    }).join();
+    Storage::CleanUpDueToProcessDetach();  // where the system does not tell when a thread ends
+    EXPECT_EQ(siDestroyed, 1);
     Storage::InitializeDueToProcessAttach();
 }
 
