@@ -144,11 +144,13 @@ TEST_F(DiagnosticsFaults, TheUpdaterStartsLaterWhenThereWasNoMemoryForIt) {
     FakePlatform fake;
     const PlatformScope scope(fake.Get());
     DebugMessageManager manager(m_csNoKey);
-    for (const std::size_t cThreads : {0u, 1u}) {
-        const AllocationFaults oNoMemory(cThreads == 0 ? 1 : AllocationFaults::NEVER, true);
+    {
+        const AllocationFaults oNoMemory(1, true);
         manager.StartConfigUpdater();
-        EXPECT_EQ(fake.events.RunningThreads(), cThreads);
     }
+    EXPECT_EQ(fake.events.RunningThreads(), AllocationFaults::IN_FORCE ? 0u : 1u);
+    manager.StartConfigUpdater();
+    EXPECT_EQ(fake.events.RunningThreads(), 1u);
     manager.StopConfigUpdater();
     while (fake.events.RunningThreads() != 0)
         std::this_thread::yield();

@@ -193,7 +193,7 @@ TEST_F(FailureFaults, AThreadsObjectsAreThereAndGoWhateverFails) {
         return fInitialized && fSet ? FaultOutcome::Succeeded : FaultOutcome::Failed;
     };
     Storage::CleanUpDueToProcessDetach();
-    EXPECT_GT(RunFaultLoop(oLoop).ullFaults, 10u);
+    EXPECT_GT(RunFaultLoop(oLoop).ullFaults, 5u);
     Storage::InitializeDueToProcessAttach();
 }
 
