@@ -63,6 +63,13 @@ FaultLoop Loop(void (*pfnPrepare)(FakePlatform&)) {
     return oLoop;
 }
 
+/// The first failure ends the asking: what fails behind it makes no difference.
+FaultLoop LoopOfQuestions(void (*pfnPrepare)(FakePlatform&)) {
+    FaultLoop oLoop = Loop(pfnPrepare);
+    oLoop.vModes = {FaultMode::FailOnce, FaultMode::ShortOnce};
+    return oLoop;
+}
+
 // A wrong answer is none of the ways to fail: what is told is right, or it cannot be told.
 TEST(PrinterFaultTest, QuestionsAreAnsweredRightOrNotAtAll) {
     const FaultRow aoOwn[] = {
@@ -82,7 +89,7 @@ TEST(PrinterFaultTest, QuestionsAreAnsweredRightOrNotAtAll) {
                     Printer::RepublishInformation(QUEUE);
          })},
     };
-    RunFaultRows(aoOwn, Loop(AddQueue));
+    RunFaultRows(aoOwn, LoopOfQuestions(AddQueue));
     const FaultRow aoOther[] = {
         {"IPP", OnQueue(
                     [](Printer& r) {
@@ -112,7 +119,7 @@ TEST(PrinterFaultTest, QuestionsAreAnsweredRightOrNotAtAll) {
              return Printer::EnumLocalAndNetworkPrinters(bbPrinters) == 3 && r.GetSupportedTrays(vcsTrays);
          })},
     };
-    RunFaultRows(aoOther, Loop(AddQueues));
+    RunFaultRows(aoOther, LoopOfQuestions(AddQueues));
 }
 
 TEST(PrinterFaultTest, TextsThatAreHandedOutAreWhole) {
@@ -136,7 +143,7 @@ TEST(PrinterFaultTest, TextsThatAreHandedOutAreWhole) {
                                              "half a text");
                                         return fTold;
                                     })}};
-        RunFaultRows(aoRows, Loop(AddPort));
+        RunFaultRows(aoRows, LoopOfQuestions(AddPort));
     }
     const FaultRow aoRows[] = {
         {"ports", OnQueue([](Printer& r) {
@@ -153,7 +160,7 @@ TEST(PrinterFaultTest, TextsThatAreHandedOutAreWhole) {
              return r.GetPrinterPort() == VTEXT("X_dev");
          })},
     };
-    RunFaultRows(aoRows, Loop(AddPort));
+    RunFaultRows(aoRows, LoopOfQuestions(AddPort));
 }
 
 TEST(PrinterFaultTest, HandlesInformationAndSettings) {

@@ -6,6 +6,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "environment/ProductData.h"
 #include "printing/ProductCabinets.h"
@@ -66,6 +68,28 @@ public:
     EmptyCaches(const EmptyCaches&) = delete;
     EmptyCaches& operator=(const EmptyCaches&) = delete;
 };
+
+/// The values that a map file's records become in the queue's data: for loops that cannot afford to make them each
+/// time.
+inline std::vector<std::pair<XString, std::vector<BYTE>>> RecordsOf(const char* pszMap) {
+    FakePlatform oFake;
+    const PlatformScope oScope(oFake.Get());
+    const EmptyCaches oCaches;
+    AddProduct(oFake);
+    oFake.files.AddFile(Path(ROOT, "m.map").View(), BytesOf(pszMap));
+    const OpenQueue oQueue;
+    ProductData oProduct(oQueue, CXString(), MT_MODEL_NAME, CXString());
+    EXPECT_TRUE(oProduct.UpdateRegistryMappings(CXString(), ProductData::OUTERMOST));
+    std::vector<std::pair<XString, std::vector<BYTE>>> vValues;
+    for (const XCHAR* pszName : {VTEXT("XProductData"), VTEXT("PDMap-0"), VTEXT("PDMap-1"), VTEXT("PDMap-2")}) {
+        if (const auto bytes = oFake.printing.DataOf(VTEXT("Q"), pszName)) vValues.emplace_back(pszName, *bytes);
+    }
+    return vValues;
+}
+inline void AddRecordsOf(FakePlatform& rFake, const std::vector<std::pair<XString, std::vector<BYTE>>>& rvValues) {
+    for (const auto& [name, bytes] : rvValues)
+        rFake.registry.AddValue(FakePrintingPorts::QueueKey(VTEXT("Q")) + VTEXT("\\PrinterDriverData"), name, 1, bytes);
+}
 
 class ProductBench : public ::testing::Test {
 protected:

@@ -237,12 +237,9 @@ TEST(ProductCleanUpFaultTest, EveryFaultLeavesWhatIsInstalled) {
     oLoop.vStatuses = {Status::NoSystemResources};  // a hive that is denied is its user's own
     oLoop.fAllocations = false;                     // thousands, each with all these keys made before it
     oLoop.fnPrepare = [](FakePlatform& rFake) {
+        static const auto svRecords = RecordsOf("X:FAMPATH=OLD01\\deep\n");
         AddEverything(rFake, {VERSION});
-        rFake.files.AddFile(Path(ROOT, "m.map").View(), BytesOf("X:FAMPATH=OLD01\\deep\n"));
-        const EmptyCaches oCaches;
-        const OpenQueue oQueue;  // its records alone name a family
-        EXPECT_TRUE(ProductData(oQueue, CXString(), MT_MODEL_NAME, CXString())
-                        .UpdateRegistryMappings(CXString(), ProductData::OUTERMOST));
+        AddRecordsOf(rFake, svRecords);  // these alone name that family
     };
     oLoop.fnCheck = [](FakePlatform& rFake, FaultOutcome) {
         ExpectKeys(VERSION, {"Q", "Families\\Gone", "Low\\Q", ",,srv,theirs"}, true);

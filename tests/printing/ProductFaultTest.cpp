@@ -16,13 +16,11 @@ constexpr const char* SERVER_FILE = "\\\\SRV\\print$\\W32X86\\3\\Velom\\Product 
 
 // The records are the printer's already, the product is not unpacked whole.
 void AddRecords(FakePlatform& rFake) {
-    const EmptyCaches oCaches;
+    static const auto svRecords = RecordsOf(MODELS_MAP);
     AddProduct(rFake);
+    AddRecordsOf(rFake, svRecords);
     rFake.files.AddFile(Path(ROOT, "velom.map").View(), BytesOf(MODELS_MAP));
     rFake.files.AddFile(Path(ROOT, "kx100\\V5.0\\c.pdl").View(), BytesOf(COMMANDS_FILE));
-    const OpenQueue oQueue;
-    EXPECT_TRUE(ProductData(oQueue, CXString(), MT_MODEL_NAME, CXString())
-                    .UpdateRegistryMappings(CXString(), ProductData::OUTERMOST));
 }
 
 std::string ContentsOf(const FakePlatform& rFake, const CXString& kcsPath) {
@@ -143,7 +141,7 @@ TEST_F(ProductFaultTest, FilesAreWholeAndAnswersHonest) {
                    "there is none");
               return r.GetPath(PD_AUTO, cs) && r.UpdateRegistryWithProductDataValues();
           }}});
-    m_oLoop.fAllocations = false;  // the unpacking's are another test's
+    m_oLoop.fAllocations = m_oLoop.fRunAgain = false;  // the unpacking's are another test's
     Run({{"DTD", [](ProductData& r) { return r.UnpackDtdCabFile(0); }},
          {"JAR", [](ProductData& r) { return r.UnpackJarCabFile(2); }}});
 }
@@ -151,6 +149,7 @@ TEST_F(ProductFaultTest, FilesAreWholeAndAnswersHonest) {
 TEST_F(ProductFaultTest, FilesTravelWholeToAndFromAServer) {
     UsePrinter(VTEXT("\\\\SRV\\Q"));
     m_oLoop.vModes = {FaultMode::FailOnce};
+    m_oLoop.fRunAgain = false;
     for (const bool fPush : {false, true}) {
         const CXString csFrom = fPush ? PUBLIC_FILE : SERVER_FILE, csTo = fPush ? SERVER_FILE : PUBLIC_FILE;
         m_oLoop.fAllocations = !fPush;  // it is the same copy
@@ -198,17 +197,20 @@ TEST(ProductDataFaultTest, EveryFaultEndsInAnAnswerOrItsException) {
         AddRecords(rFake);
         rFake.files.AddFile(
             Path(DRIVER_FOLDER, "q9kx10073.cab").View(),
-            StoredCab({{"velom.map", MODELS_MAP},
-                       {"kx100\\V5.0\\n.CAB", StoredCabText({{"a.aut", "auto"}, {"p.icm", "profile"}})}}));
+            StoredCab({{"kx100\\V5.0\\n.CAB", StoredCabText({{"a.aut", "auto"}, {"p.icm", "profile"}})}}));
     };
     oLoop.fRunAgain = false;
-    oLoop.fAllocations = false;                                   // thousands; the unpacking's are another test's
-    const FaultRow aLong[] = {{"load", With([](ProductData& r) {  // and unpack on the way
-                                   ByteBuffer bb;
-                                   return r.LoadFile(PD_AUTO, bb) && bb.size() == 4 &&
-                                          r.GetPDLCommand(VTEXT("Sides"), VTEXT("Long"), PdlType::PCL6, bb, nullptr) &&
-                                          bb.size() > 7;
-                               })}};
+    oLoop.fAllocations = false;  // thousands; the unpacking's are another test's
+    const FaultRow aLong[] = {
+        {"load, and unpack on the way", With([](ProductData& r) {
+             ByteBuffer bb;
+             return r.LoadFile(PD_AUTO, bb) && bb.size() == 4;
+         })},
+        {"PDL command", With([](ProductData& r) {
+             ByteBuffer bb;
+             return r.GetPDLCommand(VTEXT("Sides"), VTEXT("Long"), PdlType::PCL6, bb, nullptr) && bb.size() > 3;
+         })},
+    };
     RunFaultRows(aLong, oLoop);
 }
 
