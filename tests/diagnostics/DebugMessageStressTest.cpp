@@ -108,7 +108,6 @@ TEST_F(DebugMessageStress, ClearingLeavesWholeLines) {
     const std::vector<std::string> vMessages = MessagesOf(Log());
     EXPECT_LE(vMessages.size(), static_cast<std::size_t>(THREADS * LINES)) << "one at least was cleared";
     EXPECT_EQ(vMessages.back(), "<the end");
-    EXPECT_EQ(oFake.events.RunningThreads(), 0u);
 }
 
 /// A desktop where boxes stay up until the gate opens.

@@ -48,9 +48,9 @@ struct FakeEventPort::Object {
 FakeEventPort::FakeEventPort() = default;
 
 FakeEventPort::~FakeEventPort() {
-    // A thread that has ended is still on its way out of the lock; one that never ends is left alone.
+    // A thread is still on its way out when others have heard that it ends; only a process that is gone leaves some.
     for (auto& [shpoThread, oThread] : m_vThreads) {
-        if (std::unique_lock oLock(m_oMutex); !shpoThread->fSignalled) {
+        if (std::unique_lock oLock(m_oMutex); m_fProcessGone && !shpoThread->fSignalled) {
             oThread.detach();
             continue;
         }
@@ -99,6 +99,7 @@ bool FakeEventPort::IsSet(XStringView svName) const {
 void FakeEventPort::DropHandles() {
     const FakeCall oCall(m_oMutex);
     m_mapOpen.clear();
+    m_fProcessGone = true;
 }
 
 FakeEventPort::ObjectPointer FakeEventPort::Find(HANDLE hObject) {

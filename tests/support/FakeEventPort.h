@@ -65,6 +65,7 @@ private:
     std::map<XString, std::weak_ptr<Object>> m_mapNames;
     std::uintptr_t m_uiLastHandle = 0x5000;
     std::size_t m_cThreads = 0;
+    bool m_fProcessGone = false;
     std::vector<std::pair<ObjectPointer, std::thread>> m_vThreads;
 };
 
