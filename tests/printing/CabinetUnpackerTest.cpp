@@ -149,6 +149,12 @@ TEST_F(CabinetUnpackerTest, TreesAreDeletedWithoutFollowingLinks) {
     oFake.files.AddFile(VTEXT("C:\\t\\a\\b\\c"), {});
     oFake.files.AddLink(VTEXT("C:\\t\\a\\folder"), true);
     oFake.files.AddLink(VTEXT("C:\\t\\file"), false);
+    {
+        FaultPlatform oFaults(oFake.Get());
+        const PlatformScope oScopeOfFaults(oFaults.Get());
+        oFaults.Script().Arm(FaultMode::FailOnce, 1);
+        EXPECT_NE(folders::DeleteTree(VTEXT("C:\\t")), Status::Success) << "what cannot be looked at is not gone";
+    }
     EXPECT_EQ(folders::DeleteTree(VTEXT("C:\\t")), Status::Success);
     EXPECT_EQ(oFake.files.FileNames().size(), 1u);
     EXPECT_EQ(folders::DeleteTree(VTEXT("C:\\t")), Status::Success);

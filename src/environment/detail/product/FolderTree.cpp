@@ -137,7 +137,9 @@ Status List(const CXString& kcsFolder, std::vector<Item>& rvoItems) {
 Kind KindOf(const CXString& kcsPath) {
     std::vector<Item> voItems;
     const CXString csLeaf = LeafOf(kcsPath);
-    if (List(ParentOf(kcsPath), voItems) != Status::Success) return Kind::Missing;
+    const Status status = List(ParentOf(kcsPath), voItems);
+    if (status == Status::PathNotFound) return Kind::Missing;
+    if (status != Status::Success) return Kind::Unknown;
     const auto Find = [&](auto&& isIt) { return std::find_if(voItems.begin(), voItems.end(), isIt); };
     auto it = Find([&](const Item& r) { return r.csName == csLeaf; });
     // Where letter case does not count, an entry of another spelling is the one; where it does, there is none such.
@@ -225,6 +227,8 @@ Status DeleteTree(const CXString& kcsFolder) {
     switch (KindOf(kcsFolder)) {
         case Kind::Missing:
             return Status::Success;
+        case Kind::Unknown:
+            return Status::AccessDenied;
         case Kind::File:
             return Status::Directory;
         case Kind::Link: {

@@ -26,8 +26,8 @@ struct Item {
     bool IsFile() const noexcept { return !IsLink() && !IsFolder(); }
 };
 
-/// What a path itself is; links are not followed at its end.
-enum class Kind { Missing, File, Folder, Link };
+/// What a path itself is; links are not followed at its end.  Unknown: the folder above cannot be listed.
+enum class Kind { Missing, File, Folder, Link, Unknown };
 
 CXString Join(const CXString& kcsFolder, const CXString& kcsName);
 /// What stands before the last separator; empty without one.
