@@ -117,7 +117,7 @@ Store& TheStore() {
 
 constinit std::atomic<StoreHook> gpfnHook{nullptr};
 
-/// Makes a folder and those above it that are missing, for their owner alone (XDG Base Directory Specification).
+/// Makes a folder and those above it that are missing, for their owner alone, as the XDG base directories ask for.
 void MakeFolder(const std::string& rPath) {
     for (std::size_t iEnd = 0; iEnd != std::string::npos;) {
         iEnd = rPath.find('/', iEnd + 1);
